@@ -1,0 +1,29 @@
+// Captured audio: from the stream's callback to the worker.
+#include "audio/channel.h"
+
+int Channel::captureBuffer(const void* input, uint32_t frameCount) RT_SAFE {
+    AudioBlockPtr block = makeCapturedBlock(input, frameCount);
+    if (!block)
+        return paAbort;  // the watchdog finds the stream silent and reopens it
+    if (queueLock.try_lock()) {
+        const MutexLock held(queueLock, std::adopt_lock);
+        blocks.pushFront(std::move(block));
+    }
+    rearmWatchdog();
+    return paContinue;
+}
+
+AudioBlockPtr Channel::takeCaptured() {
+    if (!queueLock.try_lock())
+        return nullptr;
+    const MutexLock held(queueLock, std::adopt_lock);
+    return blocks.takeBack();
+}
+
+int64_t Channel::inputLatencyMs() const {
+    constexpr double LongestLatency = 86'400'000;  // ms; no device is a day late
+    const PaStreamInfo* info = stream != nullptr ? Pa_GetStreamInfo(stream) : nullptr;
+    if (info == nullptr || !(info->inputLatency > 0))
+        return 0;
+    return static_cast<int64_t>(std::min(info->inputLatency * 1000, LongestLatency));
+}

@@ -1,0 +1,30 @@
+// A channel's construction and the removal of its blocks.
+#include "audio/channel.h"
+
+#include "config/schedule.h"
+
+namespace {
+
+std::string defaultName(uint32_t number, bool input) {
+    return (input ? "Audio Input " : "Audio Output ") + std::to_string(uint64_t{number} + 1);
+}
+
+}  // namespace
+
+Channel::Channel(uint32_t number, bool input)
+    : Number(number),
+      Name(defaultName(number, input)),
+      ID(channelId(number)),
+      isInput(input),
+      Schedule(defaultSchedule()) {}
+
+Channel::~Channel() {
+    closeStream();
+}
+
+void Channel::purgeBlocks(bool onlyPlayed) {
+    // Outlives the lock: destroying its blocks calls the host and frees memory.
+    BlockQueue removed;
+    const MutexLock held(queueLock);
+    blocks.moveTo(removed, onlyPlayed);
+}

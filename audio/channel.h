@@ -1,0 +1,115 @@
+// One capture input or playback output: its identity, its PortAudio stream, and the queue of audio
+// between that stream's real-time callback and the worker.
+//
+// Three kinds of thread reach a channel: the worker (everything not marked otherwise), the host's
+// threads (pushPlayback) and the stream's callback thread (streamCallback and what it calls, all
+// RT_SAFE). Created by the configuration, owned by the plug-in's channel map, alive until Unload.
+#pragma once
+
+#include <portaudio.h>
+#include <tinyxml.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "audio/block_queue.h"
+#include "core/clock.h"
+#include "core/mutex.h"
+#include "plugin/tamborin.h"
+
+constexpr int32_t ChannelSampleRate = 8000;  // Hz
+constexpr int32_t FramesPerBuffer = 2048;    // samples per callback: 256 ms
+constexpr uint32_t NoDevice = 0xFFFFFFFF;    // a channel's paIndex while it has no device
+
+// The watchdog's period: this many units of one second without a callback. A healthy stream may
+// call back for the first time almost 2 s after its start and pause for more than 1.2 s later.
+constexpr uint32_t WatchdogArmed = 3;
+
+// The address of a channel in host records and its key in the channel map. Numbers that differ by
+// a multiple of 256 share it.
+constexpr int32_t channelId(uint32_t number) {
+    return static_cast<int32_t>(((number + 16) & 0xFF) | ChannelIdBase);
+}
+
+class Channel {
+  public:
+    Channel(uint32_t number, bool input);
+    ~Channel();
+    Channel(const Channel&) = delete;
+    Channel& operator=(const Channel&) = delete;
+
+    // ---- stream (audio/channel_stream.cpp)
+    // Opens and starts the stream when the channel has a device and no stream. A stream that is
+    // open but not running is left alone: the watchdog restarts it. What went wrong stands in
+    // startResult. May wait inside PortAudio for seconds.
+    void openStream();
+    // Closes the stream, dropping what the device still holds. Nothing when there is none.
+    void closeStream();
+    // True when the stream has not called back for the watchdog's period (3 s); then false again
+    // for a whole period, as after each opening. Cheap: ask on every pass.
+    bool isTimedOut();
+    // Opens, restarts or closes an output's stream according to the queued audio, of which
+    // `bufferLengthMs` milliseconds are wanted before it starts. Holds queueLock meanwhile.
+    void maintainOutput(int32_t bufferLengthMs) EXCLUDES(queueLock);
+
+    // ---- queue
+    // Removes the played blocks, or all, and hands host buffers back, newest first.
+    void purgeBlocks(bool onlyPlayed) EXCLUDES(queueLock);
+    // The oldest captured block, the caller's from now on; none when the queue is empty or busy.
+    AudioBlockPtr takeCaptured() EXCLUDES(queueLock);
+    // Whole milliseconds between a sound and its callback; 0 without a stream.
+    int64_t inputLatencyMs() const;
+    // Queues `count` mu-law codes for playback. Host threads; waits for the lock. True makes the
+    // codes the channel's, until they are handed back; false leaves them the host's (no memory).
+    bool pushPlayback(const uint8_t* codes, uint32_t count) EXCLUDES(queueLock);
+    // Decodes what was written since the last pass. A block that finds no memory stays undecoded,
+    // and those behind it with it, until a later pass.
+    void preparePlayback() EXCLUDES(queueLock);
+
+    // ---- configuration (config/channel_elements.cpp)
+    // Takes name, device name and schedule from an Input element, as far as they are there.
+    void applyInputElement(const TiXmlElement& input);
+    // Takes Enabled from an AudioChannel element; disabling empties the queue. Leaves the stream.
+    void applyEnabled(const TiXmlElement* audioChannel) EXCLUDES(queueLock);
+    // Appends the channel's Input element to `audio` and its AudioChannel element to `encoder`.
+    void describeChannel(TiXmlElement& audio, TiXmlElement& encoder) const;
+
+    // PortAudio's callback; userData is the channel. Never waits: a buffer that finds the queue
+    // busy is lost (input) or silent (output).
+    static int streamCallback(const void* input, void* output, unsigned long frameCount,
+                              const PaStreamCallbackTimeInfo* timeInfo, PaStreamCallbackFlags flags,
+                              void* userData) RT_SAFE;
+
+    const uint32_t Number;
+    std::string Name;
+    const int32_t ID;
+    bool Enabled = false;
+    const bool isInput;
+    const uint32_t Standard = 0;
+    const int32_t SampleRate = ChannelSampleRate;
+    const int32_t BufSizeSamples = FramesPerBuffer;
+    std::unique_ptr<TiXmlElement> Schedule;  // kept for the host, never evaluated
+    uint32_t paIndex = NoDevice;
+    int32_t startResult = paNoError;
+    std::string OsName;
+    std::string PortAudioName;
+
+  private:
+    int captureBuffer(const void* input, uint32_t frameCount) RT_SAFE EXCLUDES(queueLock);
+    int playBuffer(int16_t* output, uint32_t frameCount) RT_SAFE EXCLUDES(queueLock);
+    uint32_t takeDecoded(int16_t* output, uint32_t frameCount) RT_SAFE REQUIRES(queueLock);
+    void rearmWatchdog() RT_SAFE;
+    AudioBlock* oldestUndecoded() EXCLUDES(queueLock);
+    bool hasStream();
+    const char* directionWord() const { return isInput ? "input" : "output"; }
+
+    Mutex queueLock;  // waited for by the worker and Write, only tried by the callback
+    BlockQueue blocks GUARDED_BY(queueLock);
+    std::atomic<uint32_t> watchdog{
+        WatchdogArmed};             // units left: re-armed by the callback, taken by isTimedOut
+    SteadyTime nextWatchdogUnit{};  // when isTimedOut may take the next unit
+    int64_t lastMissingReport = 0;  // unix seconds
+    PaStream* stream = nullptr;
+};

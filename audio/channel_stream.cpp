@@ -1,0 +1,124 @@
+// The life of a channel's PortAudio stream. Worker thread.
+#include <algorithm>
+
+#include "audio/channel.h"
+#include "plugin/host_link.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto WatchdogUnit = 1s;
+
+constexpr int32_t MillisecondsPerBlock = 1000 * FramesPerBuffer / ChannelSampleRate;
+constexpr int64_t MissingReportPause = 10;  // seconds
+
+double lowLatencyOf(uint32_t paIndex, bool isInput) {
+    const PaDeviceInfo* info = Pa_GetDeviceInfo(static_cast<PaDeviceIndex>(paIndex));
+    if (info == nullptr)
+        return 0;
+    return isInput ? info->defaultLowInputLatency : info->defaultLowOutputLatency;
+}
+
+}  // namespace
+
+// A handle that PortAudio no longer knows is no stream. It is never asked about twice: PortAudio
+// looks into the handle's memory to answer.
+bool Channel::hasStream() {
+    if (stream != nullptr && Pa_IsStreamActive(stream) == paBadStreamPtr)
+        stream = nullptr;
+    return stream != nullptr;
+}
+
+void Channel::openStream() {
+    if (hasStream() || paIndex == NoDevice)
+        return;
+
+    // Whatever the watchdog still holds, the stream gets the whole period to call back.
+    nextWatchdogUnit =
+        steadyNow() + (WatchdogArmed - std::min(watchdog.load(), WatchdogArmed)) * WatchdogUnit;
+
+    PaStreamParameters parameters{};
+    parameters.device = static_cast<PaDeviceIndex>(paIndex);
+    parameters.channelCount = 1;
+    parameters.sampleFormat = paInt16;
+    parameters.suggestedLatency = lowLatencyOf(paIndex, isInput);
+    startResult = paNotInitialized;
+    const PaError error =
+        Pa_OpenStream(&stream, isInput ? &parameters : nullptr, isInput ? nullptr : &parameters,
+                      SampleRate, FramesPerBuffer, paNoFlag, streamCallback, this);
+    if (error != paNoError) {
+        stream = nullptr;  // a failed open may leave anything in the handle
+        logMessage(ModuleId, g_hostCallback, LogInfo,
+                   "Failed to start %s stream '%s' (Pa_OpenStream error %d)", directionWord(),
+                   Name.c_str(), error);
+        return;
+    }
+    startResult = Pa_StartStream(stream);
+    logMessage(ModuleId, g_hostCallback, LogInfo, "Started %s stream '%s'", directionWord(),
+               Name.c_str());
+}
+
+void Channel::closeStream() {
+    if (!hasStream())
+        return;
+    Pa_CloseStream(stream);
+    stream = nullptr;
+    logMessage(ModuleId, g_hostCallback, LogInfo, "Closed %s stream '%s'", directionWord(),
+               Name.c_str());
+}
+
+bool Channel::isTimedOut() {
+    const SteadyTime now = steadyNow();
+    const uint32_t units = watchdog.load();
+    // Fully armed: the stream has called back since the last look, its period starts here.
+    if (units < WatchdogArmed && now < nextWatchdogUnit)
+        return false;
+    if (units == 0) {
+        nextWatchdogUnit = now + WatchdogArmed * WatchdogUnit;
+        return true;
+    }
+    // A callback that re-arms in between loses one unit: a period of 2 s for once.
+    watchdog.fetch_sub(1);
+    nextWatchdogUnit = now + WatchdogUnit;
+    return false;
+}
+
+void Channel::rearmWatchdog() RT_SAFE {
+    watchdog.exchange(WatchdogArmed);
+}
+
+void Channel::maintainOutput(int32_t bufferLengthMs) {
+    const int32_t threshold = std::max(bufferLengthMs / MillisecondsPerBlock, 1);
+    const MutexLock held(queueLock);
+    if (blocks.size() >= static_cast<size_t>(threshold)) {
+        if (isTimedOut()) {
+            closeStream();
+            logMessage(ModuleId, g_hostCallback, LogDetail, "Restarting output stream %d", ID);
+        }
+        if (paIndex != NoDevice) {
+            openStream();
+            return;
+        }
+        const int64_t now = unixSeconds();
+        if (now > lastMissingReport + MissingReportPause) {
+            lastMissingReport = now;
+            logMessage(ModuleId, g_hostCallback, LogError,
+                       "Failed to start output stream '%s' - device missing.", Name.c_str());
+        }
+    } else if (blocks.size() == 0) {
+        closeStream();
+    }
+}
+
+int Channel::streamCallback(const void* input, void* output, unsigned long frameCount,
+                            const PaStreamCallbackTimeInfo* /*timeInfo*/,
+                            PaStreamCallbackFlags /*flags*/, void* userData) RT_SAFE {
+    auto* channel = static_cast<Channel*>(userData);
+    const auto frames = static_cast<uint32_t>(frameCount);
+    if (input != nullptr)
+        return channel->captureBuffer(input, frames);
+    if (output != nullptr)
+        return channel->playBuffer(static_cast<int16_t*>(output), frames);
+    return paAbort;
+}

@@ -1,0 +1,70 @@
+// Played audio: from the host's Write through the worker's decoding to the stream's callback.
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "audio/channel.h"
+#include "audio/ulaw.h"
+
+bool Channel::pushPlayback(const uint8_t* codes, uint32_t count) {
+    AudioBlockPtr block = makePlaybackBlock(codes, count);
+    if (!block)
+        return false;
+    const MutexLock held(queueLock);
+    block->hostOwned = true;  // nothing can fail from here on: the codes are ours to hand back
+    blocks.pushFront(std::move(block));
+    return true;
+}
+
+// Blocks are decoded oldest first, so the undecoded ones are those at the front.
+AudioBlock* Channel::oldestUndecoded() {
+    const MutexLock held(queueLock);
+    AudioBlock* oldest = nullptr;
+    for (AudioBlock* block = blocks.front(); block != nullptr && !block->pcm; block = block->older)
+        oldest = block;
+    return oldest;
+}
+
+// A block's data and count never change and only this thread removes blocks, so both are read
+// without the lock while the samples are made.
+void Channel::preparePlayback() {
+    for (AudioBlock* block = oldestUndecoded(); block != nullptr;) {
+        std::unique_ptr<int16_t[]> samples(new (std::nothrow) int16_t[block->count]);
+        if (!samples)
+            return;
+        ulawDecode(samples.get(), block->data, block->count);
+        const MutexLock held(queueLock);
+        block->pcm = std::move(samples);
+        block = block->newer;
+    }
+}
+
+int Channel::playBuffer(int16_t* output, uint32_t frameCount) RT_SAFE {
+    rearmWatchdog();
+    uint32_t filled = 0;
+    if (queueLock.try_lock()) {
+        const MutexLock held(queueLock, std::adopt_lock);
+        filled = takeDecoded(output, frameCount);
+    }
+    std::fill(output + filled, output + frameCount, int16_t{0});
+    return paContinue;
+}
+
+// Fills the buffer from the oldest decoded blocks and answers how many samples there were. A block
+// that ends within the buffer is continued by the next; one that is longer than a buffer loses
+// what is beyond.
+uint32_t Channel::takeDecoded(int16_t* output, uint32_t frameCount) RT_SAFE {
+    uint32_t filled = 0;
+    for (AudioBlock* block = blocks.back(); block != nullptr && filled < frameCount;
+         block = block->newer) {
+        if (block->played || !block->pcm)
+            continue;
+        const uint32_t end = std::max(std::min(block->count, frameCount), block->taken);
+        const uint32_t taking = std::min(end - block->taken, frameCount - filled);
+        std::memcpy(output + filled, block->pcm.get() + block->taken, taking * sizeof(int16_t));
+        block->taken += taking;
+        filled += taking;
+        block->played = block->taken == end;
+    }
+    return filled;
+}

@@ -1,0 +1,52 @@
+// How a channel reads and writes its elements of the configuration document.
+#include "audio/channel.h"
+
+namespace {
+
+void copyAttribute(const TiXmlElement& element, const char* name, std::string& target) {
+    if (const std::string* value = element.Attribute(std::string(name)))
+        target = *value;
+}
+
+}  // namespace
+
+void Channel::applyInputElement(const TiXmlElement& input) {
+    copyAttribute(input, "Name", Name);
+    copyAttribute(input, "OsName", OsName);
+    if (const TiXmlElement* schedule = input.FirstChildElement("Schedule"))
+        Schedule.reset(schedule->Clone()->ToElement());
+}
+
+void Channel::applyEnabled(const TiXmlElement* audioChannel) {
+    int value = 0;
+    if (audioChannel == nullptr ||
+        audioChannel->QueryIntAttribute("Enabled", &value) != TIXML_SUCCESS)
+        return;
+    Enabled = value > 0;
+    if (!Enabled)
+        purgeBlocks(false);
+}
+
+void Channel::describeChannel(TiXmlElement& audio, TiXmlElement& encoder) const {
+    TiXmlElement input("Input");
+    input.SetAttribute("Number", static_cast<int>(Number));
+    input.SetAttribute("Name", Name);
+    input.SetAttribute("OsName", OsName);
+    input.SetAttribute("PortAudioName", PortAudioName);
+    if (!isInput)
+        input.SetAttribute("Output", 1);
+    if (paIndex == NoDevice)
+        input.SetAttribute("Missing", 1);
+    if (Schedule)
+        input.InsertEndChild(*Schedule);
+    audio.InsertEndChild(input);
+
+    TiXmlElement audioChannel("AudioChannel");
+    audioChannel.SetAttribute("Number", static_cast<int>(Number));
+    audioChannel.SetAttribute("Enabled", Enabled ? 1 : 0);
+    audioChannel.SetAttribute("Standard", static_cast<int>(Standard));
+    audioChannel.SetAttribute("SampleRate", SampleRate);
+    audioChannel.SetAttribute("BufSizeSamples", BufSizeSamples);
+    audioChannel.SetAttribute("ID", ID);
+    encoder.InsertEndChild(audioChannel);
+}

@@ -1,0 +1,166 @@
+#include "config/xml_store.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <set>
+#include <string_view>
+
+#include "core/mutex.h"
+
+namespace {
+
+struct FileCloser {
+    void operator()(FILE* file) const { std::fclose(file); }
+};
+using FilePtr = std::unique_ptr<FILE, FileCloser>;
+
+// The paths being loaded or saved, and what the last failed save stumbled over.
+class XmlFilesInUse {
+  public:
+    bool tryInsert(const std::string& path) EXCLUDES(lock_) {
+        const MutexLock held(lock_);
+        return paths_.insert(path).second;
+    }
+    void erase(const std::string& path) EXCLUDES(lock_) {
+        const MutexLock held(lock_);
+        paths_.erase(path);
+    }
+    void recordFailure(const std::string& message) EXCLUDES(lock_) {
+        const MutexLock held(lock_);
+        lastFailure_ = message;
+    }
+    std::string lastFailure() EXCLUDES(lock_) {
+        const MutexLock held(lock_);
+        return lastFailure_;
+    }
+
+  private:
+    Mutex lock_;
+    std::set<std::string> paths_ GUARDED_BY(lock_);
+    std::string lastFailure_ GUARDED_BY(lock_);
+};
+
+XmlFilesInUse filesInUse;
+
+// Holds one path against every other guard of it. Spins: a load or save is over soon, and in the
+// module they all come from one thread.
+class XmlFileGuard {
+  public:
+    explicit XmlFileGuard(const char* path) : path_(path) {
+        while (!filesInUse.tryInsert(path_)) {
+        }
+    }
+    ~XmlFileGuard() { filesInUse.erase(path_); }
+    XmlFileGuard(const XmlFileGuard&) = delete;
+    XmlFileGuard& operator=(const XmlFileGuard&) = delete;
+
+  private:
+    const std::string path_;
+};
+
+std::string pendingPathOf(const char* path) {
+    return std::string(path) + ".pending";
+}
+
+std::string withErrno(const char* what, int error) {
+    return what + std::to_string(error) + " - " + std::strerror(error);
+}
+
+// Writes `text` to the disk; answers what went wrong, empty when nothing did.
+std::string writePending(const std::string& pendingPath, std::string_view text) {
+    FilePtr file(std::fopen(pendingPath.c_str(), "wb"));
+    if (!file)
+        return withErrno("create error ", errno);
+    // Unbuffered, so that a full disk shows in the write: the C library forgets text that a flush
+    // could not write, and closes such a file without complaint.
+    std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    const auto length = static_cast<int32_t>(text.size());
+    const auto written = static_cast<int32_t>(std::fwrite(text.data(), 1, text.size(), file.get()));
+    std::string message;
+    if (std::ferror(file.get()) != 0)
+        message = withErrno("write error ", errno);
+    std::fflush(file.get());
+    fsync(fileno(file.get()));
+    if (std::fclose(file.release()) != 0 && message.empty())
+        message = withErrno("close error ", errno);
+    if (message.empty() && written != length)
+        message =
+            "only wrote " + std::to_string(written) + " of " + std::to_string(length) + " bytes";
+    return message;
+}
+
+bool fail(const std::string& message) {
+    filesInUse.recordFailure(message);
+    return false;
+}
+
+// TinyXML reads past its buffer when a text ends inside a UTF-8 character, and no character is
+// longer than four bytes.
+bool endsOutsideCharacters(FILE* file) {
+    std::array<unsigned char, 3> tail{};
+    if (std::fseek(file, -static_cast<long>(tail.size()), SEEK_END) != 0)
+        std::rewind(file);
+    const size_t count = std::fread(tail.data(), 1, tail.size(), file);
+    std::rewind(file);
+    for (size_t i = 0; i < count; ++i)
+        if (tail[i] >= 0x80)
+            return false;
+    return true;
+}
+
+bool loadRegularFile(TiXmlDocument& document, const std::string& path) {
+    document.Clear();
+    struct stat status {};
+    FilePtr file;
+    if (stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode))
+        file.reset(std::fopen(path.c_str(), "rb"));
+    if (!file) {
+        document.SetError(TiXmlBase::TIXML_ERROR_OPENING_FILE, nullptr, nullptr,
+                          TIXML_ENCODING_UNKNOWN);
+        return false;
+    }
+    if (!endsOutsideCharacters(file.get())) {
+        document.SetError(TiXmlBase::TIXML_ERROR, nullptr, nullptr, TIXML_ENCODING_UNKNOWN);
+        return false;
+    }
+    return document.LoadFile(file.get(), TIXML_ENCODING_UNKNOWN);
+}
+
+}  // namespace
+
+bool SaveXmlFile(const TiXmlDocument& document, const char* path) {
+    TiXmlPrinter text;
+    document.Accept(&text);
+
+    const XmlFileGuard guard(path);
+    const std::string pendingPath = pendingPathOf(path);
+    if (const std::string message = writePending(pendingPath, text.Str()); !message.empty()) {
+        unlink(pendingPath.c_str());
+        return fail(message);
+    }
+    // ENOENT: another process has promoted the pending file in between.
+    if (std::rename(pendingPath.c_str(), path) != 0 && errno != ENOENT)
+        return fail(withErrno("Failed to rename .xml.pending to .xml file ", errno));
+    return true;
+}
+
+bool LoadXmlFile(TiXmlDocument& document, const char* path) {
+    const XmlFileGuard guard(path);
+    const std::string pendingPath = pendingPathOf(path);
+    // Some torn files parse, but without a root element.
+    if (loadRegularFile(document, pendingPath) && document.RootElement() != nullptr) {
+        std::rename(pendingPath.c_str(), path);
+        return true;
+    }
+    return loadRegularFile(document, path);
+}
+
+std::string lastXmlSaveFailure() {
+    return filesInUse.lastFailure();
+}

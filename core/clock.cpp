@@ -1,0 +1,22 @@
+#include "core/clock.h"
+
+#include <time.h>
+
+SteadyTime steadyNow() noexcept {
+    return std::chrono::steady_clock::now();
+}
+
+timeval wallClockNow() noexcept {
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    return now;
+}
+
+int64_t unixSeconds() noexcept {
+    return time(nullptr);
+}
+
+void pauseOneMillisecond() noexcept {
+    const timespec oneMillisecond{.tv_sec = 0, .tv_nsec = 1'000'000};
+    nanosleep(&oneMillisecond, nullptr);
+}

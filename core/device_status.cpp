@@ -1,0 +1,51 @@
+// Tells the host whether the audio devices are healthy.
+#include <portaudio.h>
+#include <tinyxml.h>
+
+#include <algorithm>
+
+#include "core/plugin.h"
+
+namespace {
+
+// A disabled channel does not count. Until its first start is through, a channel passes for
+// healthy.
+bool isHealthy(const Channel& channel) {
+    return !channel.Enabled ||
+           (channel.paIndex != NoDevice &&
+            (channel.startResult == paNoError || channel.startResult == paNotInitialized));
+}
+
+TiXmlDocument statusDocument(bool alarmed) {
+    TiXmlElement device("Device");
+    device.SetAttribute("Number", 1);
+    device.SetAttribute("Time", static_cast<int>(unixSeconds()));
+    device.SetAttribute("Fail", alarmed ? 1 : 0);
+    TiXmlElement devices("Devices");
+    devices.SetAttribute("ID", ModuleId);
+    devices.InsertEndChild(device);
+    TiXmlElement root("Varo");
+    root.InsertEndChild(devices);
+    TiXmlDocument document;
+    document.InsertEndChild(TiXmlDeclaration());
+    document.InsertEndChild(root);
+    return document;
+}
+
+}  // namespace
+
+void CPlugin::emitDeviceStatus() {
+    if (isStopRequested() || channels.empty())
+        return;
+    const bool healthy = audioStarted && std::ranges::all_of(channels, [](const auto& entry) {
+                             return isHealthy(*entry.second);
+                         });
+    const bool alarmed = !healthy;
+    if (alarmed == deviceAlarmed)
+        return;
+    const TiXmlDocument document = statusDocument(alarmed);  // may throw: nothing is told by halves
+    deviceAlarmed = alarmed;
+    logMessage(ModuleId, g_hostCallback, LogNotice, "Emitting audio device status = %s.",
+               alarmed ? "alarmed" : "ok");
+    sendDocument(document, KindStatusDocument);
+}

@@ -1,0 +1,90 @@
+// The module's one central object: created by Load, destroyed by Unload.
+//
+// It owns the channels, the device list, the settings and the queue through which the host's
+// documents reach the worker. Its operations stand with the behaviour they belong to; each says
+// which file below.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/channel_map.h"
+#include "core/messages.h"
+#include "core/mutex.h"
+#include "devices/audio_device.h"
+
+class CPlugin {
+  public:
+    CPlugin();
+
+    // ---- any host thread
+    // Queues a delivery that owns the host's buffer from now on. Throws std::bad_alloc with
+    // nothing queued and the buffer still the host's.
+    template <typename Message>
+    void enqueue(const void* data, uint64_t length) EXCLUDES(queueMutex) {
+        HostMessageQueue one;
+        one.emplace_back(std::in_place_type<Message>, data, length);
+        const MutexLock held(queueMutex);
+        messageQueue.splice(messageQueue.end(), one);
+    }
+    // The channel that host records address by `id`; null when there is none.
+    Channel* findChannel(int32_t id) { return channels.find(id); }
+    // Asks the worker to stop; never undone.
+    void requestStop() { stopRequested.exchange(true); }
+    bool isStopRequested() const { return stopRequested.load(); }
+
+    // ---- the worker's thread
+    // The worker loop, until a stop is requested (core/worker.cpp).
+    void runWorker();
+    // Hands up to 4 queued deliveries to their handlers; never waits for a host thread.
+    void processQueue() EXCLUDES(queueMutex);
+    // Tells the host when the devices turned faulty or healthy (core/device_status.cpp).
+    void emitDeviceStatus();
+    // Initialises PortAudio, scans the devices, applies the settings file
+    // (devices/audio_system.cpp).
+    void startAudioSystem();
+    // Applies a configuration document, the host's or the settings file, as far as it goes; `root`
+    // may be null (config/configuration.cpp).
+    void applyConfiguration(const TiXmlElement* root, bool fromSettings);
+    // Saves the settings and channels and sends them to the host (config/settings_file.cpp).
+    void writeSettings();
+
+    // ---- Unload, once the worker has ended
+    // Drops every channel, handing buffers back, and terminates PortAudio.
+    void teardown();
+
+  private:
+    HostMessageQueue takeBatch(size_t maximum) EXCLUDES(queueMutex);
+    void onIoctlMessage(const ipcam::IoctlMessage& message);
+    void dispatch(const HostMessageVariant& message) const;
+    void serveChannel(Channel& channel);
+    void drainCaptured(Channel& channel);
+    bool sleepUnlessStopped(int32_t milliseconds) const;
+    void bindToDevices(Channel& channel);
+    void createChannelsForUnclaimedDevices(int32_t highestNumber);
+    void applyInputs(const TiXmlElement& audio, bool fromSettings, int32_t& highestNumber);
+    bool applyEnabling(const TiXmlElement* encoder);
+    void applyStreams(bool mixersFailed);
+
+    HostMessageQueue messageQueue GUARDED_BY(queueMutex);
+    Mutex queueMutex;  // host threads wait for it, the worker only tries it
+    std::unique_ptr<MessageHandlers> handlers;
+    std::string textBuffer;  // the document at hand
+    std::atomic<bool> stopRequested{false};
+
+    // The worker's own from here on; no lock.
+    bool audioStarted = false;         // PortAudio is up
+    int32_t bufferLength = 250;        // ms of audio queued before an output starts
+    int32_t passPeriodMs = 1;          // pause between passes
+    bool deviceAlarmed = false;        // the status last sent
+    std::vector<AudioDevice> devices;  // the last scan's
+    ChannelMap channels;
+    bool forceOsServices = true;
+};
+
+// Null before Load and after Unload; written only by them.
+extern CPlugin* g_plugin;

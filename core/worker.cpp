@@ -1,0 +1,103 @@
+// The worker: the module's one long-running loop, on the thread that the host gives to IoctlRun.
+#include <algorithm>
+#include <array>
+
+#include "audio/ulaw.h"
+#include "core/contain.h"
+#include "core/plugin.h"
+
+namespace {
+
+// The frame being sent. One for the module, used by the worker only; each frame overwrites the
+// last.
+std::array<uint8_t, 524288> frameBuffer;
+
+struct CaptureTime {
+    uint64_t seconds;
+    uint16_t milliseconds;
+};
+
+// The wall clock less the time that the sound took to reach us.
+CaptureTime captureTime(int64_t latencyMs) {
+    constexpr int64_t MsPerSecond = 1000;
+    const timeval now = wallClockNow();
+    const int64_t sinceEpoch = int64_t{now.tv_sec} * MsPerSecond + now.tv_usec / 1000 - latencyMs;
+    int64_t seconds = sinceEpoch / MsPerSecond;
+    int64_t milliseconds = sinceEpoch % MsPerSecond;
+    if (milliseconds < 0) {  // before 1970
+        --seconds;
+        milliseconds += MsPerSecond;
+    }
+    return {static_cast<uint32_t>(seconds), static_cast<uint16_t>(milliseconds)};
+}
+
+void sendCaptured(const AudioBlock& block, const Channel& channel) {
+    const size_t samples = std::min<size_t>(block.count, frameBuffer.size());
+    // Captured data was copied from the callback's samples, behind the block and aligned for them.
+    const int32_t length =
+        ulawEncode(frameBuffer.data(), reinterpret_cast<const int16_t*>(block.data),
+                   samples * sizeof(int16_t));
+    const CaptureTime time = captureTime(channel.inputLatencyMs());
+    sendAudioFrame({frameBuffer.data(), static_cast<size_t>(length)}, time.seconds,
+                   time.milliseconds, channel.ID);
+}
+
+}  // namespace
+
+void CPlugin::runWorker() {
+    logMessage(ModuleId, g_hostCallback, LogInfo, "Starting worker thread.");
+    contain([this] { startAudioSystem(); });
+    do {
+        if (isStopRequested())
+            break;
+        processQueue();
+        for (const auto& entry : channels) {
+            if (isStopRequested())
+                break;
+            contain([&] { serveChannel(*entry.second); });
+        }
+        contain([this] { emitDeviceStatus(); });
+    } while (!sleepUnlessStopped(passPeriodMs));
+    for (const auto& [id, channel] : channels)
+        channel->closeStream();
+}
+
+void CPlugin::serveChannel(Channel& channel) {
+    if (!channel.isInput) {
+        channel.preparePlayback();
+        channel.maintainOutput(bufferLength);
+        channel.purgeBlocks(true);
+        return;
+    }
+    if (!channel.Enabled)
+        return;
+    if (channel.isTimedOut()) {
+        logMessage(ModuleId, g_hostCallback, LogDetail, "Input stream %d timed out", channel.ID);
+        channel.closeStream();
+        if (!isStopRequested())
+            channel.openStream();
+    }
+    drainCaptured(channel);
+}
+
+void CPlugin::drainCaptured(Channel& channel) {
+    while (const AudioBlockPtr block = channel.takeCaptured()) {
+        if (isStopRequested())
+            return;
+        sendCaptured(*block, channel);
+    }
+}
+
+// True when the pause ended because a stop was requested.
+bool CPlugin::sleepUnlessStopped(int32_t milliseconds) const {
+    using std::chrono::floor;
+    const auto begin = floor<std::chrono::milliseconds>(steadyNow());
+    if (milliseconds < 1)
+        return false;
+    do {
+        pauseOneMillisecond();
+        if (isStopRequested())
+            return true;
+    } while ((floor<std::chrono::milliseconds>(steadyNow()) - begin).count() < milliseconds);
+    return false;
+}

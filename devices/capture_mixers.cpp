@@ -1,0 +1,178 @@
+#include "devices/capture_mixers.h"
+
+#include <alsa/asoundlib.h>
+
+#include <array>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "plugin/host_link.h"
+
+namespace {
+
+struct MixerCloser {
+    void operator()(snd_mixer_t* mixer) const { snd_mixer_close(mixer); }
+};
+using MixerPtr = std::unique_ptr<snd_mixer_t, MixerCloser>;
+
+struct Freer {
+    void operator()(char* text) const { std::free(text); }
+};
+
+// "hw:0 [PCH]"; empty, and logged, when the card does not tell its name.
+std::string cardLabel(int card, const std::string& device) {
+    char* name = nullptr;
+    const int error = snd_card_get_name(card, &name);
+    const std::unique_ptr<char, Freer> owned(error < 0 ? nullptr : name);
+    if (error < 0) {
+        logMessage(ModuleId, g_hostCallback, LogError, "ALSA: %s snd_card_get_name error %d.",
+                   device.c_str(), error);
+        return {};
+    }
+    if (!owned) {
+        logMessage(ModuleId, g_hostCallback, LogError,
+                   "ALSA: %s snd_card_get_name error no name returned.", device.c_str());
+        return {};
+    }
+    return device + " [" + owned.get() + "]";
+}
+
+// The card's mixer with its elements loaded; none, and logged, when a step fails.
+MixerPtr openMixer(const std::string& device, const std::string& card) {
+    const auto failed = [&card](int error, const char* format) {
+        if (error >= 0)
+            return false;
+        logMessage(ModuleId, g_hostCallback, LogError, "ALSA: %s %s error %s", card.c_str(), format,
+                   snd_strerror(error));
+        return true;
+    };
+    snd_mixer_t* opened = nullptr;
+    if (failed(snd_mixer_open(&opened, 0), "snd_mixer_open"))
+        return nullptr;
+    MixerPtr mixer(opened);
+    if (failed(snd_mixer_attach(opened, device.c_str()), "snd_mixer_attach") ||
+        failed(snd_mixer_selem_register(opened, nullptr, nullptr), "snd_mixer_selem_register") ||
+        failed(snd_mixer_load(opened), "snd_mixer_load"))
+        return nullptr;
+    return mixer;
+}
+
+// Switches a capture element on and gives it a volume; false when that fails.
+bool enableCapture(snd_mixer_elem_t* element, const char* label) {
+    long minimum = 0;
+    long maximum = 0;
+    long volume = 0;
+    int left = 0;
+    int right = 0;
+    const int rangeError = snd_mixer_selem_get_capture_volume_range(element, &minimum, &maximum);
+    const int volumeError =
+        snd_mixer_selem_get_capture_volume(element, SND_MIXER_SCHN_FRONT_LEFT, &volume);
+    const int leftError =
+        snd_mixer_selem_get_capture_switch(element, SND_MIXER_SCHN_FRONT_LEFT, &left);
+    const int rightError =
+        snd_mixer_selem_get_capture_switch(element, SND_MIXER_SCHN_FRONT_RIGHT, &right);
+    if (rangeError < 0 || volumeError < 0 || leftError < 0 || rightError < 0) {
+        logMessage(ModuleId, g_hostCallback, LogError,
+                   "ALSA: %s failed to query settings (errors %d/%d/%d/%d", label, rangeError,
+                   volumeError, leftError, rightError);
+        return false;
+    }
+
+    const bool enabled = left == 1 && right == 1;
+    logMessage(ModuleId, g_hostCallback, LogInfo,
+               "ALSA: %s curr settings = %s vmin %ld vmax %ld vol %ld", label,
+               enabled ? "enabled" : "disabled", minimum, maximum, volume);
+    if (!enabled) {
+        const int error = snd_mixer_selem_set_capture_switch_all(element, 1);
+        if (error < 0) {
+            logMessage(ModuleId, g_hostCallback, LogError, "ALSA: %s failed to enable (error %d)",
+                       label, error);
+            return false;
+        }
+        logMessage(ModuleId, g_hostCallback, LogNotice, "ALSA: %s now enabled.", label);
+    }
+    if (volume == 0) {
+        // Unsigned, because a driver's range may be the whole of long.
+        const auto range = static_cast<long>(static_cast<unsigned long>(maximum) -
+                                             static_cast<unsigned long>(minimum));
+        const long raised = range / 2 + 1;
+        const int error = snd_mixer_selem_set_capture_volume_all(element, raised);
+        if (error < 0) {
+            logMessage(ModuleId, g_hostCallback, LogError,
+                       "ALSA: %s failed to set volume %ld (error %d)", label, raised, error);
+            return false;
+        }
+        logMessage(ModuleId, g_hostCallback, LogNotice, "ALSA: %s now set volume %ld", label,
+                   raised);
+    }
+    return true;
+}
+
+void reportSource(snd_mixer_elem_t* element, const char* label) {
+    unsigned int selected = 0;
+    const int error = snd_mixer_selem_get_enum_item(element, SND_MIXER_SCHN_FRONT_LEFT, &selected);
+    if (error < 0) {
+        logMessage(ModuleId, g_hostCallback, LogError,
+                   "ALSA: %s failed to query connector (error %d)", label, error);
+        return;
+    }
+    std::string current;
+    std::string list;
+    for (int i = 0; i < snd_mixer_selem_get_enum_items(element); ++i) {
+        std::array<char, 64> name{};
+        const auto item = static_cast<unsigned int>(i);
+        if (snd_mixer_selem_get_enum_item_name(element, item, name.size(), name.data()) != 0)
+            continue;
+        name.back() = '\0';
+        if (item == selected)
+            current = name.data();
+        if (!list.empty())
+            list += ", ";
+        list += name.data();
+    }
+    logMessage(ModuleId, g_hostCallback, LogInfo, "ALSA: %s connected to [%s] of [%s]", label,
+               current.c_str(), list.c_str());
+}
+
+bool configureElement(snd_mixer_elem_t* element, const std::string& card) {
+    const auto index = static_cast<int32_t>(snd_mixer_selem_get_index(element));
+    const char* name = snd_mixer_selem_get_name(element);
+    const std::string label =
+        card + " mixer " + std::to_string(index) + " [" + (name != nullptr ? name : "NONAME") + "]";
+    if (name != nullptr && index >= 0 && snd_mixer_selem_has_capture_switch(element) == 1)
+        return enableCapture(element, label.c_str());
+    if (snd_mixer_selem_is_enumerated(element) == 1 &&
+        snd_mixer_selem_is_enum_capture(element) == 1)
+        reportSource(element, label.c_str());
+    else
+        logMessage(ModuleId, g_hostCallback, LogDetail, "ALSA: %s ignored", label.c_str());
+    return true;
+}
+
+bool configureCard(int card) {
+    const std::string device = "hw:" + std::to_string(card);
+    const std::string label = cardLabel(card, device);
+    if (label.empty())
+        return true;
+    const MixerPtr mixer = openMixer(device, label);
+    if (!mixer)
+        return true;
+    logMessage(ModuleId, g_hostCallback, LogInfo, "ALSA: detected %s", label.c_str());
+    logMessage(ModuleId, g_hostCallback, LogDetail, "ALSA: %s query mixers.", label.c_str());
+    bool succeeded = true;
+    for (snd_mixer_elem_t* element = snd_mixer_first_elem(mixer.get()); element != nullptr;
+         element = snd_mixer_elem_next(element))
+        succeeded = configureElement(element, label) && succeeded;
+    return succeeded;
+}
+
+}  // namespace
+
+bool configureCaptureMixers() {
+    bool succeeded = true;
+    int card = -1;
+    while (snd_card_next(&card) == 0 && card >= 0)
+        succeeded = configureCard(card) && succeeded;
+    return succeeded;
+}

@@ -1,0 +1,111 @@
+// The six exported functions. What each does and promises stands in plugin/tamborin.h.
+#include <tinyxml.h>
+
+#include <memory>
+
+#include "core/contain.h"
+#include "core/plugin.h"
+#include "plugin/host_link.h"
+#include "plugin/tamborin.h"
+
+namespace {
+
+TiXmlDocument announcement() {
+    TiXmlElement module("Module");
+    module.SetAttribute("Name", TAMBORIN_NAME);
+    module.SetAttribute("ID", ModuleId);
+    module.SetAttribute("Version", TAMBORIN_VERSION);
+    TiXmlElement modules("Modules");
+    modules.InsertEndChild(module);
+    TiXmlElement root("Varo");
+    root.SetAttribute("Delta", 0);
+    root.InsertEndChild(modules);
+    TiXmlDocument document;
+    document.InsertEndChild(TiXmlDeclaration());
+    document.InsertEndChild(root);
+    return document;
+}
+
+template <typename Message>
+void enqueue(const IoctlRequest& request, IoctlResult& result) {
+    if (request.length == 0)
+        return;
+    if (contain([&] { g_plugin->enqueue<Message>(request.data, request.length); }))
+        result.accepted = 1;
+}
+
+bool isAudioForUs(const WriteRecord& record) {
+    return (record.type & TypeAudio) == TypeAudio && (record.targetId & ModuleIdMask) == ModuleId &&
+           record.data != nullptr;
+}
+
+}  // namespace
+
+int64_t Load(const HostTable* hostTable, ModuleInfo* moduleInfo) {
+    contain([&] {
+        auto plugin = std::make_unique<CPlugin>();
+        const HostCallback hostCallback = hostTable->hostCallback;
+        moduleInfo->moduleId = ModuleId;
+        moduleInfo->audioTypes = AudioTypes;
+        moduleInfo->documentTypes = DocumentTypes;
+        moduleInfo->capability0 = 1;
+        moduleInfo->capability1 = 1;
+        g_plugin = plugin.release();
+        g_hostCallback = hostCallback;
+    });
+    return 0;
+}
+
+int64_t Open() {
+    if (g_plugin != nullptr)
+        contain([] { sendDocument(announcement(), KindModuleDocument); });
+    return 0;
+}
+
+int64_t IOCTL(const IoctlRequest* request, IoctlResult* result) {
+    if (g_plugin == nullptr || g_plugin->isStopRequested())
+        return 0;
+    switch (request->code) {
+        case IoctlRun:
+            contain([] { g_plugin->runWorker(); });
+            break;
+        case IoctlConfiguration:
+            enqueue<ipcam::IoctlMessage>(*request, *result);
+            break;
+        case IoctlHostDocument:
+            enqueue<ipcam::WriteMessage>(*request, *result);
+            break;
+        case IoctlReply:  // we ask the host nothing, so no reply can be awaited
+        default:
+            break;
+    }
+    return 0;
+}
+
+int64_t Write(const WriteRecord* record, WriteResult* result) {
+    if (g_plugin == nullptr || !isAudioForUs(*record))
+        return 0;
+    contain([&] {
+        Channel* channel = g_plugin->findChannel(static_cast<int32_t>(record->targetId));
+        if (channel != nullptr && !channel->isInput &&
+            channel->pushPlayback(static_cast<const uint8_t*>(record->data), record->length))
+            result->accepted = 1;
+    });
+    return 0;
+}
+
+int64_t Close() {
+    if (g_plugin != nullptr)
+        g_plugin->requestStop();
+    return 0;
+}
+
+int64_t Unload() {
+    if (g_plugin == nullptr)
+        return 0;
+    std::unique_ptr<CPlugin> plugin(g_plugin);
+    plugin->teardown();
+    plugin.reset();
+    g_plugin = nullptr;
+    return 0;
+}

@@ -1,0 +1,34 @@
+// What the module says to its host: the only code that calls the host's callback.
+//
+// Every sender builds its record on its own stack and may be called on any thread but a stream
+// callback's. None may be called while a lock is held, except logMessage under a channel's
+// queueLock.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "plugin/tamborin.h"
+
+class TiXmlDocument;
+
+// The callback given to Load; null before the first Load. Stays set after Unload.
+extern HostCallback g_hostCallback;
+
+// Asks the host for its threshold and, when `level` reaches it, formats the line and sends it.
+// Lines are cut to 2047 characters and a zero byte, except at level 0. Answers what the host
+// answered to the line, 0 when nothing was sent. A null callback sends nothing.
+[[gnu::format(printf, 4, 5)]] int32_t logMessage(int64_t moduleId, HostCallback callback,
+                                                 int32_t level, const char* format, ...) noexcept;
+
+// Prints `document` without indentation and sends it as KindModuleDocument or KindStatusDocument.
+// The answer 1 closes the module. Throws std::bad_alloc, with nothing sent.
+void sendDocument(const TiXmlDocument& document, int32_t kind);
+
+// Sends one encoded capture frame with its capture time. The answer 1 closes the module.
+void sendAudioFrame(std::span<const uint8_t> codes, uint64_t seconds, uint16_t milliseconds,
+                    int32_t channelId) noexcept;
+
+// Hands an accepted buffer back: exactly once for each, never null. The caller has let go of every
+// lock and does not touch the buffer again.
+int32_t releaseHostBuffer(const void* buffer) noexcept;

@@ -1,0 +1,246 @@
+/* The contract between Tamborin and the program that hosts it.
+ *
+ * Tamborin records and plays a machine's sound cards for a host program. The host loads
+ * libtamborin.so, drives it through the six functions at the end of this file, and hears back
+ * through one callback of its own:
+ *
+ *     HostTable table = {.hostCallback = myCallback};
+ *     ModuleInfo info = {0};
+ *     Load(&table, &info);
+ *     Open();                                     // announces the module to myCallback
+ *     // on a thread of its own:                  // returns only after Close
+ *     IoctlRequest run = {.code = IoctlRun};
+ *     IoctlResult none = {0};
+ *     IOCTL(&run, &none);
+ *     // from any other thread, meanwhile: IOCTL with documents, Write with audio
+ *     Close();                                    // then join the thread above
+ *     Unload();
+ *
+ * The rules of the boundary:
+ *
+ *  1. Every function returns 0, always. What became of a request stands in its result record.
+ *  2. Every record is little-endian, at the offsets asserted below, and is read or written only
+ *     during the call. Pointers to records are never null.
+ *  3. A buffer that the host passes in stays the host's unless the call sets `accepted` to 1. An
+ *     accepted buffer belongs to the module, which reads it and never writes it, until it comes
+ *     back with exactly one KindBufferRelease record: that may happen on another thread, and even
+ *     before the call that accepted it has returned.
+ *  4. What a HostMessage points at is valid until the callback returns, and no longer.
+ *  5. The callback is called from several threads at once: the one inside IoctlRun, and those that
+ *     call Open, IOCTL, Write, Close and Unload. It is never called on a real-time audio thread.
+ *     It must not throw, and must not call Unload.
+ *  6. All audio is G.711 mu-law, 8000 Hz, mono, one byte per sample.
+ *  7. The module starts no thread of its own; the audio library runs one for each open stream.
+ *
+ * The settings are kept in "tamborin.xml" in the process's working directory.
+ *
+ * Plain C11 and C++20 both read this file; it needs nothing else of the module.
+ */
+#ifndef TAMBORIN_H
+#define TAMBORIN_H
+
+#include <assert.h>
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Identity. A channel's ID is ((Number + 16) & 0xFF) | ChannelIdBase; channel 0 is 0x140110. */
+enum {
+    ModuleId = 0x140000,
+    ModuleIdMask = 0xFF0000, /* the bits of a Write target that name the module */
+    ChannelIdBase = 0x140100
+};
+#define TAMBORIN_NAME "Tamborin"
+#define TAMBORIN_VERSION "26.1.7.3"
+
+/* ---------------------------------------------------------------- module to host */
+
+/* HostMessage.kind */
+enum {
+    KindAudio = 2,            /* a captured frame */
+    KindStatusDocument = 4,   /* XML: device status, on every change between ok and alarmed */
+    KindLog = 64,             /* a log line, or the question which lines are wanted */
+    KindModuleDocument = 256, /* XML: the announcement, and the description of all channels */
+    KindBufferRelease = 512   /* data is a host buffer; it is the host's again */
+};
+
+/* HostMessage.type */
+enum {
+    TypeLogLevelQuery = 0x1000001,
+    TypeLogText = 0x1000002,
+    TypeDocument = 0x1000010,
+    TypeAudio = 0x1000080 /* also the bits that a WriteRecord's type must have set */
+};
+
+/* HostMessage.level */
+enum {
+    LogDetail = 0,  /* routine detail; the only level whose texts are never cut */
+    LogInfo = 25,   /* progress and findings */
+    LogNotice = 50, /* changes of state */
+    LogError = 75   /* failures */
+};
+
+/* The one record in which everything goes to the host. Fields that a kind does not use are 0. */
+typedef struct HostMessage {
+    uint32_t size;    /* always 224 */
+    uint32_t version; /* always 1 */
+    uint32_t length;  /* bytes at data: text without a terminating zero, or mu-law samples */
+    uint32_t reserved0;
+    const void* data;
+    int64_t sourceId; /* ModuleId; for audio the channel's ID */
+    uint64_t reserved1;
+    int64_t kind;
+    uint64_t type;
+    uint32_t detailSize;    /* 168 for log text and audio, else 0 */
+    uint32_t detailVersion; /* 1 for log text and audio, else 0 */
+    uint64_t level;         /* log text */
+    uint64_t seconds;       /* audio: Unix time of capture */
+    uint16_t milliseconds;  /* audio: 0 to 999 */
+    uint8_t reserved2[142];
+} HostMessage;
+
+static_assert(sizeof(HostMessage) == 224, "HostMessage");
+static_assert(offsetof(HostMessage, size) == 0, "size");
+static_assert(offsetof(HostMessage, version) == 4, "version");
+static_assert(offsetof(HostMessage, length) == 8, "length");
+static_assert(offsetof(HostMessage, data) == 16, "data");
+static_assert(offsetof(HostMessage, sourceId) == 24, "sourceId");
+static_assert(offsetof(HostMessage, kind) == 40, "kind");
+static_assert(offsetof(HostMessage, type) == 48, "type");
+static_assert(offsetof(HostMessage, detailSize) == 56, "detailSize");
+static_assert(offsetof(HostMessage, detailVersion) == 60, "detailVersion");
+static_assert(offsetof(HostMessage, level) == 64, "level");
+static_assert(offsetof(HostMessage, seconds) == 72, "seconds");
+static_assert(offsetof(HostMessage, milliseconds) == 80, "milliseconds");
+static_assert(offsetof(HostMessage, reserved2) == 82, "reserved2");
+
+/* The host's callback; the second argument is always 0. Its answer counts for
+ *   TypeLogLevelQuery                 the lowest level wanted: lines below it are not sent
+ *   KindAudio and the two documents   1 asks the module to stop, as Close does
+ * and is ignored for the rest. */
+typedef int32_t (*HostCallback)(const HostMessage* message, int32_t reserved);
+
+/* ---------------------------------------------------------------- host to module */
+
+typedef struct HostTable {
+    uint8_t reserved[16];
+    HostCallback hostCallback; /* must stay callable until Unload has returned */
+} HostTable;
+
+static_assert(offsetof(HostTable, hostCallback) == 16, "hostCallback");
+
+/* Filled by Load, which writes the named fields and leaves every other byte alone. */
+typedef struct ModuleInfo {
+    uint8_t reserved0[8];
+    uint64_t moduleId; /* ModuleId */
+    uint8_t reserved1[8];
+    uint64_t audioTypes;    /* AudioTypes */
+    uint64_t documentTypes; /* DocumentTypes */
+    uint8_t reserved2[56];
+    uint8_t capability0; /* 1 */
+    uint8_t reserved3[2];
+    uint8_t capability1; /* 1 */
+} ModuleInfo;
+
+enum { AudioTypes = 0x3000080, DocumentTypes = 0x3000010 };
+
+static_assert(offsetof(ModuleInfo, moduleId) == 8, "moduleId");
+static_assert(offsetof(ModuleInfo, audioTypes) == 24, "audioTypes");
+static_assert(offsetof(ModuleInfo, documentTypes) == 32, "documentTypes");
+static_assert(offsetof(ModuleInfo, capability0) == 96, "capability0");
+static_assert(offsetof(ModuleInfo, capability1) == 99, "capability1");
+
+/* IoctlRequest.code */
+enum {
+    IoctlRun = 1,           /* run the module on this thread; returns after Close */
+    IoctlConfiguration = 2, /* payload: a configuration document (XML) to apply */
+    IoctlHostDocument = 3,  /* payload: taken, handed back, without effect */
+    IoctlReply = 4          /* ignored, the payload is not taken */
+};
+
+typedef struct IoctlRequest {
+    uint8_t reserved0[8];
+    int32_t code;
+    uint8_t reserved1[12];
+    uint32_t length; /* bytes at data; 0 is ignored */
+    uint32_t reserved2;
+    const void* data;
+} IoctlRequest;
+
+static_assert(sizeof(IoctlRequest) == 40, "IoctlRequest");
+static_assert(offsetof(IoctlRequest, code) == 8, "code");
+static_assert(offsetof(IoctlRequest, length) == 24, "length");
+static_assert(offsetof(IoctlRequest, data) == 32, "data");
+
+typedef struct IoctlResult {
+    uint8_t reserved[16];
+    uint32_t accepted; /* set to 1 when the module has taken the payload, else untouched */
+} IoctlResult;
+
+static_assert(sizeof(IoctlResult) == 20, "IoctlResult");
+static_assert(offsetof(IoctlResult, accepted) == 16, "accepted");
+
+typedef struct WriteRecord {
+    uint8_t reserved0[16];
+    uint32_t length; /* mu-law samples at data; 0 is taken and comes back like any other */
+    uint32_t reserved1;
+    const void* data;
+    int64_t targetId; /* the low 32 bits are the ID of an output channel */
+    uint8_t reserved2[16];
+    uint64_t type; /* all bits of TypeAudio, or the record is ignored */
+} WriteRecord;
+
+static_assert(sizeof(WriteRecord) == 64, "WriteRecord");
+static_assert(offsetof(WriteRecord, length) == 16, "length");
+static_assert(offsetof(WriteRecord, data) == 24, "data");
+static_assert(offsetof(WriteRecord, targetId) == 32, "targetId");
+static_assert(offsetof(WriteRecord, type) == 56, "type");
+
+typedef struct WriteResult {
+    uint8_t reserved[28];
+    uint32_t accepted; /* set to 1 when the module has taken the audio, else untouched */
+} WriteResult;
+
+static_assert(sizeof(WriteResult) == 32, "WriteResult");
+static_assert(offsetof(WriteResult, accepted) == 28, "accepted");
+
+/* ---------------------------------------------------------------- the six functions */
+
+#define TAMBORIN_API __attribute__((visibility("default")))
+
+/* Creates the module, keeps hostTable->hostCallback and fills moduleInfo. Called once, before
+ * everything else. When memory is short moduleInfo stays as it was and the module is not loaded:
+ * every other call then does nothing. */
+TAMBORIN_API int64_t Load(const HostTable* hostTable, ModuleInfo* moduleInfo);
+
+/* Sends the announcement document. Any thread, after Load. */
+TAMBORIN_API int64_t Open(void);
+
+/* Acts on request->code. IoctlRun: one thread, once; it blocks until Close and does all the
+ * module's work. The other codes: any thread, any time between Load and Unload; they queue the
+ * payload and return at once. After Close every code is ignored. A payload that memory is too
+ * short to queue is not accepted. */
+TAMBORIN_API int64_t IOCTL(const IoctlRequest* request, IoctlResult* result);
+
+/* Queues audio on an output channel; any thread between Load and Unload. Ignored, the buffer
+ * staying the host's: a type without all bits of TypeAudio, a target of another module, an unknown
+ * channel, an input, a null buffer, no memory. A block is played whole when it holds up to 2048
+ * samples (256 ms); what is beyond is dropped. Shorter blocks join without a gap. May wait while
+ * the addressed channel's stream is being opened or closed, never for another channel. */
+TAMBORIN_API int64_t Write(const WriteRecord* record, WriteResult* result);
+
+/* Asks the module to stop: IoctlRun returns soon after. Any thread, never waits. */
+TAMBORIN_API int64_t Close(void);
+
+/* Hands back every buffer still held, closes the audio system and frees the module. Called once
+ * IoctlRun has returned and no other call is in progress. Does nothing without Load. */
+TAMBORIN_API int64_t Unload(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
