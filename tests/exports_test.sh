@@ -1,0 +1,8 @@
+#!/bin/sh
+# The library exports the six functions and nothing else, and needs the three audio libraries.
+set -eu
+[ "$(nm -D --defined-only "$1" | awk '{print $3}' | sort | tr '\n' ' ')" = \
+    "Close IOCTL Load Open Unload Write " ]
+for library in libportaudio libasound libtinyxml; do
+    ldd "$1" | grep -q "$library"
+done

@@ -1,0 +1,17 @@
+#include "fake_clock.h"
+
+#include "core/clock.h"
+
+SteadyTime steadyNow() noexcept {
+    return SteadyTime(fakeClock.steady);
+}
+timeval wallClockNow() noexcept {
+    return {fakeClock.wallSeconds, fakeClock.wallMicroseconds};
+}
+int64_t unixSeconds() noexcept {
+    return fakeClock.wallSeconds;
+}
+void pauseOneMillisecond() noexcept {
+    fakeClock.steady += std::chrono::milliseconds(1);
+    fakeClock.onPause();
+}

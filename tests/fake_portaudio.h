@@ -1,0 +1,45 @@
+// A PortAudio whose devices, errors and callbacks are the test's.
+#pragma once
+
+#include <portaudio.h>
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <vector>
+
+struct FakeStream {
+    PaStreamCallback* callback;
+    void* userData;
+    bool isInput;
+    PaError active = 1;  // what Pa_IsStreamActive answers; paBadStreamPtr once closed
+
+    int capture(const std::vector<int16_t>& samples) const {
+        return callback(samples.data(), nullptr, samples.size(), nullptr, 0, userData);
+    }
+    // Fills the sound with what is played.
+    int play(std::vector<int16_t>& sound) const {
+        return callback(nullptr, sound.data(), sound.size(), nullptr, 0, userData);
+    }
+};
+
+struct FakePortAudio {
+    std::vector<PaHostApiInfo> hostApis;
+    PaHostApiIndex defaultHostApi = 0;
+    std::vector<PaDeviceInfo> devices;
+    int deviceCountError = 0;
+    std::map<std::pair<int, bool>, PaError> formatErrors;  // by device and whether it is an input
+    PaError initialize = paNoError;
+    PaError open = paNoError;
+    PaError start = paNoError;
+    PaStreamInfo streamInfo{1, 0.0, 0.0, 8000};
+    std::deque<FakeStream> streams;  // every stream ever opened; its address is its handle
+    std::function<void(FakeStream&)> whileStarting = [](FakeStream&) {};
+
+    // Adds a device with both directions, on host API 0.
+    void addDevice(const char* name) {
+        devices.push_back({2, name, 0, 1, 1, 0.01, 0.02, 0.1, 0.1, 44100});
+    }
+};
+inline FakePortAudio fakePortAudio;

@@ -1,0 +1,127 @@
+// Settings files that a crash, a full disk or another program left behind.
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <thread>
+
+#include "config/xml_store.h"
+#include "module_test.h"
+
+namespace {
+
+using std::filesystem::exists;
+
+class TornSettings : public ModuleTest {
+  protected:
+    static void put(const char* path, const std::string& text) {
+        std::ofstream(path, std::ios::binary) << text;
+    }
+    static std::string content(const char* path) {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    static TiXmlDocument makeDocument(const std::string& text) {
+        TiXmlDocument made;
+        made.Parse(text.c_str());
+        return made;
+    }
+};
+
+constexpr const char* Target = "f.xml";
+constexpr const char* Pending = "f.xml.pending";
+
+TEST_F(TornSettings, LoadTakesTheCompletePendingFileOrElseTheTarget) {
+    const std::string old = "<Old><a/></Old>\n";
+    const std::string fresh = "<New><b/></New>\n";
+    TiXmlDocument loaded;
+    // Cut anywhere, the pending file loses to the target and stays; whole, it replaces the target.
+    for (size_t length = 0; length <= fresh.size(); ++length) {
+        put(Target, old);
+        put(Pending, fresh.substr(0, length));
+        ASSERT_TRUE(LoadXmlFile(loaded, Target)) << length;
+        const bool whole = length + 1 >= fresh.size();  // the last byte is a line's end
+        ASSERT_STREQ(loaded.RootElement()->Value(), whole ? "New" : "Old") << length;
+        ASSERT_EQ(exists(Pending), !whole) << length;
+        ASSERT_EQ(content(Target), whole ? fresh.substr(0, length) : old) << length;
+    }
+    std::filesystem::remove(Target);
+    put(Pending, fresh);
+    EXPECT_TRUE(LoadXmlFile(loaded, Target));
+    EXPECT_EQ(content(Target), fresh);
+}
+
+TEST_F(TornSettings, WhatIsNoDocument) {
+    TiXmlDocument loaded;
+    EXPECT_FALSE(LoadXmlFile(loaded, Target));
+    EXPECT_EQ(loaded.ErrorId(), TiXmlBase::TIXML_ERROR_OPENING_FILE);
+    for (const std::string& text : {std::string(), std::string("<a"), std::string("<a b=\"\xC3"),
+                                    std::string("<a>\xF0\x9F\x98")}) {
+        put(Target, text);
+        EXPECT_FALSE(LoadXmlFile(loaded, Target)) << text;
+    }
+    std::filesystem::remove(Target);
+    std::filesystem::create_directory(Target);
+    EXPECT_FALSE(LoadXmlFile(loaded, Target));
+    ASSERT_EQ(mkfifo(Pending, 0600), 0);
+    EXPECT_FALSE(LoadXmlFile(loaded, Target));
+    put("tamborin.xml", "<Varo><Devices ID=\"1310720\" BufferLength=\"9\"");  // malformed: missing
+    run({});
+    EXPECT_NE(document.find("BufferLength=\"250\""), std::string::npos);
+}
+
+TEST_F(TornSettings, SaveReplacesWholeAndIndented) {
+    put(Target, "<Old/>");
+    put(Pending,
+        "rubbish that a crash left, longer than the new text <<<<<<<<<<<<<<<<<<<<<<<<<<<<");
+    EXPECT_TRUE(SaveXmlFile(makeDocument("<?xml?><A b=\"1\"><C>t</C></A>"), Target));
+    EXPECT_EQ(content(Target), "<?xml ?>\n<A b=\"1\">\n    <C>t</C>\n</A>\n");
+    EXPECT_FALSE(exists(Pending));
+}
+
+TEST_F(TornSettings, FailedSavesLeaveTheOldFile) {
+    const TiXmlDocument fresh = makeDocument("<New>" + std::string(9000, 'x') + "</New>");
+    EXPECT_FALSE(SaveXmlFile(fresh, "nowhere/f.xml"));
+    EXPECT_EQ(lastXmlSaveFailure(), "create error 2 - No such file or directory");
+
+    std::filesystem::create_directories("dir.xml/child");
+    EXPECT_FALSE(SaveXmlFile(fresh, "dir.xml"));
+    EXPECT_EQ(lastXmlSaveFailure(),
+              "Failed to rename .xml.pending to .xml file 21 - Is a directory");
+    EXPECT_TRUE(exists("dir.xml.pending"));
+
+    // A disk that is full after some bytes: a file size limit cuts the write short.
+    put(Target, "<Old/>");
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    for (const rlim_t room : {0, 1, 100, 4096, 9000}) {
+        const rlimit limited{room, before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limited);
+        EXPECT_FALSE(SaveXmlFile(fresh, Target)) << room;
+        setrlimit(RLIMIT_FSIZE, &before);
+        EXPECT_EQ(lastXmlSaveFailure(), "write error 27 - File too large");
+        EXPECT_FALSE(exists(Pending));
+        EXPECT_EQ(content(Target), "<Old/>");
+    }
+}
+
+TEST_F(TornSettings, SavesAndLoadsOfOnePathDoNotOverlap) {
+    const TiXmlDocument one = makeDocument("<One>" + std::string(50'000, '1') + "</One>");
+    const TiXmlDocument two = makeDocument("<Two>" + std::string(20'000, '2') + "</Two>");
+    SaveXmlFile(one, Target);
+    std::vector<std::thread> threads;
+    for (const TiXmlDocument* mine : {&one, &two})
+        threads.emplace_back([mine] {
+            for (int i = 0; i < 50; ++i) {
+                EXPECT_TRUE(SaveXmlFile(*mine, Target));
+                TiXmlDocument loaded;
+                ASSERT_TRUE(LoadXmlFile(loaded, Target));
+                EXPECT_GE(std::string(loaded.RootElement()->GetText()).size(), 20'000U);
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+}  // namespace
