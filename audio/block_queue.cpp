@@ -44,8 +44,10 @@ AudioBlockPtr makePlaybackBlock(const uint8_t* codes, uint32_t count) noexcept {
 }
 
 BlockQueue::~BlockQueue() {
-    while (front_ != nullptr)
-        unlink(front_);
+    while (front_ != nullptr) {
+        const AudioBlockPtr newest(front_);
+        front_ = newest->older;
+    }
 }
 
 void BlockQueue::pushFront(AudioBlockPtr block) RT_SAFE {
@@ -58,18 +60,17 @@ void BlockQueue::pushFront(AudioBlockPtr block) RT_SAFE {
 }
 
 AudioBlockPtr BlockQueue::takeBack() RT_SAFE {
-    return back_ != nullptr ? unlink(back_) : nullptr;
+    AudioBlockPtr oldest(back_);
+    if (oldest) {
+        back_ = oldest->newer;
+        (back_ != nullptr ? back_->older : front_) = nullptr;
+        --size_;
+    }
+    return oldest;
 }
 
 void BlockQueue::moveTo(BlockQueue& target, bool onlyPlayed) noexcept {
     // Blocks are played in their order: the first unplayed one ends the walk.
     while (back_ != nullptr && (back_->played || !onlyPlayed))
-        target.pushFront(unlink(back_));
-}
-
-AudioBlockPtr BlockQueue::unlink(AudioBlock* block) RT_SAFE {
-    (block->newer != nullptr ? block->newer->older : front_) = block->older;
-    (block->older != nullptr ? block->older->newer : back_) = block->newer;
-    --size_;
-    return AudioBlockPtr(block);
+        target.pushFront(takeBack());
 }

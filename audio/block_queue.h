@@ -54,8 +54,6 @@ class BlockQueue {
     size_t size() const noexcept { return size_; }
 
   private:
-    AudioBlockPtr unlink(AudioBlock* block) RT_SAFE;
-
     AudioBlock* front_ = nullptr;
     AudioBlock* back_ = nullptr;
     size_t size_ = 0;

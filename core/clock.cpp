@@ -1,6 +1,6 @@
 #include "core/clock.h"
 
-#include <time.h>
+#include <ctime>
 
 SteadyTime steadyNow() noexcept {
     return std::chrono::steady_clock::now();

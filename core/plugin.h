@@ -62,7 +62,7 @@ class CPlugin {
     void onIoctlMessage(const ipcam::IoctlMessage& message);
     void dispatch(const HostMessageVariant& message) const;
     void serveChannel(Channel& channel);
-    void drainCaptured(Channel& channel);
+    void drainCaptured(Channel& channel) const;
     bool sleepUnlessStopped(int32_t milliseconds) const;
     void bindToDevices(Channel& channel);
     void createChannelsForUnclaimedDevices(int32_t highestNumber);

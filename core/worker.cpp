@@ -80,7 +80,7 @@ void CPlugin::serveChannel(Channel& channel) {
     drainCaptured(channel);
 }
 
-void CPlugin::drainCaptured(Channel& channel) {
+void CPlugin::drainCaptured(Channel& channel) const {
     while (const AudioBlockPtr block = channel.takeCaptured()) {
         if (isStopRequested())
             return;

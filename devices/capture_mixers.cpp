@@ -17,7 +17,7 @@ struct MixerCloser {
 using MixerPtr = std::unique_ptr<snd_mixer_t, MixerCloser>;
 
 struct Freer {
-    void operator()(char* text) const { std::free(text); }
+    void operator()(char* text) const { std::free(text); }  // NOLINT: ALSA takes it from malloc
 };
 
 // "hw:0 [PCH]"; empty, and logged, when the card does not tell its name.

@@ -38,6 +38,7 @@
  */
 #ifndef TAMBORIN_H
 #define TAMBORIN_H
+/* NOLINTBEGIN(modernize-*): C reads this file, too */
 
 #include <assert.h>
 #include <stddef.h>
@@ -243,4 +244,5 @@ TAMBORIN_API int64_t Unload(void);
 }
 #endif
 
+/* NOLINTEND(modernize-*) */
 #endif

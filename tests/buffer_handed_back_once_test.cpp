@@ -14,7 +14,7 @@ TEST_F(BufferHandedBackOnce, DocumentsFourAPassAndTheRestAtUnload) {
              EXPECT_EQ(firstPass.substr(firstPass.find("release")),
                        "release 1\nrelease 2\nrelease 3\nrelease 4\n");
          },
-         [this] {
+         [] {
              EXPECT_EQ(takeTrace(), "release 5\nrelease 6\n");
              EXPECT_TRUE(ioctl("late", "<a/>"));
              EXPECT_TRUE(ioctl("later", "<a/>", IoctlHostDocument));

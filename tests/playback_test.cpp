@@ -12,7 +12,7 @@ class Playback : public ModuleTest {
     Playback() { fakePortAudio.addDevice("default"); }
 
     // Lends `count` codes that all decode to the sample of `code`.
-    void lend(const std::string& name, uint8_t code, size_t count = 2048) {
+    static void lend(const std::string& name, uint8_t code, size_t count = 2048) {
         EXPECT_TRUE(write(name, std::vector<uint8_t>(count, code), Output));
     }
     // What one callback plays, as runs of equal samples: "CODE*COUNT ...", silence as "-".
@@ -79,11 +79,11 @@ TEST_F(Playback, StreamStartsAtTheThreshold) {
     std::vector<Step> steps;
     for (const Case& c : std::initializer_list<Case>{
              {250, 1}, {511, 1}, {512, 2}, {1000, 3}, {2000, 7}, {9999, 7}, {-2147483647, 1}}) {
-        steps.push_back([=, this] {
+        steps.push_back([=] {
             configure(ours("", "BufferLength=\"" + std::to_string(c.bufferLength) + "\""));
         });
         for (int i = 0; i < c.blocks; ++i)
-            steps.push_back([=, this] {
+            steps.push_back([=] {
                 takeTrace();
                 lend("block", 1);
             });

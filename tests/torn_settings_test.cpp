@@ -95,7 +95,7 @@ TEST_F(TornSettings, FailedSavesLeaveTheOldFile) {
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit before{};
     getrlimit(RLIMIT_FSIZE, &before);
-    for (const rlim_t room : {0, 1, 100, 4096, 9000}) {
+    for (const rlim_t room : {0U, 1U, 100U, 4096U, 9000U}) {
         const rlimit limited{room, before.rlim_max};
         setrlimit(RLIMIT_FSIZE, &limited);
         EXPECT_FALSE(SaveXmlFile(fresh, Target)) << room;

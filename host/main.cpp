@@ -1,0 +1,92 @@
+// tamborin-host: brings the module up on a machine, lists what it finds, records and plays.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <iostream>
+#include <stdexcept>
+
+#include "host/commands.h"
+
+namespace {
+
+// The audio libraries write pages to file descriptor 2 while they look for devices. What we say
+// ourselves goes to the user all the same.
+void silenceLibraries() {
+    const int user = dup(STDERR_FILENO);
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (user < 0 || nowhere < 0)
+        return;
+    dup2(nowhere, STDERR_FILENO);
+    close(nowhere);
+    if (FILE* messages = fdopen(user, "w"))
+        stderr = messages;
+    std::setvbuf(stderr, nullptr, _IOLBF, 0);
+}
+
+std::filesystem::path besideUs(const char* name) {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path() / name;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    options.session.module = besideUs("libtamborin.so");
+    options.out = "recordings";
+    std::filesystem::path folder = ".";
+    bool libraryNoise = false;
+    int (*command)(const Options&) = nullptr;
+
+    CLI::App app("Records and plays through the Tamborin audio module.", "tamborin-host");
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.add_option("--module", options.session.module, "the module's library")
+        ->capture_default_str();
+    app.add_option("--dir", folder, "folder of the module's settings file")->capture_default_str();
+    app.add_option("--for", options.session.seconds, "seconds to run; until Ctrl-C if not given")
+        ->check(CLI::PositiveNumber);
+    app.add_option("--log-level", options.session.logLevel,
+                   "show log lines from this level on: 0 detail, 25 info, 50 notice, 75 errors")
+        ->capture_default_str();
+    app.add_flag("--library-noise", libraryNoise, "show what the audio libraries write to stderr");
+
+    const auto add = [&](const char* name, const char* help, int (*run)(const Options&)) {
+        CLI::App* sub = app.add_subcommand(name, help);
+        sub->callback([&command, run] { command = run; });
+        return sub;
+    };
+    add("channels", "list the channels", runChannels);
+    CLI::App* record = add("record", "record inputs to WAV files", runRecord);
+    CLI::App* play = add("play", "play a sound file on an output", runPlay);
+    CLI::App* talk = add("talk", "record an input while playing on an output", runTalk);
+    for (CLI::App* sub : {record, talk}) {
+        sub->add_option("--input", options.inputs, "channel numbers; those with a device if none");
+        sub->add_option("--out", options.out, "folder for recordings")->capture_default_str();
+    }
+    for (CLI::App* sub : {play, talk})
+        sub->add_option("--output", options.outputs, "channel number; the first with a device");
+    play->add_option("file", options.clip, "any file that libsndfile reads")
+        ->required()
+        ->check(CLI::ExistingFile);
+    talk->add_option("file", options.clip, "any file that libsndfile reads; chirps if none")
+        ->check(CLI::ExistingFile);
+    talk->add_flag("--find-clip", options.findClip, "fail unless the recording holds the clip");
+    CLI11_PARSE(app, argc, argv);
+
+    if (!libraryNoise)
+        silenceLibraries();
+    try {
+        for (std::filesystem::path* path : {&options.session.module, &options.out, &options.clip})
+            if (!path->empty())
+                *path = std::filesystem::absolute(*path);
+        std::filesystem::create_directories(folder);
+        std::filesystem::current_path(folder);
+        stopOnSignals();
+        return command(options);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "tamborin-host: %s\n", error.what());
+        return Failed;
+    }
+}

@@ -1,0 +1,51 @@
+#include "host/player.h"
+
+#include <algorithm>
+
+#include "host/recorder.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr size_t BlockLength = 2048;  // codes
+constexpr uint64_t BlocksAhead = 8;   // 2 s
+constexpr size_t TailLength = 2 * SampleRate;
+constexpr uint8_t SilenceCode = 0xFF;
+constexpr auto Patience = 10s;
+
+}  // namespace
+
+Player::Player(ModuleHost& module, int32_t channelId, std::vector<uint8_t> clip)
+    : module_(module), channelId_(channelId), codes_(std::move(clip)), clipLength_(codes_.size()) {
+    const size_t padded =
+        (codes_.size() + TailLength + BlockLength - 1) / BlockLength * BlockLength;
+    codes_.resize(padded, SilenceCode);
+}
+
+// While a player is at work its blocks are the only loans, but for a document now and then.
+uint64_t Player::outstanding() const {
+    const BufferAccount account = module_.buffers();
+    return account.lent - account.returned;
+}
+
+bool Player::feed() {
+    const uint64_t waiting = outstanding();
+    if (waiting < lastOutstanding_ || blocksLent_ == 0)
+        lastProgress_ = std::chrono::steady_clock::now();
+    uint64_t room = BlocksAhead - std::min(BlocksAhead, waiting);
+    for (; room > 0 && position_ < codes_.size(); --room) {
+        const std::span<const uint8_t> block(codes_.data() + position_, BlockLength);
+        if (!module_.play(channelId_, block))
+            break;
+        position_ += BlockLength;
+        ++blocksLent_;
+    }
+    lastOutstanding_ = outstanding();
+    return !isDone() && std::chrono::steady_clock::now() - lastProgress_ < Patience;
+}
+
+double Player::playedSeconds() const {
+    const size_t played = (blocksLent_ - std::min(blocksLent_, outstanding())) * BlockLength;
+    return static_cast<double>(std::min(played, clipLength_)) / SampleRate;
+}
