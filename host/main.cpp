@@ -1,29 +1,12 @@
 // tamborin-host: brings the module up on a machine, lists what it finds, records and plays.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <iostream>
 #include <stdexcept>
 
 #include "host/commands.h"
+#include "host/messages.h"
 
 namespace {
-
-// The audio libraries write pages to file descriptor 2 while they look for devices. What we say
-// ourselves goes to the user all the same.
-void silenceLibraries() {
-    const int user = dup(STDERR_FILENO);
-    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (user < 0 || nowhere < 0)
-        return;
-    dup2(nowhere, STDERR_FILENO);
-    close(nowhere);
-    if (FILE* messages = fdopen(user, "w"))
-        stderr = messages;
-    std::setvbuf(stderr, nullptr, _IOLBF, 0);
-}
 
 std::filesystem::path besideUs(const char* name) {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path() / name;
@@ -86,7 +69,7 @@ int main(int argc, char** argv) {
         stopOnSignals();
         return command(options);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "tamborin-host: %s\n", error.what());
+        std::fprintf(userMessages(), "tamborin-host: %s\n", error.what());
         return Failed;
     }
 }

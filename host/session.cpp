@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include "host/messages.h"
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -25,8 +27,8 @@ Session::Session(const SessionOptions& options, std::function<void(const Capture
       module_(options.module,
               {.onLog =
                    [](int32_t level, std::string_view text) {
-                       std::fprintf(stderr, "%2d %.*s\n", level, static_cast<int>(text.size()),
-                                    text.data());
+                       std::fprintf(userMessages(), "%2d %.*s\n", level,
+                                    static_cast<int>(text.size()), text.data());
                    },
                .onDocument = [this](std::string_view xml, int64_t) { onDocument(xml); },
                .onFrame = std::move(onFrame)},
