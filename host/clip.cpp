@@ -29,7 +29,7 @@ std::vector<float> decode(std::span<const uint8_t> codes) {
     std::vector<float> sound;
     sound.reserve(codes.size());
     for (const uint8_t code : codes)
-        sound.push_back(ulawToLinear(code) / FullScale);
+        sound.push_back(static_cast<float>(ulawToLinear(code)) / FullScale);
     return sound;
 }
 

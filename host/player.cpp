@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 
 constexpr size_t BlockLength = 2048;  // codes
 constexpr uint64_t BlocksAhead = 8;   // 2 s
-constexpr size_t TailLength = 2 * SampleRate;
+constexpr size_t TailLength = size_t{2} * SampleRate;
 constexpr uint8_t SilenceCode = 0xFF;
 constexpr auto Patience = 10s;
 
