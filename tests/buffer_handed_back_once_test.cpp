@@ -1,5 +1,6 @@
 // Host buffers: accepted or refused, and handed back once, on every road. The fixture's account
 // fails each of these tests when a buffer is lost, doubled or handed back though refused.
+#include "core/messages.h"
 #include "module_test.h"
 
 namespace {
@@ -24,6 +25,23 @@ TEST_F(BufferHandedBackOnce, DocumentsFourAPassAndTheRestAtUnload) {
     EXPECT_EQ(takeTrace(), "");
     Unload();
     EXPECT_EQ(takeTrace(), "Pa_Terminate\nrelease late\nrelease later\n");
+}
+
+TEST_F(BufferHandedBackOnce, MovedMessages) {
+    static int releases;
+    releases = 0;
+    g_hostCallback = [](const HostMessage* message, int32_t) {
+        releases += message->kind == KindBufferRelease ? 1 : 0;
+        return 0;
+    };
+    {
+        ipcam::AudioMessage first(&releases, 1, 7);
+        const ipcam::AudioMessage second(std::move(first));
+        EXPECT_EQ(second.value + second.length, 8U);
+        EXPECT_EQ(first.value + first.length, 0U);  // NOLINT: what is left behind
+    }
+    EXPECT_EQ(releases, 1);
+    g_hostCallback = hostTable_.hostCallback;
 }
 
 TEST_F(BufferHandedBackOnce, RefusedIoctls) {

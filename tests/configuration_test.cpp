@@ -203,9 +203,17 @@ TEST_F(Configuration, FailedMixersDisableEveryInput) {
          },
          [] {
              EXPECT_EQ(takeTrace(), "document 256\nrelease document\n");
+             fakePortAudio.streams[0].capture(std::vector<int16_t>(2048));  // is dropped
              configure(enabling("2", "1"));
+         },
+         [] {
+             fakeCards.clear();
+             configure(enabling("0", "1"));
          }});
-    EXPECT_EQ(takeTrace(), R"(25 ALSA: detected hw:0 [PCH]
+    const std::string effects = takeTrace();
+    const size_t reenabled = effects.find("Pa_OpenStream");
+    EXPECT_EQ(effects.substr(reenabled).find("audio"), std::string::npos);
+    EXPECT_EQ(effects.substr(0, reenabled), R"(25 ALSA: detected hw:0 [PCH]
 0 ALSA: hw:0 [PCH] query mixers.
 25 ALSA: hw:0 [PCH] mixer 0 [Capture] curr settings = disabled vmin 0 vmax 31 vol 5
 set switch 1
@@ -217,7 +225,7 @@ Pa_CloseStream
 document 256
 release document
 )");
-    EXPECT_EQ(document.find("Enabled=\"1\" Standard"), std::string::npos);
+    EXPECT_EQ(document.find("<AudioChannel Number=\"2\" Enabled=\"1\""), std::string::npos);
 }
 
 TEST_F(Configuration, SettingsAreReadAndWrittenBack) {

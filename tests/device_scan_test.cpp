@@ -45,6 +45,11 @@ TEST_F(ModuleTest, DeviceScan) {
     run({});
     EXPECT_EQ(takeTrace().find("PORTAUDIO:"), std::string::npos);
     EXPECT_EQ(document.find("<Device "), std::string::npos);
+    Unload();
+    Load(&hostTable_, &moduleInfo_);
+    fakePortAudio.initialize = paInternalError;
+    run({[] {}});
+    EXPECT_EQ(takeTrace().find("Emitting"), std::string::npos);  // no channel, no status
 }
 
 }  // namespace

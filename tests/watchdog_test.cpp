@@ -98,16 +98,27 @@ TEST_F(Watchdog, DeadAndForgottenStreams) {
          [&] { EXPECT_EQ(fakePortAudio.streams.size(), 2U); }});
 }
 
+TEST_F(Watchdog, OutputThatCallsBackIsLeftInPeace) {
+    std::string when;
+    std::vector<Step> steps{[] {
+        for (int i = 0; i < 40; ++i)
+            write("block", std::vector<uint8_t>(2048, 1), Channel0 + 1);
+    }};
+    const auto playing = watch(7s, "Restarting", when, 300ms);
+    steps.insert(steps.end(), playing.begin() + 1, playing.end());
+    run(steps);
+    EXPECT_EQ(when, "");
+}
+
 // An open that failed is tried again after a period and does not alarm the host; a start that
-// failed does, until one succeeds.
+// failed does, until the next attempt.
 TEST_F(Watchdog, FailedOpensAndStarts) {
     configure(enabling("0", "1"));
     fakePortAudio.open = paDeviceUnavailable;
     std::string when;
-    auto steps = watch(4s,
-                       "25 Failed to start input stream 'default (input)' (Pa_OpenStream error "
-                       "-9985)\n",
-                       when);
+    const std::string failed =
+        "25 Failed to start input stream 'default (input)' (Pa_OpenStream error -9985)\n";
+    auto steps = watch(4s, failed, when);
     steps.push_back([] {
         fakePortAudio.open = paNoError;
         fakePortAudio.start = paUnanticipatedHostError;
@@ -116,9 +127,9 @@ TEST_F(Watchdog, FailedOpensAndStarts) {
     const auto alarmed =
         watch(3s, started + "50 Emitting audio device status = alarmed.\ndocument 4\n", when);
     const auto healthy =
-        watch(3s, started + "50 Emitting audio device status = ok.\ndocument 4\n", when);
+        watch(3s, failed + "50 Emitting audio device status = ok.\ndocument 4\n", when);
     steps.insert(steps.end(), alarmed.begin(), alarmed.end());
-    steps.push_back([] { fakePortAudio.start = paNoError; });
+    steps.push_back([] { fakePortAudio.open = paDeviceUnavailable; });
     steps.insert(steps.end(), healthy.begin(), healthy.end());
     run(steps);
     EXPECT_EQ(when, "0 30 20 20 ");
