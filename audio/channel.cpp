@@ -18,9 +18,7 @@ Channel::Channel(uint32_t number, bool input)
       isInput(input),
       Schedule(defaultSchedule()) {}
 
-Channel::~Channel() {
-    closeStream();
-}
+Channel::~Channel() { closeStream(); }
 
 void Channel::purgeBlocks(bool onlyPlayed) {
     // Outlives the lock: destroying its blocks calls the host and frees memory.

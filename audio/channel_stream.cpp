@@ -84,9 +84,7 @@ bool Channel::isTimedOut() {
     return false;
 }
 
-void Channel::rearmWatchdog() RT_SAFE {
-    watchdog.exchange(WatchdogArmed);
-}
+void Channel::rearmWatchdog() RT_SAFE { watchdog.exchange(WatchdogArmed); }
 
 void Channel::maintainOutput(int32_t bufferLengthMs) {
     const int32_t threshold = std::max(bufferLengthMs / MillisecondsPerBlock, 1);

@@ -29,13 +29,9 @@ inline int16_t decode(uint8_t code) noexcept {
 
 }  // namespace
 
-uint8_t linearToUlaw(int16_t sample) noexcept {
-    return encode(sample);
-}
+uint8_t linearToUlaw(int16_t sample) noexcept { return encode(sample); }
 
-int16_t ulawToLinear(uint8_t code) noexcept {
-    return decode(code);
-}
+int16_t ulawToLinear(uint8_t code) noexcept { return decode(code); }
 
 int32_t ulawEncode(uint8_t* codes, const int16_t* samples, size_t sourceBytes) noexcept {
     const size_t count = sourceBytes / sizeof(int16_t);

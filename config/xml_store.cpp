@@ -64,9 +64,7 @@ class XmlFileGuard {
     const std::string path_;
 };
 
-std::string pendingPathOf(const char* path) {
-    return std::string(path) + ".pending";
-}
+std::string pendingPathOf(const char* path) { return std::string(path) + ".pending"; }
 
 std::string withErrno(const char* what, int error) {
     return what + std::to_string(error) + " - " + std::strerror(error);
@@ -161,6 +159,4 @@ bool LoadXmlFile(TiXmlDocument& document, const char* path) {
     return loadRegularFile(document, path);
 }
 
-std::string lastXmlSaveFailure() {
-    return filesInUse.lastFailure();
-}
+std::string lastXmlSaveFailure() { return filesInUse.lastFailure(); }

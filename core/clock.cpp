@@ -2,9 +2,7 @@
 
 #include <ctime>
 
-SteadyTime steadyNow() noexcept {
-    return std::chrono::steady_clock::now();
-}
+SteadyTime steadyNow() noexcept { return std::chrono::steady_clock::now(); }
 
 timeval wallClockNow() noexcept {
     timeval now{};
@@ -12,9 +10,7 @@ timeval wallClockNow() noexcept {
     return now;
 }
 
-int64_t unixSeconds() noexcept {
-    return time(nullptr);
-}
+int64_t unixSeconds() noexcept { return time(nullptr); }
 
 void pauseOneMillisecond() noexcept {
     const timespec oneMillisecond{.tv_sec = 0, .tv_nsec = 1'000'000};

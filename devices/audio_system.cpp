@@ -10,9 +10,7 @@
 namespace {
 
 // Linux has no audio service that has to run first.
-bool isOsAudioServiceStarted(bool /*forceOsServices*/) {
-    return true;
-}
+bool isOsAudioServiceStarted(bool /*forceOsServices*/) { return true; }
 
 void readForceOsServices(bool& forceOsServices) {
     TiXmlDocument document;

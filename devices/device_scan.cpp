@@ -13,9 +13,7 @@ namespace {
 // Opening a stream on other devices can crash inside the audio library.
 constexpr std::array<std::string_view, 2> AllowedNames{"default", "pulse"};
 
-const char* directionWord(bool isInput) {
-    return isInput ? "input" : "output";
-}
+const char* directionWord(bool isInput) { return isInput ? "input" : "output"; }
 
 const char* nameOf(const PaHostApiInfo& hostApi) {
     return hostApi.name != nullptr ? hostApi.name : "UNKNOWN";

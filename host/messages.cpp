@@ -9,9 +9,7 @@ FILE* messages = nullptr;  // null: stderr itself
 
 }  // namespace
 
-FILE* userMessages() {
-    return messages != nullptr ? messages : stderr;
-}
+FILE* userMessages() { return messages != nullptr ? messages : stderr; }
 
 // The audio libraries write pages to stderr while they look for devices, and C offers no other way
 // to stop them than to turn the descriptor away.

@@ -13,9 +13,7 @@ std::atomic<ModuleHost*> current{nullptr};
 
 }  // namespace
 
-void ModuleHost::LibraryCloser::operator()(void* handle) const {
-    dlclose(handle);
-}
+void ModuleHost::LibraryCloser::operator()(void* handle) const { dlclose(handle); }
 
 template <typename Function>
 Function* ModuleHost::resolve(const char* name) const {

@@ -12,9 +12,7 @@ struct _snd_mixer {
 
 namespace {
 FakeCard* current;  // the card last asked for its name: mixers are opened for that one
-int failsAt(const char* step) {
-    return current->failingStep == step ? -19 : 0;
-}
+int failsAt(const char* step) { return current->failingStep == step ? -19 : 0; }
 }  // namespace
 
 int snd_card_next(int* card) {
@@ -26,9 +24,7 @@ int snd_card_get_name(int card, char** name) {
     *name = current->name != nullptr && current->nameError == 0 ? strdup(current->name) : nullptr;
     return current->nameError;
 }
-const char* snd_strerror(int /*error*/) {
-    return "No such device";
-}
+const char* snd_strerror(int /*error*/) { return "No such device"; }
 int snd_mixer_open(snd_mixer_t** mixer, int mode) {
     EXPECT_EQ(mode, 0);
     if (failsAt("open") != 0)
@@ -51,30 +47,20 @@ int snd_mixer_selem_register(snd_mixer_t* /*mixer*/, snd_mixer_selem_regopt* opt
     EXPECT_TRUE(options == nullptr && classp == nullptr);
     return failsAt("register");
 }
-int snd_mixer_load(snd_mixer_t* /*mixer*/) {
-    return failsAt("load");
-}
+int snd_mixer_load(snd_mixer_t* /*mixer*/) { return failsAt("load"); }
 snd_mixer_elem_t* snd_mixer_first_elem(snd_mixer_t* mixer) {
     return mixer->card->elements.empty() ? nullptr : mixer->card->elements.data();
 }
 snd_mixer_elem_t* snd_mixer_elem_next(snd_mixer_elem_t* element) {
     return element == &current->elements.back() ? nullptr : element + 1;
 }
-unsigned snd_mixer_selem_get_index(snd_mixer_elem_t* element) {
-    return element->index;
-}
-const char* snd_mixer_selem_get_name(snd_mixer_elem_t* element) {
-    return element->name;
-}
+unsigned snd_mixer_selem_get_index(snd_mixer_elem_t* element) { return element->index; }
+const char* snd_mixer_selem_get_name(snd_mixer_elem_t* element) { return element->name; }
 int snd_mixer_selem_has_capture_switch(snd_mixer_elem_t* element) {
     return element->hasCaptureSwitch;
 }
-int snd_mixer_selem_is_enumerated(snd_mixer_elem_t* element) {
-    return element->isSelector ? 1 : 0;
-}
-int snd_mixer_selem_is_enum_capture(snd_mixer_elem_t* element) {
-    return element->isSelector ? 1 : 0;
-}
+int snd_mixer_selem_is_enumerated(snd_mixer_elem_t* element) { return element->isSelector; }
+int snd_mixer_selem_is_enum_capture(snd_mixer_elem_t* element) { return element->isSelector; }
 int snd_mixer_selem_get_capture_volume_range(snd_mixer_elem_t* element, long* min, long* max) {
     *min = element->minimum;
     *max = element->maximum;

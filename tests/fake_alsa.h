@@ -16,7 +16,7 @@ struct _snd_mixer_elem {
     long volume = 5;
     int rangeError = 0, volumeError = 0, leftError = 0, rightError = 0;
     int enableError = 0, setVolumeError = 0;
-    bool isSelector = false;
+    int isSelector = 0;
     int selected = 0;  // negative: the error of reading it
     std::vector<const char*> items = {};
 };

@@ -2,15 +2,9 @@
 
 #include "core/clock.h"
 
-SteadyTime steadyNow() noexcept {
-    return SteadyTime(fakeClock.steady);
-}
-timeval wallClockNow() noexcept {
-    return {fakeClock.wallSeconds, fakeClock.wallMicroseconds};
-}
-int64_t unixSeconds() noexcept {
-    return fakeClock.wallSeconds;
-}
+SteadyTime steadyNow() noexcept { return SteadyTime(fakeClock.steady); }
+timeval wallClockNow() noexcept { return {fakeClock.wallSeconds, fakeClock.wallMicroseconds}; }
+int64_t unixSeconds() noexcept { return fakeClock.wallSeconds; }
 void pauseOneMillisecond() noexcept {
     fakeClock.steady += std::chrono::milliseconds(1);
     fakeClock.onPause();

@@ -23,15 +23,9 @@ std::string describe(const PaStreamParameters* in, const PaStreamParameters* out
 
 }  // namespace
 
-int Pa_GetVersion() {
-    return 1246720;
-}
-const char* Pa_GetVersionText() {
-    return "PortAudio of the test";
-}
-const char* Pa_GetErrorText(PaError error) {
-    return error == -9998 ? "Invalid channels" : "text";
-}
+int Pa_GetVersion() { return 1246720; }
+const char* Pa_GetVersionText() { return "PortAudio of the test"; }
+const char* Pa_GetErrorText(PaError error) { return error == -9998 ? "Invalid channels" : "text"; }
 PaError Pa_Initialize() {
     note("Pa_Initialize");
     return fakePortAudio.initialize;
@@ -47,9 +41,7 @@ PaDeviceIndex Pa_GetDeviceCount() {
 const PaDeviceInfo* Pa_GetDeviceInfo(PaDeviceIndex index) {
     return at(fakePortAudio.devices, index);
 }
-PaHostApiIndex Pa_GetDefaultHostApi() {
-    return fakePortAudio.defaultHostApi;
-}
+PaHostApiIndex Pa_GetDefaultHostApi() { return fakePortAudio.defaultHostApi; }
 const PaHostApiInfo* Pa_GetHostApiInfo(PaHostApiIndex index) {
     return at(fakePortAudio.hostApis, index);
 }
@@ -83,9 +75,5 @@ PaError Pa_CloseStream(PaStream* stream) {
     static_cast<FakeStream*>(stream)->active = paBadStreamPtr;
     return paNoError;
 }
-PaError Pa_IsStreamActive(PaStream* stream) {
-    return static_cast<FakeStream*>(stream)->active;
-}
-const PaStreamInfo* Pa_GetStreamInfo(PaStream* /*stream*/) {
-    return &fakePortAudio.streamInfo;
-}
+PaError Pa_IsStreamActive(PaStream* stream) { return static_cast<FakeStream*>(stream)->active; }
+const PaStreamInfo* Pa_GetStreamInfo(PaStream* /*stream*/) { return &fakePortAudio.streamInfo; }

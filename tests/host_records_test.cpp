@@ -1,6 +1,7 @@
 // A wrong byte in a record, and a record too many or too few.
 #include <cstring>
 
+#include "core/messages.h"
 #include "module_test.h"
 #include "plugin/host_link.h"
 
@@ -119,12 +120,36 @@ TEST_F(HostRecords, LogLinesByLevelAndLength) {
     EXPECT_EQ(logMessage(ModuleId, nullptr, LogError, "nobody listens"), 0);
 }
 
+TEST_F(HostRecords, MovedMessageReleasesOnce) {
+    static int releases;
+    releases = 0;
+    g_hostCallback = [](const HostMessage* message, int32_t) {
+        releases += message->kind == KindBufferRelease ? 1 : 0;
+        return 0;
+    };
+    {
+        ipcam::AudioMessage first(&releases, 1, 7);
+        const ipcam::AudioMessage second(std::move(first));
+        EXPECT_EQ(second.value + second.length, 8U);
+        EXPECT_EQ(first.value + first.length, 0U);  // NOLINT: what is left behind
+    }
+    EXPECT_EQ(releases, 1);
+    g_hostCallback = hostTable_.hostCallback;
+}
+
 TEST_F(HostRecords, NothingOutsideLoadToUnload) {
+    WriteRecord null{};  // refused before: audio for us, but no buffer
+    null.targetId = Channel0;
+    null.type = TypeAudio;
+    WriteResult untouched{};
+    untouched.accepted = 7;
+    Write(&null, &untouched);
+    EXPECT_EQ(untouched.accepted, 7U);
     Unload();
     EXPECT_EQ(Unload(), 0);
-    EXPECT_FALSE(write("audio", {1}));
+    EXPECT_FALSE(write("audio", {1}, Channel0, TypeAudio));
     EXPECT_FALSE(configure("<a/>"));
-    run({});  // returns at once, with its pause never taken
+    run();  // returns at once
     EXPECT_EQ(Open() + Close(), 0);
     EXPECT_EQ(takeTrace(), "");
 }

@@ -13,7 +13,6 @@ ModuleTest::ModuleTest() {
     fakePortAudio.hostApis.push_back({1, paALSA, "ALSA", 0, 0, 0});
     fakeCards.clear();
     loans_.clear();
-    messages.clear();
     trace.clear();
     document.clear();
     threshold = 0;
@@ -33,24 +32,11 @@ ModuleTest::~ModuleTest() {
     std::filesystem::remove_all(folder_);
 }
 
-void ModuleTest::run(std::vector<Step> steps) {
-    size_t next = 0;
-    fakeClock.onPause = [&] {
-        if (next == steps.size())
-            Close();
-        else
-            steps[next++]();
-    };
-    const IoctlRequest request{.reserved0 = {},
-                               .code = IoctlRun,
-                               .reserved1 = {},
-                               .length = 0,
-                               .reserved2 = 0,
-                               .data = nullptr};
+void ModuleTest::run() {
+    IoctlRequest request{};
+    request.code = IoctlRun;
     IoctlResult result{};
     EXPECT_EQ(IOCTL(&request, &result), 0);
-    EXPECT_EQ(next, steps.size());
-    fakeClock.onPause = [] {};
 }
 
 ModuleTest::Loan& ModuleTest::lend(const std::string& name, std::vector<uint8_t> bytes) {
@@ -88,7 +74,6 @@ int32_t ModuleTest::receive(const HostMessage* message, int32_t reserved) {
     const std::string text(reinterpret_cast<const char*>(bytes), message->length);
     if (message->type == TypeLogLevelQuery)
         return threshold;
-    messages.push_back(*message);
     if (message->kind == KindLog) {
         note(std::to_string(message->level) + " " + text.substr(0, 200));
         return 1;  // means nothing
@@ -113,13 +98,4 @@ int32_t ModuleTest::receive(const HostMessage* message, int32_t reserved) {
         note("document " + std::to_string(message->kind));
     }
     return answer;
-}
-
-void ModuleTest::saveSettings(const std::string& text) {
-    std::ofstream("tamborin.xml", std::ios::binary) << text;
-}
-
-std::string ModuleTest::settings() {
-    std::ifstream file("tamborin.xml", std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }

@@ -8,9 +8,5 @@
 
 inline std::string trace;
 
-inline void note(const std::string& line) {
-    trace += line + "\n";
-}
-inline std::string takeTrace() {
-    return std::exchange(trace, {});
-}
+inline void note(const std::string& line) { trace += line + "\n"; }
+inline std::string takeTrace() { return std::exchange(trace, {}); }
