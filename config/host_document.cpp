@@ -1,14 +1,12 @@
 // Configuration documents from the host: from bytes to elements.
 #include <tinyxml.h>
 
+#include "config/xml_parse.h"
 #include "core/plugin.h"
 
 namespace {
 
 class TinyOneDoc : public TiXmlDocument {};
-
-// TinyXML looks up to this far behind a text that ends inside a character.
-constexpr size_t ParserOverrun = 8;
 
 }  // namespace
 
@@ -16,9 +14,7 @@ void CPlugin::onIoctlMessage(const ipcam::IoctlMessage& message) {
     TinyOneDoc document;
     if (message.data != nullptr && message.length != 0) {
         textBuffer.assign(static_cast<const char*>(message.data), message.length);
-        textBuffer.append(ParserOverrun, '\0');
-        // A text that breaks off is used as far as it goes.
-        document.Parse(textBuffer.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
+        parseXml(document, textBuffer);  // a text that breaks off is used as far as it goes
     }
     applyConfiguration(document.RootElement(), false);
 }

@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -11,6 +10,7 @@
 #include <set>
 #include <string_view>
 
+#include "config/xml_parse.h"
 #include "core/mutex.h"
 
 namespace {
@@ -98,36 +98,47 @@ bool fail(const std::string& message) {
     return false;
 }
 
-// TinyXML reads past its buffer when a text ends inside a UTF-8 character, and no character is
-// longer than four bytes.
-bool endsOutsideCharacters(FILE* file) {
-    std::array<unsigned char, 3> tail{};
-    if (std::fseek(file, -static_cast<long>(tail.size()), SEEK_END) != 0)
-        std::rewind(file);
-    const size_t count = std::fread(tail.data(), 1, tail.size(), file);
-    std::rewind(file);
-    for (size_t i = 0; i < count; ++i)
-        if (tail[i] >= 0x80)
-            return false;
-    return true;
+bool failLoad(TiXmlDocument& document, int error) {
+    document.Clear();
+    document.SetError(error, nullptr, nullptr, TIXML_ENCODING_UNKNOWN);
+    return false;
 }
 
-bool loadRegularFile(TiXmlDocument& document, const std::string& path) {
-    document.Clear();
+// The file's text; false when it is missing, no regular file, or unreadable.
+bool readRegularFile(const std::string& path, std::string& text) {
     struct stat status {};
-    FilePtr file;
-    if (stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode))
-        file.reset(std::fopen(path.c_str(), "rb"));
-    if (!file) {
-        document.SetError(TiXmlBase::TIXML_ERROR_OPENING_FILE, nullptr, nullptr,
-                          TIXML_ENCODING_UNKNOWN);
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
         return false;
-    }
-    if (!endsOutsideCharacters(file.get())) {
-        document.SetError(TiXmlBase::TIXML_ERROR, nullptr, nullptr, TIXML_ENCODING_UNKNOWN);
+    const FilePtr file(std::fopen(path.c_str(), "rb"));
+    if (!file)
         return false;
+    text.resize(static_cast<size_t>(status.st_size));
+    text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+    return std::ferror(file.get()) == 0;
+}
+
+// Line ends as XML has them: a carriage return, with or without a line feed, is a line feed.
+void normalizeLineEnds(std::string& text) {
+    size_t kept = 0;
+    char before = '\0';
+    for (const char c : text) {
+        if (c != '\n' || before != '\r')
+            text[kept++] = c == '\r' ? '\n' : c;
+        before = c;
     }
-    return document.LoadFile(file.get(), TIXML_ENCODING_UNKNOWN);
+    text.resize(kept);
+}
+
+// What TinyXML's own LoadFile would answer, but for texts that would harm it.
+bool loadRegularFile(TiXmlDocument& document, const std::string& path) {
+    std::string text;
+    if (!readRegularFile(path, text))
+        return failLoad(document, TiXmlBase::TIXML_ERROR_OPENING_FILE);
+    normalizeLineEnds(text);
+    document.Clear();
+    if (parseXml(document, text))
+        return true;
+    return document.Error() ? false : failLoad(document, TiXmlBase::TIXML_ERROR);
 }
 
 }  // namespace

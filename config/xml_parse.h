@@ -1,0 +1,11 @@
+// Parsing texts from outside: the only way the module hands text to TinyXML.
+#pragma once
+
+#include <tinyxml.h>
+
+#include <string>
+
+// Fills `document` from `text`, as far as it is well-formed and harmless (config/xml_bounds.h).
+// True when all of it is. The text is cut there, and padded: TinyXML looks behind a text that ends
+// inside a character. Any thread; throws std::bad_alloc.
+bool parseXml(TiXmlDocument& document, std::string& text);
