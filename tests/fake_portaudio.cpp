@@ -72,6 +72,7 @@ PaError Pa_StartStream(PaStream* stream) {
 }
 PaError Pa_CloseStream(PaStream* stream) {
     note("Pa_CloseStream");
+    fakePortAudio.whileClosing(*static_cast<FakeStream*>(stream));
     static_cast<FakeStream*>(stream)->active = paBadStreamPtr;
     return paNoError;
 }

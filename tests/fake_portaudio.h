@@ -36,6 +36,7 @@ struct FakePortAudio {
     PaStreamInfo streamInfo{1, 0.0, 0.0, 8000};
     std::deque<FakeStream> streams;  // every stream ever opened; its address is its handle
     std::function<void(FakeStream&)> whileStarting = [](FakeStream&) {};
+    std::function<void(FakeStream&)> whileClosing = [](FakeStream&) {};
 
     // Adds a device with both directions, on host API 0.
     void addDevice(const char* name) {
