@@ -54,6 +54,7 @@ PaError Pa_IsFormatSupported(const PaStreamParameters* in, const PaStreamParamet
 PaError Pa_OpenStream(PaStream** stream, const PaStreamParameters* in,
                       const PaStreamParameters* out, double rate, unsigned long frames,
                       PaStreamFlags flags, PaStreamCallback* callback, void* userData) {
+    const EnoughMemory enough;
     EXPECT_EQ(frames, 2048U);
     EXPECT_EQ(flags, paNoFlag);
     EXPECT_EQ(*stream, nullptr);

@@ -39,14 +39,17 @@ void ModuleTest::run() {
     EXPECT_EQ(IOCTL(&request, &result), 0);
 }
 
-ModuleTest::Loan& ModuleTest::lend(const std::string& name, std::vector<uint8_t> bytes) {
-    bytes.reserve(1);  // an empty buffer has an address, too
-    return loans_.emplace_back(Loan{name, std::move(bytes)});
+ModuleTest::Loan& ModuleTest::lend(const std::string& name, const void* data, size_t size) {
+    const EnoughMemory enough;
+    const auto* bytes = static_cast<const uint8_t*>(data);
+    Loan& loan = loans_.emplace_back(Loan{name, {bytes, bytes + size}});
+    loan.bytes.reserve(1);  // an empty buffer has an address, too
+    return loan;
 }
 
 bool ModuleTest::write(const std::string& name, const std::vector<uint8_t>& codes, int64_t target,
                        uint64_t type) {
-    Loan& loan = lend(name, codes);
+    Loan& loan = lend(name, codes.data(), codes.size());
     WriteRecord record{};
     record.length = static_cast<uint32_t>(codes.size());
     record.data = loan.bytes.data();
@@ -58,7 +61,7 @@ bool ModuleTest::write(const std::string& name, const std::vector<uint8_t>& code
 }
 
 bool ModuleTest::ioctl(const std::string& name, const std::string& text, int32_t code) {
-    Loan& loan = lend(name, {text.begin(), text.end()});
+    Loan& loan = lend(name, text.data(), text.size());
     IoctlRequest request{};
     request.code = code;
     request.length = static_cast<uint32_t>(text.size());
@@ -69,6 +72,7 @@ bool ModuleTest::ioctl(const std::string& name, const std::string& text, int32_t
 }
 
 int32_t ModuleTest::receive(const HostMessage* message, int32_t reserved) {
+    const EnoughMemory enough;
     EXPECT_EQ(reserved, 0);
     const auto* bytes = static_cast<const uint8_t*>(message->data);
     const std::string text(reinterpret_cast<const char*>(bytes), message->length);

@@ -58,7 +58,7 @@ class ModuleTest : public testing::Test {
         int returned = 0;
     };
     static int32_t receive(const HostMessage* message, int32_t reserved);
-    static Loan& lend(const std::string& name, std::vector<uint8_t> bytes);
+    static Loan& lend(const std::string& name, const void* data, size_t size);
 
     static inline std::deque<Loan> loans_;
     std::filesystem::path folder_;

@@ -8,5 +8,23 @@
 
 inline std::string trace;
 
-inline void note(const std::string& line) { trace += line + "\n"; }
+// How many allocations this thread still gets before one fails; negative: all.
+inline thread_local long allocationsLeft = -1;
+
+// The test's own memory does not run out.
+class EnoughMemory {
+  public:
+    EnoughMemory() : left_(std::exchange(allocationsLeft, -1)) {}
+    ~EnoughMemory() { allocationsLeft = left_; }
+    EnoughMemory(const EnoughMemory&) = delete;
+    EnoughMemory& operator=(const EnoughMemory&) = delete;
+
+  private:
+    const long left_;
+};
+
+inline void note(const std::string& line) {
+    const EnoughMemory enough;
+    trace += line + "\n";
+}
 inline std::string takeTrace() { return std::exchange(trace, {}); }
