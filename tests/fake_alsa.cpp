@@ -2,6 +2,7 @@
 
 #include <alsa/asoundlib.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "trace.h"
@@ -54,42 +55,42 @@ snd_mixer_elem_t* snd_mixer_first_elem(snd_mixer_t* mixer) {
 snd_mixer_elem_t* snd_mixer_elem_next(snd_mixer_elem_t* element) {
     return element == &current->elements.back() ? nullptr : element + 1;
 }
-unsigned snd_mixer_selem_get_index(snd_mixer_elem_t* element) { return element->index; }
-const char* snd_mixer_selem_get_name(snd_mixer_elem_t* element) { return element->name; }
-int snd_mixer_selem_has_capture_switch(snd_mixer_elem_t* element) {
-    return element->hasCaptureSwitch;
+unsigned snd_mixer_selem_get_index(snd_mixer_elem_t* element) {
+    return static_cast<unsigned>((*element)["index"]);
 }
-int snd_mixer_selem_is_enumerated(snd_mixer_elem_t* element) { return element->isSelector; }
-int snd_mixer_selem_is_enum_capture(snd_mixer_elem_t* element) { return element->isSelector; }
+const char* snd_mixer_selem_get_name(snd_mixer_elem_t* element) { return element->name; }
+int snd_mixer_selem_has_capture_switch(snd_mixer_elem_t* element) { return (*element)["switch"]; }
+int snd_mixer_selem_is_enumerated(snd_mixer_elem_t* element) { return (*element)["selector"]; }
+int snd_mixer_selem_is_enum_capture(snd_mixer_elem_t* element) { return (*element)["selector"]; }
 int snd_mixer_selem_get_capture_volume_range(snd_mixer_elem_t* element, long* min, long* max) {
-    *min = element->minimum;
-    *max = element->maximum;
-    return element->rangeError;
+    *min = element->values["min"];
+    *max = element->values["max"];
+    return (*element)["range_error"];
 }
 int snd_mixer_selem_get_capture_volume(snd_mixer_elem_t* element,
                                        snd_mixer_selem_channel_id_t channel, long* volume) {
     EXPECT_EQ(channel, SND_MIXER_SCHN_FRONT_LEFT);
-    *volume = element->volume;
-    return element->volumeError;
+    *volume = element->values["vol"];
+    return (*element)["volume_error"];
 }
 int snd_mixer_selem_get_capture_switch(snd_mixer_elem_t* element,
                                        snd_mixer_selem_channel_id_t channel, int* value) {
     const bool isLeft = channel == SND_MIXER_SCHN_FRONT_LEFT;
-    *value = isLeft ? element->left : element->right;
-    return isLeft ? element->leftError : element->rightError;
+    *value = (*element)[isLeft ? "left" : "right"];
+    return (*element)[isLeft ? "left_error" : "right_error"];
 }
 int snd_mixer_selem_set_capture_switch_all(snd_mixer_elem_t* element, int value) {
     note("set switch " + std::to_string(value));
-    return element->enableError;
+    return (*element)["enable_error"];
 }
 int snd_mixer_selem_set_capture_volume_all(snd_mixer_elem_t* element, long value) {
     note("set volume " + std::to_string(value));
-    return element->setVolumeError;
+    return (*element)["set_error"];
 }
 int snd_mixer_selem_get_enum_item(snd_mixer_elem_t* element, snd_mixer_selem_channel_id_t /*ch*/,
                                   unsigned* item) {
-    *item = static_cast<unsigned>(element->selected);
-    return element->selected < 0 ? element->selected : 0;
+    *item = static_cast<unsigned>((*element)["selected"]);
+    return std::min((*element)["selected"], 0);
 }
 int snd_mixer_selem_get_enum_items(snd_mixer_elem_t* element) {
     return static_cast<int>(element->items.size());

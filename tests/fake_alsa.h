@@ -1,24 +1,18 @@
 // ALSA cards and mixers as the test describes them.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
-// One mixer element; every field a result or a value that the module may see or set.
+// One mixer element: what its queries give and how they and the settings end.
 struct _snd_mixer_elem {
+    std::map<std::string, long> values{
+        {"switch", 1}, {"left", 1}, {"right", 1}, {"max", 31}, {"vol", 5}};
     const char* name = "Capture";
-    unsigned index = 0;
-    int hasCaptureSwitch = 1;
-    int left = 1;
-    int right = 1;
-    long minimum = 0;
-    long maximum = 31;
-    long volume = 5;
-    int rangeError = 0, volumeError = 0, leftError = 0, rightError = 0;
-    int enableError = 0, setVolumeError = 0;
-    int isSelector = 0;
-    int selected = 0;  // negative: the error of reading it
-    std::vector<const char*> items = {};
+    std::vector<const char*> items;
+
+    int operator[](const char* key) { return static_cast<int>(values[key]); }
 };
 
 struct FakeCard {

@@ -2,6 +2,10 @@
 
 #include <unistd.h>
 
+#include <array>
+#include <cstring>
+#include <sstream>
+
 #include "fake_alsa.h"
 
 ModuleTest::ModuleTest() {
@@ -16,6 +20,7 @@ ModuleTest::ModuleTest() {
     trace.clear();
     document.clear();
     threshold = 0;
+    showsRecords = false;
     answer = 0;
     hostTable_.hostCallback = receive;
     Load(&hostTable_, &moduleInfo_);
@@ -23,8 +28,8 @@ ModuleTest::ModuleTest() {
 
 ModuleTest::~ModuleTest() {
     Unload();
-    for (const Loan& loan : loans_)
-        EXPECT_EQ(loan.returned, loan.accepted ? 1 : 0) << loan.name;
+    for (const auto& [address, loan] : loans_)
+        ADD_FAILURE() << loan.name << " was accepted and not handed back";
     for (const FakeStream& stream : fakePortAudio.streams)
         EXPECT_EQ(stream.active, paBadStreamPtr) << "a stream was left open";
     EXPECT_EQ(fakeMixersOpen, 0);
@@ -39,64 +44,88 @@ void ModuleTest::run() {
     EXPECT_EQ(IOCTL(&request, &result), 0);
 }
 
-ModuleTest::Loan& ModuleTest::lend(const std::string& name, const void* data, size_t size) {
+const void* ModuleTest::lend(const std::string& name, const void* data, size_t size) {
     const EnoughMemory enough;
-    const auto* bytes = static_cast<const uint8_t*>(data);
-    Loan& loan = loans_.emplace_back(Loan{name, {bytes, bytes + size}});
-    loan.bytes.reserve(1);  // an empty buffer has an address, too
-    return loan;
+    Loan loan{name, std::make_unique<uint8_t[]>(size + 1)};
+    std::copy_n(static_cast<const uint8_t*>(data), size, loan.bytes.get());
+    const void* address = loan.bytes.get();
+    const std::lock_guard held(mutex_);
+    loans_[address] = std::move(loan);
+    return address;
+}
+
+std::string ModuleTest::takeBack(const void* buffer) {
+    const EnoughMemory enough;
+    const std::lock_guard held(mutex_);
+    const auto loan = loans_.extract(buffer);
+    EXPECT_TRUE(loan) << "a buffer was handed back that was not lent, or twice";
+    return loan ? loan.mapped().name : "";
+}
+
+bool ModuleTest::settle(const void* buffer, bool accepted) {
+    if (!accepted)
+        takeBack(buffer);
+    return accepted;
 }
 
 bool ModuleTest::write(const std::string& name, const std::vector<uint8_t>& codes, int64_t target,
                        uint64_t type) {
-    Loan& loan = lend(name, codes.data(), codes.size());
     WriteRecord record{};
     record.length = static_cast<uint32_t>(codes.size());
-    record.data = loan.bytes.data();
+    record.data = lend(name, codes.data(), codes.size());
     record.targetId = target;
     record.type = type;
     WriteResult result{};
     EXPECT_EQ(Write(&record, &result), 0);
-    return loan.accepted = result.accepted == 1;
+    return settle(record.data, result.accepted == 1);
 }
 
 bool ModuleTest::ioctl(const std::string& name, const std::string& text, int32_t code) {
-    Loan& loan = lend(name, text.data(), text.size());
     IoctlRequest request{};
     request.code = code;
     request.length = static_cast<uint32_t>(text.size());
-    request.data = loan.bytes.data();
+    request.data = lend(name, text.data(), text.size());
     IoctlResult result{};
     EXPECT_EQ(IOCTL(&request, &result), 0);
-    return loan.accepted = result.accepted == 1;
+    return settle(request.data, result.accepted == 1);
+}
+
+// The record's 64-bit words that are not zero, by their offset. Of data, only whether there is any.
+static void showRecord(const HostMessage& message) {
+    std::array<uint64_t, sizeof message / 8> words{};
+    std::memcpy(words.data(), &message, sizeof message);
+    std::ostringstream line;
+    for (size_t i = 0; i < words.size(); ++i)
+        if (words[i] != 0)
+            line << std::dec << " @" << i * 8 << std::hex << "=" << (i == 2 ? 1 : words[i]);
+    note("record" + line.str());
 }
 
 int32_t ModuleTest::receive(const HostMessage* message, int32_t reserved) {
     const EnoughMemory enough;
     EXPECT_EQ(reserved, 0);
+    if (showsRecords)
+        showRecord(*message);
     const auto* bytes = static_cast<const uint8_t*>(message->data);
     const std::string text(reinterpret_cast<const char*>(bytes), message->length);
     if (message->type == TypeLogLevelQuery)
         return threshold;
+    const std::string released =
+        message->kind == KindBufferRelease ? takeBack(message->data) : std::string();
+    const std::lock_guard held(mutex_);
     if (message->kind == KindLog) {
         note(std::to_string(message->level) + " " + text.substr(0, 200));
         return 1;  // means nothing
     }
     if (message->kind == KindBufferRelease) {
-        for (Loan& loan : loans_)
-            if (loan.bytes.data() == bytes) {
-                ++loan.returned;
-                loan.bytes.assign(loan.bytes.size(), 0xEE);
-                note("release " + loan.name);
-                return 1;  // means nothing
-            }
-        ADD_FAILURE() << "a buffer was handed back that was never lent";
-        return 0;
+        note("release " + released);
+        return 1;  // means nothing
     }
     if (message->kind == KindAudio) {
         frame.assign(bytes, bytes + message->length);
         note("audio " + std::to_string(message->sourceId) + " at " +
-             std::to_string(message->seconds) + "." + std::to_string(message->milliseconds));
+             std::to_string(message->seconds) + "." + std::to_string(message->milliseconds) + ": " +
+             std::to_string(frame.size()) + " of " + std::to_string(frame.at(0)));
     } else {
         document = text;
         note("document " + std::to_string(message->kind));

@@ -6,10 +6,12 @@
 #include <tinyxml.h>
 
 #include <cstdint>
-#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -35,7 +37,8 @@ class ModuleTest : public testing::Test {
     // Runs the worker until something closes the module.
     static void run();
     // Lends the module a buffer; true when accepted. Its name appears in the trace when it is
-    // handed back ("release NAME"), and its bytes are then overwritten.
+    // handed back ("release NAME"); it is freed then, so that the sanitizers see who touches it
+    // later. Any thread.
     static bool write(const std::string& name, const std::vector<uint8_t>& codes, int64_t target,
                       uint64_t type);
     static bool ioctl(const std::string& name, const std::string& text, int32_t code);
@@ -47,19 +50,21 @@ class ModuleTest : public testing::Test {
     ModuleInfo moduleInfo_{};
     static inline int32_t threshold;           // what level queries are answered
     static inline int32_t answer;              // what documents and audio are answered
+    static inline bool showsRecords;           // notes every record, byte for byte
     static inline std::string document;        // the last one sent
     static inline std::vector<uint8_t> frame;  // the last audio frame
 
   private:
     struct Loan {
         std::string name;
-        std::vector<uint8_t> bytes;
-        bool accepted = false;
-        int returned = 0;
+        std::unique_ptr<uint8_t[]> bytes;
     };
     static int32_t receive(const HostMessage* message, int32_t reserved);
-    static Loan& lend(const std::string& name, const void* data, size_t size);
+    static const void* lend(const std::string& name, const void* data, size_t size);
+    static bool settle(const void* buffer, bool accepted);
+    static std::string takeBack(const void* buffer);
 
-    static inline std::deque<Loan> loans_;
+    static inline std::mutex mutex_;  // guards the loans and the trace
+    static inline std::map<const void*, Loan> loans_;
     std::filesystem::path folder_;
 };
