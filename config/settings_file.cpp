@@ -1,9 +1,8 @@
 #include "config/settings_file.h"
 
-#include <tinyxml.h>
-
 #include "config/xml_store.h"
 #include "core/plugin.h"
+#include "plugin/document.h"
 
 // One document serves as the settings file and as the description that the host is sent.
 void CPlugin::writeSettings() {
@@ -34,13 +33,7 @@ void CPlugin::writeSettings() {
         device.InsertEndChild(codec);
         devicesElement.InsertEndChild(device);
     }
-    TiXmlElement root("Varo");
-    root.SetAttribute("Delta", 0);
-    root.InsertEndChild(devicesElement);
-    TiXmlDocument document;
-    document.InsertEndChild(TiXmlDeclaration());
-    document.InsertEndChild(root);
-
+    const TiXmlDocument document = makeDocument(devicesElement, true);
     SaveXmlFile(document, SettingsPath);  // a save that fails leaves the old file; the host is told
     sendDocument(document, KindModuleDocument);
 }

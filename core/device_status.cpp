@@ -1,10 +1,10 @@
 // Tells the host whether the audio devices are healthy.
 #include <portaudio.h>
-#include <tinyxml.h>
 
 #include <algorithm>
 
 #include "core/plugin.h"
+#include "plugin/document.h"
 
 namespace {
 
@@ -24,12 +24,7 @@ TiXmlDocument statusDocument(bool alarmed) {
     TiXmlElement devices("Devices");
     devices.SetAttribute("ID", ModuleId);
     devices.InsertEndChild(device);
-    TiXmlElement root("Varo");
-    root.InsertEndChild(devices);
-    TiXmlDocument document;
-    document.InsertEndChild(TiXmlDeclaration());
-    document.InsertEndChild(root);
-    return document;
+    return makeDocument(devices, false);
 }
 
 }  // namespace

@@ -1,10 +1,9 @@
 // The six exported functions. What each does and promises stands in plugin/tamborin.h.
-#include <tinyxml.h>
-
 #include <memory>
 
 #include "core/contain.h"
 #include "core/plugin.h"
+#include "plugin/document.h"
 #include "plugin/host_link.h"
 #include "plugin/tamborin.h"
 
@@ -17,13 +16,7 @@ TiXmlDocument announcement() {
     module.SetAttribute("Version", TAMBORIN_VERSION);
     TiXmlElement modules("Modules");
     modules.InsertEndChild(module);
-    TiXmlElement root("Varo");
-    root.SetAttribute("Delta", 0);
-    root.InsertEndChild(modules);
-    TiXmlDocument document;
-    document.InsertEndChild(TiXmlDeclaration());
-    document.InsertEndChild(root);
-    return document;
+    return makeDocument(modules, true);
 }
 
 template <typename Message>
