@@ -101,6 +101,7 @@ class Channel {
     int playBuffer(int16_t* output, uint32_t frameCount) RT_SAFE EXCLUDES(queueLock);
     uint32_t takeDecoded(int16_t* output, uint32_t frameCount) RT_SAFE REQUIRES(queueLock);
     void rearmWatchdog() RT_SAFE;
+    void beginWatchdogPeriod();
     AudioBlock* oldestUndecoded() EXCLUDES(queueLock);
     bool hasStream();
     const char* directionWord() const { return isInput ? "input" : "output"; }

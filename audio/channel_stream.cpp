@@ -34,10 +34,6 @@ void Channel::openStream() {
     if (hasStream() || paIndex == NoDevice)
         return;
 
-    // Whatever the watchdog still holds, the stream gets the whole period to call back.
-    nextWatchdogUnit =
-        steadyNow() + (WatchdogArmed - std::min(watchdog.load(), WatchdogArmed)) * WatchdogUnit;
-
     PaStreamParameters parameters{};
     parameters.device = static_cast<PaDeviceIndex>(paIndex);
     parameters.channelCount = 1;
@@ -47,16 +43,18 @@ void Channel::openStream() {
     const PaError error =
         Pa_OpenStream(&stream, isInput ? &parameters : nullptr, isInput ? nullptr : &parameters,
                       SampleRate, FramesPerBuffer, paNoFlag, streamCallback, this);
-    if (error != paNoError) {
+    if (error == paNoError)
+        startResult = Pa_StartStream(stream);
+    else
         stream = nullptr;  // a failed open may leave anything in the handle
+    beginWatchdogPeriod();
+    if (error == paNoError)
+        logMessage(ModuleId, g_hostCallback, LogInfo, "Started %s stream '%s'", directionWord(),
+                   Name.c_str());
+    else
         logMessage(ModuleId, g_hostCallback, LogInfo,
                    "Failed to start %s stream '%s' (Pa_OpenStream error %d)", directionWord(),
                    Name.c_str(), error);
-        return;
-    }
-    startResult = Pa_StartStream(stream);
-    logMessage(ModuleId, g_hostCallback, LogInfo, "Started %s stream '%s'", directionWord(),
-               Name.c_str());
 }
 
 void Channel::closeStream() {
@@ -68,6 +66,13 @@ void Channel::closeStream() {
                Name.c_str());
 }
 
+// From now on, when all of PortAudio's waiting is over, the stream gets the whole period to call
+// back, whatever the watchdog still holds.
+void Channel::beginWatchdogPeriod() {
+    nextWatchdogUnit =
+        steadyNow() + (WatchdogArmed - std::min(watchdog.load(), WatchdogArmed)) * WatchdogUnit;
+}
+
 bool Channel::isTimedOut() {
     const SteadyTime now = steadyNow();
     const uint32_t units = watchdog.load();
@@ -75,7 +80,7 @@ bool Channel::isTimedOut() {
     if (units < WatchdogArmed && now < nextWatchdogUnit)
         return false;
     if (units == 0) {
-        nextWatchdogUnit = now + WatchdogArmed * WatchdogUnit;
+        beginWatchdogPeriod();
         return true;
     }
     // A callback that re-arms in between loses one unit: a period of 2 s for once.

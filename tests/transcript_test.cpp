@@ -221,6 +221,12 @@ class Transcript : public ModuleTest {
         {"latency", [](auto& in) { fakePortAudio.streamInfo.inputLatency = std::stod(word(in)); }},
         {"capture", [](auto& in) { callBack({static_cast<int16_t>(number(in))}, 2048); }},
         {"play", [](auto&) { callBack({}, 2048); }},
+        {"slow_start",
+         [](auto& in) {
+             fakePortAudio.whileStarting = [time = number(in)](FakeStream&) {
+                 fakeClock.steady += std::chrono::milliseconds(time);
+             };
+         }},
         {"play_when_started",
          [](auto&) { fakePortAudio.whileStarting = [](FakeStream&) { callBack({}, 2048); }; }},
 
