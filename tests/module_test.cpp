@@ -9,8 +9,8 @@
 #include "fake_alsa.h"
 
 ModuleTest::ModuleTest() {
-    char name[] = "/tmp/tamborin-test-XXXXXX";
-    folder_ = mkdtemp(name);
+    std::string name = std::filesystem::temp_directory_path() / "tamborin-test-XXXXXX";
+    folder_ = mkdtemp(name.data());
     std::filesystem::current_path(folder_);
     fakeClock = {};
     fakePortAudio = {};
@@ -125,9 +125,11 @@ int32_t ModuleTest::receive(const HostMessage* message, int32_t reserved) {
         frame.assign(bytes, bytes + message->length);
         note("audio " + std::to_string(message->sourceId) + " at " +
              std::to_string(message->seconds) + "." + std::to_string(message->milliseconds) + ": " +
-             std::to_string(frame.size()) + " of " + std::to_string(frame.at(0)));
+             std::to_string(frame.size()) + " of " + std::to_string(frame.empty() ? 0 : frame[0]));
     } else {
         document = text;
+        if (message->kind == KindModuleDocument)
+            description = text;
         note("document " + std::to_string(message->kind));
     }
     return answer;

@@ -52,6 +52,7 @@ class ModuleTest : public testing::Test {
     static inline int32_t answer;              // what documents and audio are answered
     static inline bool showsRecords;           // notes every record, byte for byte
     static inline std::string document;        // the last one sent
+    static inline std::string description;     // the last one of them that describes the channels
     static inline std::vector<uint8_t> frame;  // the last audio frame
 
   private:
