@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <sstream>
@@ -46,7 +47,7 @@ void ModuleTest::run() {
 
 const void* ModuleTest::lend(const std::string& name, const void* data, size_t size) {
     const EnoughMemory enough;
-    Loan loan{name, std::make_unique<uint8_t[]>(size + 1)};
+    Loan loan{name, size, std::make_unique<uint8_t[]>(size + 1)};
     std::copy_n(static_cast<const uint8_t*>(data), size, loan.bytes.get());
     const void* address = loan.bytes.get();
     const std::lock_guard held(mutex_);
@@ -59,7 +60,10 @@ std::string ModuleTest::takeBack(const void* buffer) {
     const std::lock_guard held(mutex_);
     const auto loan = loans_.extract(buffer);
     EXPECT_TRUE(loan) << "a buffer was handed back that was not lent, or twice";
-    return loan ? loan.mapped().name : "";
+    if (!loan)
+        return "";
+    std::fill_n(loan.mapped().bytes.get(), loan.mapped().size, Poison);
+    return loan.mapped().name;
 }
 
 bool ModuleTest::settle(const void* buffer, bool accepted) {
