@@ -2,11 +2,9 @@
 // and plays: run beside a server of its own (host/private-pulseaudio).
 //
 //   lost_server_test LIBRARY CYCLES
-#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <malloc.h>
 #include <pthread.h>
 #include <spawn.h>
 #include <sys/socket.h>
@@ -21,11 +19,11 @@
 #include <fstream>
 #include <future>
 #include <mutex>
-#include <thread>
 
 #include "host/clip.h"
 #include "host/description.h"
 #include "host/module_host.h"
+#include "real_module.h"
 
 namespace {
 
@@ -37,14 +35,6 @@ int cycles = 10;
 
 double secondsSince(Clock::time_point begin) {
     return std::chrono::duration<double>(Clock::now() - begin).count();
-}
-
-template <typename Condition>
-bool await(std::chrono::seconds patience, Condition condition) {
-    const auto end = Clock::now() + patience;
-    while (!condition() && Clock::now() < end)
-        std::this_thread::sleep_for(20ms);
-    return condition();
 }
 
 // The server behind PULSE_SERVER, found by its socket and started again as it was.
@@ -100,25 +90,6 @@ class SoundServer {
     bool ours_ = false;
 };
 
-// What must not grow from cycle to cycle.
-struct Footprint {
-    size_t threads = 0;
-    size_t descriptors = 0;
-    size_t heapBytes = 0;
-
-    static size_t entries(const char* folder) {
-        size_t count = 0;
-        DIR* open = opendir(folder);
-        while (readdir(open) != nullptr)
-            ++count;
-        closedir(open);
-        return count;
-    }
-    static Footprint now() {
-        return {entries("/proc/self/task"), entries("/proc/self/fd"), mallinfo2().uordblks};
-    }
-};
-
 class LostServer : public testing::Test {
   protected:
     LostServer()
@@ -130,9 +101,7 @@ class LostServer : public testing::Test {
         module_.start();
         EXPECT_TRUE(await(30s, [this] { return channels() == 4; }));
         // Channels 0 to 3: "pulse" in and out, "default" in and out.
-        module_.configure(
-            "<Varo><Devices ID='1310720' BufferLength='1000'><Device><Codec><Encoder><AudioChannel "
-            "Number='2' Enabled='1'/></Encoder></Codec></Device></Devices></Varo>");
+        module_.configure(enablingDocument({2}, true, 1000));
         EXPECT_TRUE(resumes());
     }
     size_t channels() {
@@ -219,7 +188,7 @@ TEST_F(LostServer, KilledAndRestarted) {
         play(Output);
         ASSERT_TRUE(await(60s, [&] { return isHeardSince(begin); })) << "cycle " << cycle;
         ASSERT_TRUE(await(30s, [&] { return allReturned(); }));
-        const Footprint now = Footprint::now();
+        const Footprint now;
         if (cycle == 2)
             first = now;
         if (cycle > 2) {

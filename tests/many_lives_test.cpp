@@ -5,123 +5,62 @@
 //   many_lives_test LIBRARY LOADS LIVES    LIVES of the module in each of LOADS of the library
 //   many_lives_test LIBRARY record         one life that records and plays
 #include <dlfcn.h>
-#include <malloc.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <string_view>
-#include <thread>
-#include <vector>
 
-#include "plugin/tamborin.h"
+#include "host/description.h"
+#include "host/module_host.h"
+#include "real_module.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 
-std::atomic<int> descriptions;
-std::atomic<int> frames;
-std::atomic<int> releases;
-
-int32_t receive(const HostMessage* message, int32_t /*reserved*/) {
-    descriptions += message->kind == KindModuleDocument ? 1 : 0;
-    frames += message->kind == KindAudio ? 1 : 0;
-    releases += message->kind == KindBufferRelease ? 1 : 0;
-    return message->type == TypeLogLevelQuery ? LogError : 0;
+bool live(const char* library, bool recording) {
+    std::atomic<int> documents = 0;
+    std::atomic<int> frames = 0;
+    ModuleHost module(
+        library,
+        {.onDocument = [&](auto...) { ++documents; }, .onFrame = [&](auto...) { ++frames; }},
+        LogError);
+    const auto balances = [&module] {
+        const BufferAccount account = module.buffers();
+        return account.lent == account.returned && account.faults == 0;
+    };
+    module.start();
+    bool lived = await(30s, [&] { return documents >= 2; });
+    if (recording)
+        lived = lived && module.configure(enablingDocument({2}, true, 0)) &&
+                module.play(0x140113, std::vector<uint8_t>(2048, 0x90)) &&
+                await(60s, [&] { return frames >= 2 && balances(); });
+    module.stop();
+    return lived && balances();
 }
-
-bool await(const std::atomic<int>& count, int wanted) {
-    for (int i = 0; i < 3000 && count < wanted; ++i)
-        std::this_thread::sleep_for(10ms);
-    return count >= wanted;
-}
-
-struct Library {
-    explicit Library(const char* path) : handle(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {
-        if (handle == nullptr) {
-            std::fprintf(stderr, "%s\n", dlerror());
-            std::exit(1);
-        }
-    }
-    ~Library() { dlclose(handle); }
-    Library(const Library&) = delete;
-    Library& operator=(const Library&) = delete;
-    template <typename Function>
-    Function* operator()(const char* name) const {
-        return reinterpret_cast<Function*>(dlsym(handle, name));
-    }
-    void* handle;
-};
-
-bool record(const Library& module) {
-    const std::string_view text =
-        "<Varo><Devices ID='1310720'><Device><Codec><Encoder><AudioChannel Number='2' Enabled='1'/>"
-        "</Encoder></Codec></Device></Devices></Varo>";
-    IoctlRequest request{};
-    request.code = IoctlConfiguration;
-    request.length = static_cast<uint32_t>(text.size());
-    request.data = text.data();
-    IoctlResult taken{};
-    module.operator()<decltype(::IOCTL)>("IOCTL")(&request, &taken);
-    const std::vector<uint8_t> codes(2048, 0x90);
-    WriteRecord block{};
-    block.length = static_cast<uint32_t>(codes.size());
-    block.data = codes.data();
-    block.targetId = 0x140113;
-    block.type = TypeAudio;
-    WriteResult written{};
-    module.operator()<decltype(::Write)>("Write")(&block, &written);
-    return await(frames, 2) && await(releases, 2);
-}
-
-bool live(const Library& module, bool recording) {
-    descriptions = frames = releases = 0;
-    const HostTable table{{}, receive};
-    ModuleInfo info{};
-    module.operator()<decltype(::Load)>("Load")(&table, &info);
-    module.operator()<decltype(::Open)>("Open")();
-    std::thread worker([&module] {
-        IoctlRequest request{};
-        request.code = IoctlRun;
-        IoctlResult none{};
-        module.operator()<decltype(::IOCTL)>("IOCTL")(&request, &none);
-    });
-    const bool lived = await(descriptions, 2) && (!recording || record(module));
-    module.operator()<decltype(::Close)>("Close")();
-    worker.join();
-    module.operator()<decltype(::Unload)>("Unload")();
-    return lived;
-}
-
-struct Footprint {
-    static size_t entries(const char* folder) {
-        return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
-    }
-    size_t threads = entries("/proc/self/task");
-    size_t descriptors = entries("/proc/self/fd");
-    size_t heap = mallinfo2().uordblks;
-
-    void show(const char* when) const {
-        std::printf("%s: %zu threads, %zu descriptors, heap %zu KiB\n", when, threads, descriptors,
-                    heap / 1024);
-    }
-};
 
 // What the heap grows by, in bytes, each time that PortAudio comes and goes by itself.
 size_t portAudioLeaves() {
     constexpr size_t Times = 10;
-    const Library portAudio("libportaudio.so.2");
+    void* portAudio = dlopen("libportaudio.so.2", RTLD_NOW);
+    const auto initialize = reinterpret_cast<int (*)()>(dlsym(portAudio, "Pa_Initialize"));
+    const auto terminate = reinterpret_cast<int (*)()>(dlsym(portAudio, "Pa_Terminate"));
     size_t before = 0;
     for (size_t i = 0; i <= Times; ++i) {
         if (i == 1)
-            before = mallinfo2().uordblks;
-        portAudio.operator()<int()>("Pa_Initialize")();
-        portAudio.operator()<int()>("Pa_Terminate")();
+            before = Footprint().heapBytes;
+        initialize();
+        terminate();
     }
-    return (mallinfo2().uordblks - before) / Times;
+    const size_t after = Footprint().heapBytes;
+    dlclose(portAudio);
+    return after > before ? (after - before) / Times : 0;
+}
+
+void show(const char* when, const Footprint& footprint) {
+    std::printf("%s: %zu threads, %zu descriptors, heap %zu KiB\n", when, footprint.threads,
+                footprint.descriptors, footprint.heapBytes / 1024);
 }
 
 }  // namespace
@@ -138,21 +77,21 @@ int main(int argc, char** argv) {
     bool succeeded = true;
     Footprint first;
     for (int load = 0; load < loads; ++load) {
-        const Library module(argv[1]);
+        void* library = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);  // stays loaded from life to life
         for (int i = 0; i < lives; ++i)
-            succeeded = live(module, recording) && succeeded;
+            succeeded = live(argv[1], recording) && succeeded;
+        dlclose(library);
         if (load == 0)
             first = {};
     }
     const Footprint last;
-    first.show("after the first load");
-    last.show("at the end");
+    show("after the first load", first);
+    show("at the end", last);
+    std::printf("%d lives in %d loads; allowed %zu bytes a life\n", loads * lives, loads, allowed);
     std::filesystem::current_path("/");
     std::filesystem::remove_all(folder);
-    const size_t livesSince = static_cast<size_t>((loads - 1) * lives);
+    const auto livesSince = static_cast<size_t>((loads - 1) * lives);
     const bool isLevel = last.threads <= first.threads && last.descriptors <= first.descriptors &&
-                         last.heap <= first.heap + allowed * livesSince;
-    std::printf("%d lives in %d loads; PortAudio leaves %zu bytes a life\n", loads * lives, loads,
-                allowed);
+                         last.heapBytes <= first.heapBytes + allowed * livesSince;
     return succeeded && isLevel ? 0 : 1;
 }
