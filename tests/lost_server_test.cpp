@@ -41,19 +41,23 @@ double secondsSince(Clock::time_point begin) {
 class SoundServer {
   public:
     SoundServer() : path_(std::string(std::getenv("PULSE_SERVER")).substr(5)) {
-        pid_ = peer();
+        EXPECT_TRUE(await(20s, [this] { return (pid_ = peer()) > 1; })) << path_;
         std::ifstream file("/proc/" + std::to_string(pid_) + "/cmdline");
         for (std::string word; std::getline(file, word, '\0');)
             command_.push_back(word);
     }
     ~SoundServer() { kill(); }
-    void signal(int number) const { ::kill(pid_, number); }
+    void signal(int number) const {
+        if (pid_ > 1)  // kill takes less for everybody
+            ::kill(pid_, number);
+    }
     void kill() {
         signal(SIGKILL);
         if (ours_)
             waitpid(pid_, nullptr, 0);
         else
             await(10s, [this] { return peer() < 0; });
+        pid_ = -1;
     }
     void restart() {
         std::vector<char*> arguments;
