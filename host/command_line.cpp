@@ -91,12 +91,17 @@ class Grammar {
             command
                 ->add_option("--for", session_.seconds, "seconds to run; until Ctrl-C if not given")
                 ->check(atLeast(0.001));
-        for (CLI::App* command : {record, talk, watch})
+        for (CLI::App* command : {record, watch})
             command->add_option("--input", options_.inputs,
                                 "channels, by number or name; those with a device if none");
+        talk->add_option("--input", options_.inputs,
+                         "a channel, by number or name; the first with a device if none")
+            ->expected(1);
         for (CLI::App* command : {play, talk})
-            command->add_option("--output", options_.outputs,
-                                "a channel, by number or name; the first with a device if none");
+            command
+                ->add_option("--output", options_.outputs,
+                             "a channel, by number or name; the first with a device if none")
+                ->expected(1);
         for (CLI::App* command : {record, talk})
             command->add_option("--out", options_.out, "the folder of the recordings")
                 ->capture_default_str();

@@ -60,7 +60,7 @@ Findings examineChannels(const std::string& xml, const Discovery& discovery) {
             "channel " + std::to_string(channel.number) + " '" + channel.name + "'";
         if (channel.device.empty())
             findings.push_back({Verdict::Note, name + " has no OsName: its number chooses", ""});
-        else if (!isFound)
+        else if (!isFound && (channel.enabled || !discovery.channels.empty()))
             findings.push_back({channel.enabled ? Verdict::Wrong : Verdict::Note,
                                 name + ": its device '" + channel.device + "' is not there",
                                 "start what provides the device, or set another OsName with "

@@ -180,6 +180,7 @@ class Drawing {
         drawSound(outline, wave, level);
         drawGaps(outline, wave);
         drawRestarts(outline, wave);
+        labelGaps(outline, wave);
     }
 
     void drawChannelTitle(const Outline& outline, double baseline) {
@@ -240,8 +241,11 @@ class Drawing {
 
     void labelWithin(const std::string& label, double left, double width, double baseline,
                      const Paint& paint) {
-        if (textWidth(label, 12) + 12 < width)
-            text(label, left + width / 2, baseline, 0.5, 12, paint);
+        const double needed = textWidth(label, 12) + 12;
+        if (needed > width)
+            return;
+        fillRectangle({1, 1, 1, 0.9}, left + (width - needed) / 2, baseline - 14, needed, 19);
+        text(label, left + width / 2, baseline, 0.5, 12, paint);
     }
 
     // What a column of pixels stands for.
@@ -286,7 +290,15 @@ class Drawing {
             fillRectangle(GapFill, left, top, width, Height);
             line(GapEdge, left, top, left, top + Height);
             line(GapEdge, left + width, top, left + width, top + Height);
-            labelWithin("gap " + inSeconds(gap.end - gap.begin), left, width, top + 20, GapEdge);
+        }
+    }
+
+    // Over whatever else is drawn there.
+    void labelGaps(const Outline& outline, double top) {
+        for (const Gap& gap : outline.gaps) {
+            const double left = xOf(gap.begin);
+            labelWithin("gap " + inSeconds(gap.end - gap.begin), left, xOf(gap.end) - left,
+                        top + 24, GapEdge);
         }
     }
 

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
 #include "audio/ulaw.h"
 #include "host/folders.h"
@@ -13,7 +14,8 @@
 
 namespace {
 
-constexpr int64_t GapTolerance = 200;   // ms; stamps are taken when a frame is sent, and wander
+constexpr int64_t LateTolerance = 200;  // ms; stamps are taken when a frame is sent, and wander
+constexpr int64_t DecisionTime = 2000;  // ms that late frames get to catch up
 constexpr int64_t EndTolerance = 3000;  // ms; the last frame is that late without any harm
 constexpr double FullScale = 32768;
 
@@ -100,35 +102,55 @@ void Recorder::take(const CapturedFrame& frame) {
         return;
     Track& track = found->second;
     Recording& recording = track.recording;
-    const bool afterGap =
-        track.expectedMs != 0 && frame.milliseconds > track.expectedMs + GapTolerance;
-    if (afterGap)
-        addGap(track, track.expectedMs, frame.milliseconds);
     write(track, frame.codes, frame.milliseconds);
-    draw(track, frame, afterGap);
-    track.expectedMs = frame.milliseconds + durationOf(frame.codes.size());
+    place(track, frame);
     ++recording.frames;
     recording.samples += frame.codes.size();
     recording.level = peakOf(frame.codes);
     recording.peak = std::max(recording.peak, recording.level);
 }
 
-void Recorder::addGap(Track& track, int64_t begin, int64_t end) {
-    ++track.recording.gaps;
-    track.recording.gapSeconds += static_cast<double>(end - begin) / 1000;
-    track.outline.gaps.push_back({begin, end});
+// Finds where on the time axis the frame belongs. A late frame may follow lost sound, or only have
+// been sent late: then the next ones catch up.
+void Recorder::place(Track& track, const CapturedFrame& frame) const {
+    constexpr int64_t Gentleness = 8;
+    if (track.expectedMs == 0)
+        track.expectedMs = frame.milliseconds;
+    const int64_t late = frame.milliseconds - track.expectedMs - durationOf(track.undecided.size());
+    if (track.undecided.empty()) {
+        if (late <= LateTolerance) {
+            track.expectedMs += late / Gentleness;  // the sound's clock is not the machine's
+            draw(track, frame.codes);
+            return;
+        }
+        track.undecidedSinceMs = frame.milliseconds;
+        track.leastLateMs = late;
+    }
+    track.leastLateMs = std::min(track.leastLateMs, late);
+    track.undecided.insert(track.undecided.end(), frame.codes.begin(), frame.codes.end());
+    if (late <= LateTolerance)
+        settle(track, 0);
+    else if (frame.milliseconds >= track.undecidedSinceMs + DecisionTime)
+        settle(track, track.leastLateMs);
 }
 
-// Frames are drawn end to end, gently following their stamps, which wander.
-void Recorder::draw(Track& track, const CapturedFrame& frame, bool afterGap) const {
-    constexpr int64_t Gentleness = 8;
-    if (track.drawnMs == 0 || afterGap)
-        track.drawnMs = frame.milliseconds;
-    else
-        track.drawnMs += (frame.milliseconds - track.drawnMs) / Gentleness;
-    const int64_t position = std::max<int64_t>(track.drawnMs - beginMs_, 0);
-    track.outline.envelope.add(position * SampleRate / 1000, frame.codes);
-    track.drawnMs += durationOf(frame.codes.size());
+void Recorder::settle(Track& track, int64_t missingMs) const {
+    if (missingMs > 0)
+        addGap(track, missingMs);
+    draw(track, std::exchange(track.undecided, {}));
+}
+
+void Recorder::addGap(Track& track, int64_t milliseconds) {
+    ++track.recording.gaps;
+    track.recording.gapSeconds += static_cast<double>(milliseconds) / 1000;
+    track.outline.gaps.push_back({track.expectedMs, track.expectedMs + milliseconds});
+    track.expectedMs += milliseconds;
+}
+
+void Recorder::draw(Track& track, std::span<const uint8_t> codes) const {
+    const int64_t position = std::max<int64_t>(track.expectedMs - beginMs_, 0);
+    track.outline.envelope.add(position * SampleRate / 1000, codes);
+    track.expectedMs += durationOf(codes.size());
 }
 
 std::vector<Recording> Recorder::recordings() const {
@@ -146,8 +168,10 @@ void Recorder::end() {
     endMs_ = unixMilliseconds();
     for (auto& [id, track] : tracks_) {
         track.file.reset();
+        if (!track.undecided.empty())
+            settle(track, track.leastLateMs);
         if (track.expectedMs != 0 && endMs_ > track.expectedMs + EndTolerance)
-            addGap(track, track.expectedMs, endMs_);
+            addGap(track, endMs_ - track.expectedMs);
     }
 }
 

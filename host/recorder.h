@@ -31,7 +31,7 @@ struct Recording {
     std::vector<std::filesystem::path> files;
     uint64_t frames = 0;
     uint64_t samples = 0;
-    uint64_t gaps = 0;  // frames that came clearly later than the one before them ended
+    uint64_t gaps = 0;  // where sound is missing
     double gapSeconds = 0;
     double peak = 0;   // 0 to 1
     double level = 0;  // of the last frame: its peak, 0 to 1
@@ -75,13 +75,18 @@ class Recorder {
         std::unique_ptr<SNDFILE, FileCloser> file;
         uint64_t samplesInFile = 0;
         int64_t expectedMs = 0;  // when the next frame should be stamped; 0 before the first
-        int64_t drawnMs = 0;     // the same on the outline
+        // Frames that came late, until it shows whether sound is missing before them.
+        std::vector<uint8_t> undecided;
+        int64_t undecidedSinceMs = 0;
+        int64_t leastLateMs = 0;
     };
 
     void openFile(Track& track, int64_t milliseconds);
     void write(Track& track, std::span<const uint8_t> codes, int64_t milliseconds);
-    static void addGap(Track& track, int64_t begin, int64_t end);
-    void draw(Track& track, const CapturedFrame& frame, bool afterGap) const;
+    void place(Track& track, const CapturedFrame& frame) const;
+    void settle(Track& track, int64_t missingMs) const;
+    void draw(Track& track, std::span<const uint8_t> codes) const;
+    static void addGap(Track& track, int64_t milliseconds);
 
     mutable std::mutex mutex_;  // guards the tracks and the failure
     std::map<int32_t, Track> tracks_;

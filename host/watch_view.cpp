@@ -84,7 +84,7 @@ void drawChannel(int row, const WatchedChannel& watched, const Layout& layout) {
     const bool hasMeter = layout.meter > 0 && !channel.isOutput && channel.hasDevice;
     line(row, before + cell("", layout.meter) +
                   cell(hasMeter ? inDecibels(watched.level) : "", layout.decibels) +
-                  cell(std::to_string(watched.restarts), layout.restarts) +
+                  cell(channel.hasDevice ? std::to_string(watched.restarts) : "", layout.restarts) +
                   cell(channel.name, layout.name) + cell(channel.device, layout.device));
     if (!channel.hasDevice)
         piece(row, 5, watched.state, COLOR_PAIR(Bad));
