@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 
 #include "host/text.h"
@@ -33,6 +34,16 @@ size_t widthOf(FILE* terminal) {
     return ioctl(fileno(terminal), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : Usual;
 }
 
+int abortFd = STDERR_FILENO;
+
+// PortAudio has assertions; what one said went nowhere.
+void tellOfAbort(int /*signal*/) {
+    constexpr std::string_view Message =
+        "tamborin-host: an audio library gave up; see what it says with --library-noise\n";
+    [[maybe_unused]] const ssize_t written = write(abortFd, Message.data(), Message.size());
+    _exit(EXIT_FAILURE);
+}
+
 // The audio libraries write pages to stderr while they look for devices, and C offers no other way
 // to stop them than to turn the descriptor away. Answers the user's stderr.
 FILE* silenceLibraries() {
@@ -42,6 +53,8 @@ FILE* silenceLibraries() {
     if (messages != nullptr) {
         std::setvbuf(messages, nullptr, _IOLBF, 0);
         dup2(nowhere, STDERR_FILENO);
+        abortFd = user;
+        std::signal(SIGABRT, tellOfAbort);
     }
     if (nowhere >= 0)
         close(nowhere);
