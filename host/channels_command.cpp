@@ -1,20 +1,18 @@
 #include <algorithm>
-#include <cstdio>
+#include <stdexcept>
 
 #include "host/commands.h"
+#include "host/report.h"
 
-int runChannels(const Options& options) {
-    Session session(options.session);
-    const auto& channels = session.channels();
-    if (!channels.empty())
-        std::printf("%-6s  %-6s  %-7s  %-7s  %-24s  %s\n", "number", "kind", "enabled", "missing",
-                    "name", "device");
-    for (const ChannelDescription& channel : channels)
-        std::printf("%6d  %-6s  %-7s  %-7s  %-24s  %s\n", channel.number,
-                    channel.isOutput ? "output" : "input", channel.enabled ? "yes" : "no",
-                    channel.hasDevice ? "no" : "yes", channel.name.c_str(), channel.device.c_str());
+int runChannels(const Options& options, Console& console) {
+    Session session(options.session, console);
+    const auto channels = session.channels();
     session.finish();
+    if (!channels.empty())
+        showChannels(console, channels);
     if (std::ranges::none_of(channels, &ChannelDescription::hasDevice))
-        throw std::runtime_error("no channel has a device; is a sound server running?");
+        throw std::runtime_error(
+            "no channel has a device; start a sound server (PulseAudio or PipeWire), or see "
+            "'tamborin-host doctor'");
     return Succeeded;
 }

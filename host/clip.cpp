@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <numbers>
 #include <numeric>
 #include <sndfile.hh>
@@ -42,19 +43,38 @@ std::vector<float> toMono(const std::vector<float>& interleaved, size_t channels
     return mono;
 }
 
-std::vector<float> resample(const std::vector<float>& sound, int rate) {
+struct ResamplerCloser {
+    void operator()(SRC_STATE* state) const { src_delete(state); }
+};
+
+std::vector<float> resample(const std::vector<float>& sound, int rate,
+                            const OnProgress& onProgress) {
+    constexpr size_t Step = 65536;  // samples between two reports
     const double ratio = static_cast<double>(SampleRate) / rate;
     std::vector<float> resampled(
         static_cast<size_t>(std::ceil(static_cast<double>(sound.size()) * ratio)) + 1);
+    int error = 0;
+    const std::unique_ptr<SRC_STATE, ResamplerCloser> state(
+        src_new(SRC_SINC_BEST_QUALITY, 1, &error));
+    size_t taken = 0;
+    size_t made = 0;
     SRC_DATA job{};
-    job.data_in = sound.data();
-    job.input_frames = static_cast<long>(sound.size());
-    job.data_out = resampled.data();
-    job.output_frames = static_cast<long>(resampled.size());
     job.src_ratio = ratio;
-    if (const int error = src_simple(&job, SRC_SINC_BEST_QUALITY, 1); error != 0)
+    while (error == 0 && job.end_of_input == 0) {
+        const size_t step = std::min(Step, sound.size() - taken);
+        job.data_in = sound.data() + taken;
+        job.input_frames = static_cast<long>(step);
+        job.data_out = resampled.data() + made;
+        job.output_frames = static_cast<long>(resampled.size() - made);
+        job.end_of_input = taken + step == sound.size() ? 1 : 0;
+        error = src_process(state.get(), &job);
+        taken += static_cast<size_t>(job.input_frames_used);
+        made += static_cast<size_t>(job.output_frames_gen);
+        onProgress(static_cast<double>(taken) / static_cast<double>(sound.size()));
+    }
+    if (error != 0)
         throw std::runtime_error(std::string("cannot resample: ") + src_strerror(error));
-    resampled.resize(static_cast<size_t>(job.output_frames_gen));
+    resampled.resize(made);
     return resampled;
 }
 
@@ -64,17 +84,18 @@ double dot(std::span<const float> a, std::span<const float> b) {
 
 }  // namespace
 
-std::vector<uint8_t> loadClip(const std::filesystem::path& file) {
+std::vector<uint8_t> loadClip(const std::filesystem::path& file, const OnProgress& onProgress) {
     SndfileHandle handle(file.string());
     if (handle.error() != SF_ERR_NO_ERROR)
-        throw std::runtime_error("cannot read " + file.string() + ": " + handle.strError());
+        throw std::runtime_error("cannot play " + file.string() + ": " + handle.strError());
     const auto channels = static_cast<size_t>(handle.channels());
     std::vector<float> interleaved(static_cast<size_t>(handle.frames()) * channels);
     const sf_count_t read =
         handle.readf(interleaved.data(), static_cast<sf_count_t>(handle.frames()));
     interleaved.resize(static_cast<size_t>(std::max<sf_count_t>(read, 0)) * channels);
     const std::vector<float> mono = toMono(interleaved, channels);
-    return encode(handle.samplerate() == SampleRate ? mono : resample(mono, handle.samplerate()));
+    return encode(
+        handle.samplerate() == SampleRate ? mono : resample(mono, handle.samplerate(), onProgress));
 }
 
 std::vector<uint8_t> builtInClip() {
@@ -94,7 +115,8 @@ std::vector<uint8_t> builtInClip() {
     return encode(sound);
 }
 
-ClipFound findClip(std::span<const uint8_t> clip, std::span<const uint8_t> recording) {
+ClipFound findClip(std::span<const uint8_t> clip, std::span<const uint8_t> recording,
+                   const OnProgress& onProgress) {
     const size_t length = std::min<size_t>(clip.size(), SampleRate);
     const std::vector<float> wanted = decode(clip.subspan((clip.size() - length) / 2, length));
     const std::vector<float> heard = decode(recording);
@@ -102,6 +124,8 @@ ClipFound findClip(std::span<const uint8_t> clip, std::span<const uint8_t> recor
     ClipFound best;
     for (size_t at = 0; at + length <= heard.size(); ++at) {
         const std::span<const float> window(heard.data() + at, length);
+        if (at % 1024 == 0)
+            onProgress(static_cast<double>(at) / static_cast<double>(heard.size()));
         const double energy = dot(window, window);
         const double correlation =
             energy > 0 ? dot(wanted, window) / std::sqrt(energy * wantedEnergy) : 0;

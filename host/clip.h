@@ -3,12 +3,16 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <span>
 #include <vector>
 
+// Told how much of a work is done, 0 to 1.
+using OnProgress = std::function<void(double fraction)>;
+
 // Reads any file that libsndfile knows, mixes it to mono and resamples it. Throws
 // std::runtime_error.
-std::vector<uint8_t> loadClip(const std::filesystem::path& file);
+std::vector<uint8_t> loadClip(const std::filesystem::path& file, const OnProgress& onProgress);
 
 // A few rising chirps: sounds that cannot be mistaken for another, nor for a later part of
 // themselves.
@@ -21,7 +25,8 @@ struct ClipFound {
 };
 
 // Looks for a second out of the clip's middle in the recording (mu-law).
-ClipFound findClip(std::span<const uint8_t> clip, std::span<const uint8_t> recording);
+ClipFound findClip(std::span<const uint8_t> clip, std::span<const uint8_t> recording,
+                   const OnProgress& onProgress);
 
 // The codes of a recorded file. Throws std::runtime_error.
 std::vector<uint8_t> readCodes(const std::filesystem::path& file);

@@ -51,6 +51,30 @@ bool parseDescription(std::string_view xml, Description& description) {
     return true;
 }
 
+std::string announcedVersion(std::string_view xml) {
+    TiXmlDocument document;
+    document.Parse(std::string(xml).c_str());
+    const TiXmlElement* module = TiXmlHandle(&document)
+                                     .FirstChild("Varo")
+                                     .FirstChild("Modules")
+                                     .FirstChild("Module")
+                                     .ToElement();
+    return module != nullptr ? textOf(*module, "Version") : "";
+}
+
+std::optional<bool> reportedAlarm(std::string_view xml) {
+    TiXmlDocument document;
+    document.Parse(std::string(xml).c_str());
+    const TiXmlElement* device = TiXmlHandle(&document)
+                                     .FirstChild("Varo")
+                                     .FirstChild("Devices")
+                                     .FirstChild("Device")
+                                     .ToElement();
+    if (device == nullptr || device->Attribute("Fail") == nullptr)
+        return std::nullopt;
+    return intOf(*device, "Fail") != 0;
+}
+
 std::string enablingDocument(const std::vector<int>& numbers, bool enabled, int bufferLength) {
     TiXmlElement encoder("Encoder");
     for (const int number : numbers) {

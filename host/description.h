@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,6 +24,11 @@ struct Description {
 
 // False when `xml` is no description (the announcement and the status are none).
 bool parseDescription(std::string_view xml, Description& description);
+
+// The version that an announcement tells; empty when `xml` is none.
+std::string announcedVersion(std::string_view xml);
+// The alarm that a status document tells; nothing when `xml` is none.
+std::optional<bool> reportedAlarm(std::string_view xml);
 
 // A configuration that enables or disables channels and, when positive, sets the buffering (ms).
 std::string enablingDocument(const std::vector<int>& numbers, bool enabled, int bufferLength);

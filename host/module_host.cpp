@@ -3,7 +3,6 @@
 #include <dlfcn.h>
 
 #include <algorithm>
-#include <stdexcept>
 #include <utility>
 
 namespace {
@@ -16,10 +15,10 @@ std::atomic<ModuleHost*> current{nullptr};
 void ModuleHost::LibraryCloser::operator()(void* handle) const { dlclose(handle); }
 
 template <typename Function>
-Function* ModuleHost::resolve(const char* name) const {
+Function* ModuleHost::resolve(const std::filesystem::path& library, const char* name) const {
     void* symbol = dlsym(library_.get(), name);
     if (symbol == nullptr)
-        throw std::runtime_error(std::string("the module has no function ") + name);
+        throw ModuleLoadError((library.string() + " has no function ") + name);
     return reinterpret_cast<Function*>(symbol);
 }
 
@@ -29,21 +28,23 @@ ModuleHost::ModuleHost(const std::filesystem::path& library, ModuleListener list
       listener_(std::move(listener)),
       logThreshold_(logThreshold) {
     if (!library_)
-        throw std::runtime_error(std::string("cannot load the module: ") + dlerror());
-    const auto load = resolve<decltype(::Load)>("Load");
-    open_ = resolve<decltype(::Open)>("Open");
-    ioctl_ = resolve<decltype(::IOCTL)>("IOCTL");
-    write_ = resolve<decltype(::Write)>("Write");
-    close_ = resolve<decltype(::Close)>("Close");
-    unload_ = resolve<decltype(::Unload)>("Unload");
+        throw ModuleLoadError(dlerror());
+    const auto load = resolve<decltype(::Load)>(library, "Load");
+    open_ = resolve<decltype(::Open)>(library, "Open");
+    ioctl_ = resolve<decltype(::IOCTL)>(library, "IOCTL");
+    write_ = resolve<decltype(::Write)>(library, "Write");
+    close_ = resolve<decltype(::Close)>(library, "Close");
+    unload_ = resolve<decltype(::Unload)>(library, "Unload");
 
     current = this;
     HostTable table{};
     table.hostCallback = receive;
     ModuleInfo info{};
     load(&table, &info);
-    if (info.moduleId != ModuleId)
-        throw std::runtime_error("the library is not this module");
+    if (info.moduleId != ModuleId) {
+        current = nullptr;
+        throw ModuleLoadError(library.string() + " is another module");
+    }
     loaded_ = true;
     open_();
 }
@@ -124,20 +125,28 @@ void ModuleHost::takeBack(const void* buffer) {
     ++(loans_.erase(buffer) == 1 ? account_.returned : account_.faults);
 }
 
-int32_t ModuleHost::receive(const HostMessage* message, int32_t /*reserved*/) {
+// Nothing may be thrown through the module.
+int32_t ModuleHost::receive(const HostMessage* message, int32_t /*reserved*/) noexcept {
     ModuleHost* host = current;
-    return host != nullptr ? host->handle(*message) : 0;
+    if (host == nullptr)
+        return 0;
+    const int32_t answer = message->type == TypeLogLevelQuery ? host->logThreshold_ : 0;
+    try {
+        host->listener_.onRecord(*message, answer);
+        host->handle(*message);
+    } catch (const std::exception&) {  // memory is short: this one record is not heard
+    }
+    return answer;
 }
 
-int32_t ModuleHost::handle(const HostMessage& message) {
+void ModuleHost::handle(const HostMessage& message) {
     const auto text = [&message] {
         return std::string_view(static_cast<const char*>(message.data), message.length);
     };
-    if (message.type == TypeLogLevelQuery)
-        return logThreshold_;
     switch (message.kind) {
         case KindLog:
-            listener_.onLog(static_cast<int32_t>(message.level), text());
+            if (message.type == TypeLogText)
+                listener_.onLog(static_cast<int32_t>(message.level), text());
             break;
         case KindAudio:
             listener_.onFrame(
@@ -155,5 +164,4 @@ int32_t ModuleHost::handle(const HostMessage& message) {
         default:
             break;
     }
-    return 0;
 }

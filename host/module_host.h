@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -23,9 +24,16 @@ struct CapturedFrame {
     int64_t milliseconds;            // Unix time of capture
 };
 
+// The library cannot be loaded, or is another.
+struct ModuleLoadError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
 // What the module says. Called on the module's threads, several at once; what a call refers to is
 // gone when it returns. Must not call back into the ModuleHost, but for lending.
 struct ModuleListener {
+    // Every record as it is, before it is acted on, and what the host answers to it.
+    std::function<void(const HostMessage& message, int32_t answer)> onRecord = [](auto...) {};
     std::function<void(int32_t level, std::string_view text)> onLog = [](auto...) {};
     std::function<void(std::string_view xml, int64_t kind)> onDocument = [](auto...) {};
     std::function<void(const CapturedFrame& frame)> onFrame = [](auto...) {};
@@ -41,7 +49,9 @@ struct BufferAccount {
 // threads, except where said.
 class ModuleHost {
   public:
-    // Loads and announces the module. Throws std::runtime_error when that fails.
+    // Loads and announces the module. A path without a slash is looked for as the dynamic linker
+    // does. `logThreshold` is the lowest level that the module shall log. Throws
+    // ModuleLoadError.
     ModuleHost(const std::filesystem::path& library, ModuleListener listener, int32_t logThreshold);
     // Stops and unloads it.
     ~ModuleHost();
@@ -63,9 +73,9 @@ class ModuleHost {
   private:
     using Buffer = std::unique_ptr<uint8_t[]>;
     template <typename Function>
-    Function* resolve(const char* name) const;
-    static int32_t receive(const HostMessage* message, int32_t reserved);
-    int32_t handle(const HostMessage& message);
+    Function* resolve(const std::filesystem::path& library, const char* name) const;
+    static int32_t receive(const HostMessage* message, int32_t reserved) noexcept;
+    void handle(const HostMessage& message);
     const void* lend(std::string_view bytes);
     bool settle(const void* buffer, bool accepted);
     void takeBack(const void* buffer);

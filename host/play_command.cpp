@@ -1,10 +1,11 @@
-#include <cstdio>
+#include <stdexcept>
 #include <thread>
 
 #include "host/clip.h"
 #include "host/commands.h"
-#include "host/display.h"
 #include "host/player.h"
+#include "host/report.h"
+#include "host/text.h"
 
 namespace {
 
@@ -12,21 +13,29 @@ using namespace std::chrono_literals;
 
 }  // namespace
 
-int runPlay(const Options& options) {
-    const std::vector<uint8_t> clip = loadClip(options.clip);
-    Session session(options.session);
+int runPlay(const Options& options, Console& console) {
+    const std::vector<uint8_t> clip = [&] {
+        Progress reading(console, "reading the clip");
+        return loadClip(options.clip, [&](double fraction) { reading.show(fraction); });
+    }();
+    Session session(options.session, console);
     const ChannelDescription output = session.choose(options.outputs, true).front();
     session.enable({output}, GaplessBufferLength);
 
     Player player(session.module(), output.id, clip);
-    while (session.running() && player.feed())
+    Progress progress(console, "playing");
+    while (session.running() && player.feed()) {
+        progress.show(std::max(player.fractionPlayed(), session.fractionDone()));
         std::this_thread::sleep_for(50ms);
+    }
     const double played = player.playedSeconds();
-    const bool timeWasUp = !session.running();
-    const bool accountsBalance = showAccount(session.finish());
-    std::printf("played: %.2f s of %s on channel %d\n", played, options.clip.string().c_str(),
-                output.number);
-    if (played <= 0 || (!player.isDone() && !timeWasUp))
-        throw std::runtime_error("the clip was not played");
-    return accountsBalance ? Succeeded : Failed;
+    const bool wasStopped = !session.running();
+    const bool accountBalances = showAccount(console, session.finish());
+    console.remark("played:  " + inClockTime(played) + " of " + options.clip.string() +
+                   " on channel " + std::to_string(output.number));
+    if (!player.isDone() && !wasStopped)
+        throw std::runtime_error(
+            "the output stopped taking sound; does the sound server still "
+            "run? 'tamborin-host doctor' tells");
+    return accountBalances ? Succeeded : Failed;
 }

@@ -45,7 +45,14 @@ bool Player::feed() {
     return !isDone() && std::chrono::steady_clock::now() - lastProgress_ < Patience;
 }
 
+size_t Player::playedLength() const {
+    return (blocksLent_ - std::min(blocksLent_, outstanding())) * BlockLength;
+}
+
 double Player::playedSeconds() const {
-    const size_t played = (blocksLent_ - std::min(blocksLent_, outstanding())) * BlockLength;
-    return static_cast<double>(std::min(played, clipLength_)) / SampleRate;
+    return static_cast<double>(std::min(playedLength(), clipLength_)) / SampleRate;
+}
+
+double Player::fractionPlayed() const {
+    return static_cast<double>(playedLength()) / static_cast<double>(codes_.size());
 }

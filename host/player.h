@@ -23,9 +23,12 @@ class Player {
     // Whether the whole clip came back played.
     bool isDone() const { return position_ == codes_.size() && outstanding() == 0; }
     double playedSeconds() const;
+    // Of clip and silence.
+    double fractionPlayed() const;
 
   private:
     uint64_t outstanding() const;
+    size_t playedLength() const;
 
     ModuleHost& module_;
     const int32_t channelId_;

@@ -1,8 +1,12 @@
 #include <algorithm>
+#include <stdexcept>
 #include <thread>
 
 #include "host/commands.h"
-#include "host/display.h"
+#include "host/folders.h"
+#include "host/module_events.h"
+#include "host/picture.h"
+#include "host/report.h"
 
 namespace {
 
@@ -10,26 +14,39 @@ using namespace std::chrono_literals;
 
 }  // namespace
 
-int runRecord(const Options& options) {
+int runRecord(const Options& options, Console& console) {
     Recorder recorder;
-    Session session(options.session, [&](const CapturedFrame& frame) { recorder.take(frame); });
+    ModuleEvents events;
+    const bool drawing = !options.picture.empty();
+    if (drawing)
+        readyFolder(options.picture.parent_path(), "--picture");
+    Session session(
+        options.session, console,
+        {.onLog = [&](int32_t, std::string_view text) { events.hearLog(text); },
+         .onDocument = [&](std::string_view xml, int64_t kind) { events.hearDocument(xml, kind); },
+         .onFrame = [&](const CapturedFrame& frame) { recorder.take(frame); }},
+        drawing ? ModuleEvents::NeededLogLevel : LogError);
     const auto inputs = session.choose(options.inputs, false);
-    recorder.begin(inputs, options.out);
+    recorder.begin(inputs, options.out, options.secondsPerFile);
     session.enable(inputs, 0);
-
-    LevelDisplay levels;
-    while (session.running()) {
-        levels.show(recorder.recordings(), session.elapsedSeconds());
-        std::this_thread::sleep_for(100ms);
+    {
+        Progress progress(console, "recording");
+        while (session.running()) {
+            progress.show(session.fractionDone(), levelLines(recorder.recordings()));
+            std::this_thread::sleep_for(100ms);
+        }
     }
-    const BufferAccount account = session.finish();
     recorder.end();
-
-    showTable(recorder.recordings());
-    const bool accountsBalance = showAccount(account);
-    const bool captured = std::ranges::any_of(
-        recorder.recordings(), [](const Recording& recording) { return recording.frames > 0; });
-    if (!captured)
-        throw std::runtime_error("nothing was captured");
-    return accountsBalance ? Succeeded : Failed;
+    const bool accountBalances = showAccount(console, session.finish());
+    const auto recordings = recorder.recordings();
+    showRecordings(console, recordings);
+    if (drawing) {
+        drawPicture(options.picture,
+                    {recorder.outlines(), events.all(), recorder.beginMs(), recorder.endMs()});
+        console.remark("picture: " + options.picture.string());
+    }
+    if (std::ranges::all_of(recordings,
+                            [](const auto& recording) { return recording.frames == 0; }))
+        throw std::runtime_error("nothing was captured; see 'tamborin-host doctor'");
+    return accountBalances ? Succeeded : Failed;
 }

@@ -1,27 +1,40 @@
 #include "host/recorder.h"
 
 #include <algorithm>
-#include <array>
+#include <cerrno>
 #include <cmath>
-#include <cstdio>
-#include <ctime>
+#include <cstring>
 #include <stdexcept>
+#include <utility>
 
 #include "audio/ulaw.h"
+#include "host/folders.h"
+#include "host/module_events.h"
+#include "host/text.h"
 
 namespace {
 
-constexpr int64_t GapTolerance = 200;  // ms; stamps are taken when a frame is sent, and wander
+constexpr int64_t LateTolerance = 200;  // ms; stamps are taken when a frame is sent, and wander
+constexpr int64_t DecisionTime = 2000;  // ms that late frames get to catch up
+constexpr int64_t SettlingTime = 3000;  // ms after its start in which a stream's latency changes
+constexpr int64_t MostLag = 1000;       // ms by which it does
+constexpr int64_t EndTolerance = 3000;  // ms; the last frame is that late without any harm
 constexpr double FullScale = 32768;
 
-std::string fileName(const ChannelDescription& channel) {
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    localtime_r(&now, &local);
-    std::array<char, 32> stamp{};
-    std::strftime(stamp.data(), stamp.size(), "%Y%m%d-%H%M%S", &local);
-    return "channel" + std::to_string(channel.number) + "-" + stamp.data() + ".wav";
+int64_t durationOf(size_t samples) { return static_cast<int64_t>(samples) * 1000 / SampleRate; }
+
+// A name that is not taken: a clock that is set back must not cost a recording.
+std::filesystem::path freeName(const std::filesystem::path& folder, int number,
+                               int64_t milliseconds) {
+    const std::string stem =
+        "channel" + std::to_string(number) + "-" + localTime(milliseconds, "%Y%m%d-%H%M%S");
+    std::filesystem::path name = folder / (stem + ".wav");
+    for (int copy = 2; std::filesystem::exists(name); ++copy)
+        name = folder / (stem + "-" + std::to_string(copy) + ".wav");
+    return name;
 }
+
+}  // namespace
 
 double peakOf(std::span<const uint8_t> codes) {
     int peak = 0;
@@ -30,56 +43,127 @@ double peakOf(std::span<const uint8_t> codes) {
     return peak / FullScale;
 }
 
-}  // namespace
-
-std::string inDecibels(double level) {
-    if (level <= 0)
-        return "silent";
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.1f dBFS", 20 * std::log10(level));
-    return text.data();
+void Recorder::begin(const std::vector<ChannelDescription>& channels,
+                     const std::filesystem::path& folder, double secondsPerFile) {
+    readyFolder(folder, "--out");
+    const std::lock_guard held(mutex_);
+    folder_ = folder;
+    samplesPerFile_ = static_cast<uint64_t>(std::llround(secondsPerFile * SampleRate));
+    beginMs_ = unixMilliseconds();
+    for (const ChannelDescription& channel : channels) {
+        Track& track = tracks_[channel.id];
+        track.recording.channel = channel;
+        track.outline.channel = channel;
+    }
 }
 
-void Recorder::begin(const std::vector<ChannelDescription>& channels,
-                     const std::filesystem::path& folder) {
-    std::filesystem::create_directories(folder);
-    const std::lock_guard held(mutex_);
-    for (const ChannelDescription& channel : channels) {
-        Track track;
-        track.recording.channel = channel;
-        track.recording.file = folder / fileName(channel);
-        SF_INFO format{};
-        format.samplerate = SampleRate;
-        format.channels = 1;
-        format.format = SF_FORMAT_WAV | SF_FORMAT_ULAW;
-        track.file.reset(sf_open(track.recording.file.c_str(), SFM_WRITE, &format));
+void Recorder::openFile(Track& track, int64_t milliseconds) {
+    const std::filesystem::path name =
+        freeName(folder_, track.recording.channel.number, milliseconds);
+    SF_INFO format{};
+    format.samplerate = SampleRate;
+    format.channels = 1;
+    format.format = SF_FORMAT_WAV | SF_FORMAT_ULAW;
+    track.file.reset(sf_open(name.c_str(), SFM_WRITE, &format));
+    if (!track.file) {
+        failure_ = "cannot write " + name.string() + ": " + sf_strerror(nullptr);
+        return;
+    }
+    // The header tells the length after every frame, so that a player needs no end.
+    sf_command(track.file.get(), SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
+    track.samplesInFile = 0;
+    track.recording.files.push_back(name);
+}
+
+void Recorder::write(Track& track, std::span<const uint8_t> codes, int64_t milliseconds) {
+    while (!codes.empty() && failure_.empty()) {
         if (!track.file)
-            throw std::runtime_error("cannot write " + track.recording.file.string());
-        sf_command(track.file.get(), SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
-        tracks_.emplace(channel.id, std::move(track));
+            openFile(track, milliseconds);
+        if (!track.file)
+            return;
+        const size_t room = samplesPerFile_ == 0
+                                ? codes.size()
+                                : static_cast<size_t>(samplesPerFile_ - track.samplesInFile);
+        const std::span<const uint8_t> piece = codes.first(std::min(room, codes.size()));
+        const auto length = static_cast<sf_count_t>(piece.size());
+        if (sf_write_raw(track.file.get(), piece.data(), length) != length)
+            failure_ = "cannot write " + track.recording.files.back().string() + ": " +
+                       std::strerror(errno);
+        track.samplesInFile += piece.size();
+        if (track.samplesInFile == samplesPerFile_)
+            track.file.reset();
+        codes = codes.subspan(piece.size());
+        milliseconds += durationOf(piece.size());
     }
 }
 
 void Recorder::take(const CapturedFrame& frame) {
     const std::lock_guard held(mutex_);
     const auto found = tracks_.find(frame.channelId);
-    if (found == tracks_.end() || !found->second.file)
+    if (found == tracks_.end() || endMs_ != 0)
         return;
     Track& track = found->second;
     Recording& recording = track.recording;
-    sf_write_raw(track.file.get(), frame.codes.data(), static_cast<sf_count_t>(frame.codes.size()));
-    if (track.expectedMs != 0 && frame.milliseconds > track.expectedMs + GapTolerance)
-        ++recording.gaps;
-    track.expectedMs =
-        frame.milliseconds + static_cast<int64_t>(frame.codes.size()) * 1000 / SampleRate;
+    write(track, frame.codes, frame.milliseconds);
+    place(track, frame);
     ++recording.frames;
     recording.samples += frame.codes.size();
     recording.level = peakOf(frame.codes);
     recording.peak = std::max(recording.peak, recording.level);
 }
 
+// Finds where on the time axis the frame belongs. A late frame may follow lost sound, or only have
+// been sent late: then the next ones catch up.
+void Recorder::place(Track& track, const CapturedFrame& frame) const {
+    constexpr int64_t Gentleness = 8;
+    if (track.expectedMs == 0)
+        track.expectedMs = frame.milliseconds;
+    const int64_t late = frame.milliseconds - track.expectedMs - durationOf(track.undecided.size());
+    if (track.undecided.empty()) {
+        if (late <= LateTolerance) {
+            track.expectedMs += late / Gentleness;  // the sound's clock is not the machine's
+            draw(track, frame.codes);
+            return;
+        }
+        track.undecidedSinceMs = frame.milliseconds;
+        track.leastLateMs = late;
+    }
+    track.leastLateMs = std::min(track.leastLateMs, late);
+    track.undecided.insert(track.undecided.end(), frame.codes.begin(), frame.codes.end());
+    if (late <= LateTolerance)
+        settle(track, 0);
+    else if (frame.milliseconds >= track.undecidedSinceMs + DecisionTime)
+        settle(track, track.leastLateMs);
+}
+
+void Recorder::settle(Track& track, int64_t missingMs) const {
+    const bool isSettling =
+        missingMs < MostLag && track.undecidedSinceMs < track.anchoredMs + SettlingTime;
+    if (isSettling)
+        track.lagMs += missingMs;
+    else if (missingMs > 0)
+        addGap(track, missingMs);
+    draw(track, std::exchange(track.undecided, {}));
+}
+
+void Recorder::addGap(Track& track, int64_t milliseconds) {
+    ++track.recording.gaps;
+    track.recording.gapSeconds += static_cast<double>(milliseconds) / 1000;
+    track.outline.gaps.push_back({track.expectedMs, track.expectedMs + milliseconds});
+    track.expectedMs += milliseconds;
+    track.anchoredMs = track.expectedMs + track.lagMs;
+}
+
+void Recorder::draw(Track& track, std::span<const uint8_t> codes) const {
+    const int64_t position = std::max<int64_t>(track.expectedMs - beginMs_, 0);
+    track.outline.envelope.add(position * SampleRate / 1000, codes);
+    track.expectedMs += durationOf(codes.size());
+}
+
 std::vector<Recording> Recorder::recordings() const {
     const std::lock_guard held(mutex_);
+    if (!failure_.empty())
+        throw std::runtime_error(failure_);
     std::vector<Recording> all;
     for (const auto& [id, track] : tracks_)
         all.push_back(track.recording);
@@ -88,6 +172,20 @@ std::vector<Recording> Recorder::recordings() const {
 
 void Recorder::end() {
     const std::lock_guard held(mutex_);
-    for (auto& [id, track] : tracks_)
+    endMs_ = unixMilliseconds();
+    for (auto& [id, track] : tracks_) {
         track.file.reset();
+        if (!track.undecided.empty())
+            settle(track, track.leastLateMs);
+        if (track.expectedMs != 0 && endMs_ > track.expectedMs + EndTolerance)
+            addGap(track, endMs_ - track.expectedMs);
+    }
+}
+
+std::vector<Outline> Recorder::outlines() const {
+    const std::lock_guard held(mutex_);
+    std::vector<Outline> all;
+    for (const auto& [id, track] : tracks_)
+        all.push_back(track.outline);
+    return all;
 }

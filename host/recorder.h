@@ -1,4 +1,4 @@
-// Captured frames to G.711 mu-law WAV files, with what there is to know about each.
+// Captured frames to G.711 mu-law WAV files, with what there is to know about each channel.
 #pragma once
 
 #include <sndfile.h>
@@ -8,40 +8,62 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "host/description.h"
+#include "host/envelope.h"
 #include "host/module_host.h"
 
 constexpr int SampleRate = 8000;  // Hz, the module's only one
 
+// The highest sample, 0 to 1.
+double peakOf(std::span<const uint8_t> codes);
+
+struct Gap {
+    int64_t begin;  // Unix time in ms
+    int64_t end;
+};
+
 struct Recording {
     ChannelDescription channel;
-    std::filesystem::path file;
+    std::vector<std::filesystem::path> files;
     uint64_t frames = 0;
     uint64_t samples = 0;
-    uint64_t gaps = 0;  // frames that came clearly later than the one before them ended
-    double peak = 0;    // 0 to 1
-    double level = 0;   // of the last frame: its peak, 0 to 1
+    uint64_t gaps = 0;  // where sound is missing
+    double gapSeconds = 0;
+    double peak = 0;   // 0 to 1
+    double level = 0;  // of the last frame: its peak, 0 to 1
     double seconds() const { return static_cast<double>(samples) / SampleRate; }
 };
 
-// "-12.3 dBFS", or "silent".
-std::string inDecibels(double level);
+// What a channel's recording looks like, on the time of its stamps.
+struct Outline {
+    ChannelDescription channel;
+    Envelope envelope;  // begins when the recording did
+    std::vector<Gap> gaps;
+};
 
 class Recorder {
   public:
-    // Creates one file per channel in `folder`, named by channel and time; each can be played at
-    // any moment from then on. Throws std::runtime_error.
-    void begin(const std::vector<ChannelDescription>& channels,
-               const std::filesystem::path& folder);
+    // Readies the folder; a channel's first file is made when its first frame comes, and is named
+    // by channel and time: "channel0-20261124-093000.wav". Each can be played at any moment. Files
+    // end after so many seconds of sound; 0: never. Throws std::runtime_error when the folder
+    // cannot be written.
+    void begin(const std::vector<ChannelDescription>& channels, const std::filesystem::path& folder,
+               double secondsPerFile = 0);
     // Appends a frame; frames of other channels are passed over. Module's thread.
     void take(const CapturedFrame& frame);
-    // How things stand. Any thread.
+    // How things stand. Throws std::runtime_error once something could not be written. Any thread.
     std::vector<Recording> recordings() const;
     // Closes the files.
     void end();
+
+    // What there is to draw, after end().
+    std::vector<Outline> outlines() const;
+    int64_t beginMs() const { return beginMs_; }
+    int64_t endMs() const { return endMs_; }
 
   private:
     struct FileCloser {
@@ -49,10 +71,30 @@ class Recorder {
     };
     struct Track {
         Recording recording;
+        Outline outline;
         std::unique_ptr<SNDFILE, FileCloser> file;
+        uint64_t samplesInFile = 0;
         int64_t expectedMs = 0;  // when the next frame should be stamped; 0 before the first
+        int64_t anchoredMs = 0;  // when the sound began, or began anew after a gap
+        int64_t lagMs = 0;       // how much later than expected the stamps have settled
+        // Frames that came late, until it shows whether sound is missing before them.
+        std::vector<uint8_t> undecided;
+        int64_t undecidedSinceMs = 0;
+        int64_t leastLateMs = 0;
     };
 
-    mutable std::mutex mutex_;  // guards the tracks
+    void openFile(Track& track, int64_t milliseconds);
+    void write(Track& track, std::span<const uint8_t> codes, int64_t milliseconds);
+    void place(Track& track, const CapturedFrame& frame) const;
+    void settle(Track& track, int64_t missingMs) const;
+    void draw(Track& track, std::span<const uint8_t> codes) const;
+    static void addGap(Track& track, int64_t milliseconds);
+
+    mutable std::mutex mutex_;  // guards the tracks and the failure
     std::map<int32_t, Track> tracks_;
+    std::string failure_;
+    std::filesystem::path folder_;
+    uint64_t samplesPerFile_ = 0;
+    int64_t beginMs_ = 0;
+    int64_t endMs_ = 0;
 };

@@ -5,7 +5,9 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "host/messages.h"
+#include "host/folders.h"
+#include "host/json_records.h"
+#include "host/text.h"
 
 namespace {
 
@@ -15,26 +17,69 @@ constexpr auto DescriptionTimeout = 20s;
 
 volatile std::sig_atomic_t stopped = 0;
 
+// Loads the module where its settings file is.
+const std::filesystem::path& libraryIn(const SessionOptions& options) {
+    readyFolder(options.folder, "--dir");
+    std::filesystem::current_path(options.folder);
+    return options.module;
+}
+
+std::string listed(const std::vector<ChannelDescription>& channels, bool outputs) {
+    std::string list;
+    for (const ChannelDescription& channel : channels)
+        if (channel.isOutput == outputs)
+            list += (list.empty() ? "" : ", ") + std::to_string(channel.number) + " '" +
+                    channel.name + "'";
+    return list;
+}
+
 }  // namespace
 
 void stopOnSignals() {
-    for (const int signal : {SIGINT, SIGTERM})
-        std::signal(signal, [](int) { stopped = 1; });
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
+        std::signal(signal, [](int caught) {
+            if (stopped != 0 && caught != SIGPIPE)
+                std::signal(caught, SIG_DFL);
+            stopped = 1;
+        });
 }
 
-Session::Session(const SessionOptions& options, std::function<void(const CapturedFrame&)> onFrame)
+Session::Session(const SessionOptions& options, Console& console, ModuleListener listener,
+                 int32_t listenerLevel)
     : options_(options),
-      module_(options.module,
-              {.onLog =
-                   [](int32_t level, std::string_view text) {
-                       std::fprintf(userMessages(), "%2d %.*s\n", level,
-                                    static_cast<int>(text.size()), text.data());
-                   },
-               .onDocument = [this](std::string_view xml, int64_t) { onDocument(xml); },
-               .onFrame = std::move(onFrame)},
-              options.logLevel) {
+      console_(console),
+      module_(libraryIn(options), composed(std::move(listener)),
+              std::min(options.logLevel, listenerLevel)) {
     module_.start();
-    first_ = await(1);
+    await(1, "starting the module");
+    firstBufferLength_ = latest_.bufferLength;
+    start_ = std::chrono::steady_clock::now();
+}
+
+Session::~Session() {
+    try {
+        finish();
+    } catch (const std::exception& error) {
+        console_.error(error.what());
+    }
+}
+
+ModuleListener Session::composed(ModuleListener listener) {
+    ModuleListener all = listener;
+    if (options_.json)
+        all.onRecord = [](const HostMessage& message, int32_t answer) {
+            writeJsonLine(stdout, message, answer);
+        };
+    all.onLog = [this, heard = listener.onLog](int32_t level, std::string_view text) {
+        if (level >= options_.logLevel)
+            console_.logLine(level, text);
+        heard(level, text);
+    };
+    all.onDocument = [this, heard = listener.onDocument](std::string_view xml, int64_t kind) {
+        onDocument(xml);
+        heard(xml, kind);
+    };
+    return all;
 }
 
 void Session::onDocument(std::string_view xml) {
@@ -43,15 +88,25 @@ void Session::onDocument(std::string_view xml) {
         return;
     const std::lock_guard held(mutex_);
     latest_ = std::move(description);
+    latestXml_ = xml;
     ++generation_;
     described_.notify_all();
 }
 
-Description Session::await(int generation) {
+void Session::await(int generation, const std::string& what) {
+    Progress progress(console_, what);
+    const auto begin = std::chrono::steady_clock::now();
     std::unique_lock held(mutex_);
-    if (!described_.wait_for(held, DescriptionTimeout, [&] { return generation_ >= generation; }))
-        throw std::runtime_error("the module does not describe its channels");
-    return latest_;
+    while (!described_.wait_for(held, 100ms, [&] { return generation_ >= generation; })) {
+        const auto waited = std::chrono::steady_clock::now() - begin;
+        if (waited > DescriptionTimeout)
+            throw std::runtime_error(what +
+                                     " takes too long; does the sound server hang? "
+                                     "'tamborin-host doctor' tells more");
+        held.unlock();
+        progress.show(std::chrono::duration<double>(waited) / DescriptionTimeout);
+        held.lock();
+    }
 }
 
 void Session::send(const std::string& document) {
@@ -62,26 +117,48 @@ void Session::send(const std::string& document) {
     }
     if (!module_.configure(document))
         throw std::runtime_error("the module refuses a configuration");
-    await(next);
+    await(next, "applying the configuration");
 }
 
-std::vector<ChannelDescription> Session::choose(const std::vector<int>& numbers,
+std::vector<ChannelDescription> Session::channels() const {
+    const std::lock_guard held(mutex_);
+    return latest_.channels;
+}
+
+std::string Session::descriptionXml() const {
+    const std::lock_guard held(mutex_);
+    return latestXml_;
+}
+
+std::vector<ChannelDescription> Session::choose(const std::vector<std::string>& named,
                                                 bool outputs) const {
     const std::string kind = outputs ? "output" : "input";
+    const auto all = channels();
     std::vector<ChannelDescription> chosen;
-    for (const ChannelDescription& channel : channels())
-        if (numbers.empty() && channel.isOutput == outputs && channel.hasDevice)
-            chosen.push_back(channel);
-    for (const int number : numbers) {
-        const auto found = std::ranges::find(channels(), number, &ChannelDescription::number);
-        if (found == channels().end() || found->isOutput != outputs)
-            throw std::runtime_error("there is no " + kind + " channel " + std::to_string(number));
+    if (named.empty())
+        std::ranges::copy_if(all, std::back_inserter(chosen), [&](const auto& channel) {
+            return channel.isOutput == outputs && channel.hasDevice;
+        });
+    const std::string known = listed(all, outputs);
+    for (const std::string& name : named) {
+        const auto found = std::ranges::find_if(all, [&](const ChannelDescription& channel) {
+            return channel.isOutput == outputs &&
+                   (std::to_string(channel.number) == name || channel.name == name);
+        });
+        if (found == all.end())
+            throw std::runtime_error("there is no " + kind + " '" + name + "'; " +
+                                     (known.empty() ? "there is none at all: 'tamborin-host "
+                                                      "doctor' tells why"
+                                                    : "choose one of " + known));
         if (!found->hasDevice)
-            throw std::runtime_error("channel " + std::to_string(number) + " has no device");
+            throw std::runtime_error(kind + " '" + name + "' has no device; 'tamborin-host " +
+                                     "doctor' tells why");
         chosen.push_back(*found);
     }
     if (chosen.empty())
-        throw std::runtime_error("no " + kind + " has a device; is a sound server running?");
+        throw std::runtime_error("no " + kind +
+                                 " has a device; start a sound server (PulseAudio or PipeWire), "
+                                 "or see 'tamborin-host doctor'");
     return chosen;
 }
 
@@ -90,17 +167,23 @@ void Session::enable(const std::vector<ChannelDescription>& channels, int buffer
     for (const ChannelDescription& channel : channels)
         if (!channel.enabled)
             numbers.push_back(channel.number);
-    const bool buffering = bufferLength > first_.bufferLength;
-    if (numbers.empty() && !buffering)
-        return;
-    enabledHere_ = numbers;
-    bufferingChanged_ = buffering;
-    send(enablingDocument(numbers, true, buffering ? bufferLength : 0));
+    const bool buffering = bufferLength > firstBufferLength_;
+    if (!numbers.empty() || buffering) {
+        enabledHere_ = numbers;
+        bufferingChanged_ = buffering;
+        send(enablingDocument(numbers, true, buffering ? bufferLength : 0));
+    }
+    start_ = std::chrono::steady_clock::now();
 }
 
 BufferAccount Session::finish() {
-    if (!enabledHere_.empty() || bufferingChanged_)
-        send(enablingDocument(enabledHere_, false, bufferingChanged_ ? first_.bufferLength : 0));
+    if (!enabledHere_.empty() || bufferingChanged_) {
+        const std::string document =
+            enablingDocument(enabledHere_, false, bufferingChanged_ ? firstBufferLength_ : 0);
+        enabledHere_.clear();
+        bufferingChanged_ = false;
+        send(document);
+    }
     module_.stop();
     return module_.buffers();
 }
@@ -111,4 +194,8 @@ bool Session::running() const {
 
 double Session::elapsedSeconds() const {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+}
+
+double Session::fractionDone() const {
+    return options_.seconds > 0 ? elapsedSeconds() / options_.seconds : 0;
 }

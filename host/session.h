@@ -4,39 +4,48 @@
 #include <chrono>
 #include <condition_variable>
 #include <filesystem>
-#include <functional>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "host/console.h"
 #include "host/description.h"
 #include "host/module_host.h"
 
 struct SessionOptions {
-    std::filesystem::path module;  // the library
-    int32_t logLevel = LogError;   // lines below are not shown
-    double seconds = 0;            // 0: until stopped
+    std::filesystem::path module;        // the library
+    std::filesystem::path folder = ".";  // of the settings file
+    int32_t logLevel = LogError;         // lines below are not shown
+    double seconds = 0;                  // 0: until stopped
+    bool json = false;                   // every record of the module to stdout
 };
 
 class Session {
   public:
-    // Loads and starts the module, whose settings file is in the working directory, and waits for
-    // its description. `onFrame` is called on the module's thread. Throws std::runtime_error, also
-    // when the module does not describe itself in time.
-    Session(
-        const SessionOptions& options,
-        std::function<void(const CapturedFrame&)> onFrame = [](const CapturedFrame&) {});
+    // Loads and starts the module in the folder, which becomes the working directory and is made
+    // when it is missing, and waits for its description. `listener` is called on the module's
+    // threads, for log lines from `listenerLevel` on. Throws std::runtime_error, also when the
+    // module does not describe itself in time.
+    Session(const SessionOptions& options, Console& console, ModuleListener listener = {},
+            int32_t listenerLevel = LogError);
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
 
-    // The channels as first described.
-    const std::vector<ChannelDescription>& channels() const { return first_.channels; }
-    int bufferLength() const { return first_.bufferLength; }
-    // The channels with these numbers and this direction; without numbers all that have a device.
-    // Throws when one is unknown, runs the other way or has no device, or when there is none.
-    std::vector<ChannelDescription> choose(const std::vector<int>& numbers, bool outputs) const;
+    // The channels as last described.
+    std::vector<ChannelDescription> channels() const;
+    // The description itself.
+    std::string descriptionXml() const;
+
+    // The channels with these numbers or names and this direction; without any named, all that have
+    // a device. Throws when one is unknown or has no device, or when there is none.
+    std::vector<ChannelDescription> choose(const std::vector<std::string>& named,
+                                           bool outputs) const;
 
     // Enables channels, sets the buffering when positive, and waits for the module's answer.
     void enable(const std::vector<ChannelDescription>& channels, int bufferLength);
+    // Sends a configuration document and waits for the description that answers it.
+    void send(const std::string& document);
     // Restores what enable has changed, stops the module, and answers the final account.
     BufferAccount finish();
 
@@ -44,23 +53,28 @@ class Session {
     // False once the time is up or the user has stopped the tool.
     bool running() const;
     double elapsedSeconds() const;
+    // Of the time to run; 0 without an end.
+    double fractionDone() const;
 
   private:
+    ModuleListener composed(ModuleListener listener);
     void onDocument(std::string_view xml);
-    Description await(int generation);
-    void send(const std::string& document);
+    void await(int generation, const std::string& what);
 
     const SessionOptions options_;
-    std::mutex mutex_;  // guards what the module's thread writes
+    Console& console_;
+    mutable std::mutex mutex_;  // guards what the module's thread writes
     std::condition_variable described_;
     Description latest_;
+    std::string latestXml_;
     int generation_ = 0;
     ModuleHost module_;
-    Description first_;
+    int firstBufferLength_ = 0;
     std::vector<int> enabledHere_;
     bool bufferingChanged_ = false;
-    const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+    std::chrono::steady_clock::time_point start_;
 };
 
-// Makes SIGINT and SIGTERM end the running session. Once, before any thread is started.
+// Makes SIGINT, SIGTERM, SIGHUP and SIGPIPE end the running session; a second one ends the process.
+// Once, before any thread is started.
 void stopOnSignals();

@@ -1,63 +1,84 @@
+#include <array>
 #include <cstdio>
 #include <optional>
+#include <stdexcept>
 #include <thread>
 
 #include "host/clip.h"
 #include "host/commands.h"
-#include "host/display.h"
 #include "host/player.h"
+#include "host/report.h"
+#include "host/text.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 
-bool showFound(const std::vector<uint8_t>& clip, const Recording& recording) {
-    const ClipFound found = findClip(clip, readCodes(recording.file));
+bool showFound(Console& console, const std::vector<uint8_t>& clip, const Recording& recording) {
+    Progress progress(console, "looking for the clip");
+    const ClipFound found = findClip(clip, readCodes(recording.files.front()),
+                                     [&](double fraction) { progress.show(fraction); });
+    std::array<char, 128> text{};
     if (found.isFound())
-        std::printf("clip:    found, %.2f s into the recording (correlation %.2f)\n", found.seconds,
-                    found.correlation);
+        std::snprintf(text.data(), text.size(),
+                      "clip:    found, %.2f s into the recording (correlation %.2f)", found.seconds,
+                      found.correlation);
     else
-        std::printf("clip:    not found in the recording (best correlation %.2f)\n",
-                    found.correlation);
+        std::snprintf(text.data(), text.size(),
+                      "clip:    not found in the recording (best correlation %.2f)",
+                      found.correlation);
+    console.remark(text.data());
     return found.isFound();
 }
 
 }  // namespace
 
-int runTalk(const Options& options) {
-    const std::vector<uint8_t> clip = options.clip.empty() ? builtInClip() : loadClip(options.clip);
+int runTalk(const Options& options, Console& console) {
+    const std::vector<uint8_t> clip = [&] {
+        Progress reading(console, "reading the clip");
+        return options.clip.empty()
+                   ? builtInClip()
+                   : loadClip(options.clip, [&](double fraction) { reading.show(fraction); });
+    }();
     Recorder recorder;
-    Session session(options.session, [&](const CapturedFrame& frame) { recorder.take(frame); });
+    Session session(options.session, console,
+                    {.onFrame = [&](const CapturedFrame& frame) { recorder.take(frame); }});
     const ChannelDescription input = session.choose(options.inputs, false).front();
     const ChannelDescription output = session.choose(options.outputs, true).front();
     recorder.begin({input}, options.out);
     session.enable({input, output}, GaplessBufferLength);
 
-    LevelDisplay levels;
     std::optional<Player> player;
     bool playing = true;
-    while (session.running()) {
-        const Recording recording = recorder.recordings().front();
-        // An input may take two seconds to start: the clip waits until it is heard.
-        if (!player && recording.frames > 0)
-            player.emplace(session.module(), output.id, clip);
-        if (player && playing)
-            playing = player->feed();
-        levels.show({recording}, session.elapsedSeconds());
-        std::this_thread::sleep_for(50ms);
+    {
+        Progress progress(console, "talking");
+        while (session.running()) {
+            const auto recordings = recorder.recordings();
+            // An input may take two seconds to start: the clip waits until it is heard.
+            if (!player && recordings.front().frames > 0)
+                player.emplace(session.module(), output.id, clip);
+            if (player && playing)
+                playing = player->feed();
+            progress.show(session.fractionDone(), levelLines(recordings));
+            std::this_thread::sleep_for(50ms);
+        }
     }
     const double played = player ? player->playedSeconds() : 0;
     const BufferAccount account = session.finish();
     recorder.end();
 
     const Recording recording = recorder.recordings().front();
-    showTable({recording});
-    const bool accountsBalance = showAccount(account);
-    std::printf("played:  %.2f s on channel %d\n", played, output.number);
+    showRecordings(console, {recording});
+    const bool accountBalances = showAccount(console, account);
+    console.remark("played:  " + inClockTime(played) + " on channel " +
+                   std::to_string(output.number));
     if (recording.frames == 0)
-        throw std::runtime_error("nothing was captured");
+        throw std::runtime_error("nothing was captured from channel " +
+                                 std::to_string(input.number) + "; see 'tamborin-host doctor'");
     if (played <= 0)
-        throw std::runtime_error("the clip was not played");
-    const bool found = !options.findClip || showFound(clip, recording);
-    return accountsBalance && found ? Succeeded : Failed;
+        throw std::runtime_error("the clip was not played on channel " +
+                                 std::to_string(output.number) + "; see 'tamborin-host doctor'");
+    if (options.findClip && !showFound(console, clip, recording))
+        throw std::runtime_error("the recording does not hold the clip");
+    return accountBalances ? Succeeded : Failed;
 }

@@ -45,10 +45,8 @@ endfunction()
 if(TAMBORIN_HOST)
     target_compile_definitions(tamborin-host PRIVATE MODULE_FROM_BINDIR="${MODULE_FROM_BINDIR}")
     install(TARGETS tamborin-host RUNTIME COMPONENT host)
-    if(EXISTS ${PROJECT_SOURCE_DIR}/host/tamborin-host.1)
-        install_compressed(${PROJECT_SOURCE_DIR}/host/tamborin-host.1
-            ${CMAKE_INSTALL_MANDIR}/man1 tamborin-host.1 COMPONENT host)
-    endif()
+    install_compressed(${PROJECT_SOURCE_DIR}/host/tamborin-host.1
+        ${CMAKE_INSTALL_MANDIR}/man1 tamborin-host.1 COMPONENT host)
     install(FILES host/tamborin-host.bash-completion RENAME tamborin-host
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT host OPTIONAL)
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT host)
 endif()

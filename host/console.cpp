@@ -1,0 +1,145 @@
+#include "host/console.h"
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+
+#include "host/text.h"
+#include "plugin/tamborin.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+bool isTerminal(FILE* file) { return isatty(fileno(file)) != 0; }
+
+bool showsColours(FILE* file) {
+    const char* terminal = std::getenv("TERM");
+    const char* noColour = std::getenv("NO_COLOR");
+    return isTerminal(file) && terminal != nullptr && std::string_view(terminal) != "dumb" &&
+           (noColour == nullptr || *noColour == '\0');
+}
+
+std::string inColour(Colour colour, std::string_view text) {
+    return "\033[" + std::to_string(static_cast<int>(colour)) + "m" + std::string(text) + "\033[0m";
+}
+
+size_t widthOf(FILE* terminal) {
+    constexpr size_t Usual = 80;
+    winsize size{};
+    return ioctl(fileno(terminal), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : Usual;
+}
+
+int abortFd = STDERR_FILENO;
+
+// PortAudio has assertions; what one said went nowhere.
+void tellOfAbort(int /*signal*/) {
+    constexpr std::string_view Message =
+        "tamborin-host: an audio library gave up; see what it says with --library-noise\n";
+    [[maybe_unused]] const ssize_t written = write(abortFd, Message.data(), Message.size());
+    _exit(EXIT_FAILURE);
+}
+
+// The audio libraries write pages to stderr while they look for devices, and C offers no other way
+// to stop them than to turn the descriptor away. Answers the user's stderr.
+FILE* silenceLibraries() {
+    const int user = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    FILE* messages = user >= 0 && nowhere >= 0 ? fdopen(user, "w") : nullptr;
+    if (messages != nullptr) {
+        std::setvbuf(messages, nullptr, _IOLBF, 0);
+        dup2(nowhere, STDERR_FILENO);
+        abortFd = user;
+        std::signal(SIGABRT, tellOfAbort);
+    }
+    if (nowhere >= 0)
+        close(nowhere);
+    return messages != nullptr ? messages : stderr;
+}
+
+}  // namespace
+
+Console::Console(const ConsoleOptions& options)
+    : options_(options),
+      err_(options.libraryNoise ? stderr : silenceLibraries()),
+      out_(options.json ? err_ : stdout),
+      outColours_(showsColours(out_)),
+      errColours_(showsColours(err_)),
+      // Records on the same terminal would run into the lines.
+      statusLive_(isTerminal(err_) && !(options.json && isTerminal(stdout))) {}
+
+void Console::result(std::string_view line) { writeLine(out_, line); }
+
+void Console::remark(std::string_view line) {
+    if (!options_.quiet)
+        writeLine(out_, line);
+}
+
+void Console::error(std::string_view line) {
+    const std::string_view name = "tamborin-host:";
+    writeLine(err_, (errColours_ ? inColour(Colour::Red, name) : std::string(name)) + " " +
+                        std::string(line));
+}
+
+void Console::logLine(int32_t level, std::string_view text) {
+    const std::string line = std::to_string(level) + " " + std::string(text);
+    writeLine(err_, errColours_ && level >= LogError ? inColour(Colour::Red, line) : line);
+}
+
+void Console::status(const std::vector<std::string>& lines) {
+    if (options_.quiet)
+        return;
+    const std::lock_guard held(mutex_);
+    eraseStatus();
+    // A line that wraps could not be erased.
+    const size_t width = widthOf(err_) - 1;
+    for (const std::string& line : lines)
+        std::fprintf(err_, "%s\n", (statusLive_ ? fitted(line, width) : line).c_str());
+    statusLines_ = statusLive_ ? lines.size() : 0;
+    std::fflush(err_);
+}
+
+void Console::clearStatus() {
+    const std::lock_guard held(mutex_);
+    eraseStatus();
+}
+
+std::string Console::painted(Colour colour, std::string_view text) const {
+    return outColours_ ? inColour(colour, text) : std::string(text);
+}
+
+void Console::writeLine(FILE* file, std::string_view line) {
+    const std::lock_guard held(mutex_);
+    eraseStatus();
+    std::fprintf(file, "%.*s\n", static_cast<int>(line.size()), line.data());
+    std::fflush(file);
+}
+
+void Console::eraseStatus() {
+    if (statusLines_ > 0)
+        std::fprintf(err_, "\033[%zuA\033[J", statusLines_);
+    statusLines_ = 0;
+    std::fflush(err_);
+}
+
+void Progress::show(double fraction, const std::vector<std::string>& details) {
+    const Clock::time_point now = Clock::now();
+    if (now < next_)
+        return;
+    next_ = now + (console_.isStatusLive() ? 100ms : 5s);
+    constexpr size_t Width = 20;
+    const double elapsed = std::chrono::duration<double>(now - start_).count();
+    std::string line = what_ + "  " + inClockTime(elapsed);
+    if (fraction > 0) {
+        const double left = elapsed * (1 - std::min(fraction, 1.0)) / fraction;
+        line += "  [" + bar(static_cast<size_t>(fraction * Width), Width) + "]  " +
+                inClockTime(left + 0.5) + " left";
+    }
+    std::vector<std::string> lines{line};
+    lines.insert(lines.end(), details.begin(), details.end());
+    console_.status(lines);
+}

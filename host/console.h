@@ -1,0 +1,78 @@
+// Where the tool speaks to its user, apart from what the audio libraries write to stderr.
+//
+// What was asked for and remarks go to stdout (with --json to stderr, as stdout belongs to the
+// records then), errors, log lines and progress to stderr.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct ConsoleOptions {
+    bool quiet = false;         // no remarks, no progress
+    bool json = false;          // stdout is for records
+    bool libraryNoise = false;  // let others write to stderr, too
+};
+
+enum class Colour { Red = 31, Green = 32, Yellow = 33 };
+
+// One in a process. Any thread, but for its construction, which comes before any thread is started.
+class Console {
+  public:
+    explicit Console(const ConsoleOptions& options);
+
+    void result(std::string_view line);
+    void remark(std::string_view line);
+    void error(std::string_view line);
+    void logLine(int32_t level, std::string_view text);
+    // Lines at the bottom of the terminal, which replace the last ones; without a terminal they are
+    // simply written.
+    void status(const std::vector<std::string>& lines);
+    void clearStatus();
+
+    bool isQuiet() const { return options_.quiet; }
+    // Whether status lines can replace each other.
+    bool isStatusLive() const { return statusLive_; }
+    // Coloured where results go to a terminal that shows colours.
+    std::string painted(Colour colour, std::string_view text) const;
+    // The stream of results.
+    FILE* stream() const { return out_; }
+
+  private:
+    void writeLine(FILE* file, std::string_view line);
+    void eraseStatus();
+
+    const ConsoleOptions options_;
+    FILE* const err_;  // the user's stderr
+    FILE* const out_;
+    const bool outColours_;
+    const bool errColours_;
+    const bool statusLive_;
+    std::mutex mutex_;  // guards the terminal
+    size_t statusLines_ = 0;
+};
+
+// Shows how far a work of some time has come, and how long it still takes. Silent for the first
+// second and on a quiet console.
+class Progress {
+  public:
+    Progress(Console& console, std::string what) : console_(console), what_(std::move(what)) {}
+    ~Progress() { console_.clearStatus(); }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    // `fraction` is done, 0 when that cannot be told. Call it as often as you like.
+    void show(double fraction, const std::vector<std::string>& details = {});
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    Console& console_;
+    const std::string what_;
+    const Clock::time_point start_ = Clock::now();
+    Clock::time_point next_ = start_ + std::chrono::seconds(1);
+};

@@ -1,0 +1,7 @@
+#pragma once
+
+#include <filesystem>
+
+// Makes the folder if it is missing. Throws std::runtime_error, which names the option that chooses
+// another folder, when that fails or the folder cannot be written.
+void readyFolder(const std::filesystem::path& folder, const char* option);

@@ -1,0 +1,56 @@
+#include "host/module_events.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <string>
+
+#include "host/description.h"
+
+int64_t unixMilliseconds() {
+    using std::chrono::system_clock;
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+               system_clock::now().time_since_epoch())
+        .count();
+}
+
+void ModuleEvents::hearLog(std::string_view text) {
+    const std::string line(text);
+    int32_t channelId = 0;
+    if (std::sscanf(line.c_str(), "Input stream %d timed out", &channelId) == 1 ||
+        std::sscanf(line.c_str(), "Restarting output stream %d", &channelId) == 1)
+        add(ModuleEvent::Kind::Restart, channelId);
+}
+
+void ModuleEvents::hearDocument(std::string_view xml, int64_t kind) {
+    if (kind != KindStatusDocument)
+        return;
+    if (const auto alarm = reportedAlarm(xml))
+        add(*alarm ? ModuleEvent::Kind::Alarm : ModuleEvent::Kind::AllClear, 0);
+}
+
+std::vector<ModuleEvent> ModuleEvents::all() const {
+    const std::lock_guard held(mutex_);
+    return events_;
+}
+
+size_t ModuleEvents::restarts(int32_t channelId) const {
+    const std::lock_guard held(mutex_);
+    return static_cast<size_t>(std::ranges::count_if(events_, [&](const ModuleEvent& event) {
+        return event.kind == ModuleEvent::Kind::Restart && event.channelId == channelId;
+    }));
+}
+
+bool ModuleEvents::isAlarmed() const {
+    const std::lock_guard held(mutex_);
+    const auto last = std::find_if(events_.rbegin(), events_.rend(), [](const ModuleEvent& event) {
+        return event.kind != ModuleEvent::Kind::Restart;
+    });
+    return last != events_.rend() && last->kind == ModuleEvent::Kind::Alarm;
+}
+
+void ModuleEvents::add(ModuleEvent::Kind kind, int32_t channelId) {
+    const int64_t now = unixMilliseconds();
+    const std::lock_guard held(mutex_);
+    events_.push_back({kind, channelId, now});
+}

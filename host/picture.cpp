@@ -1,0 +1,380 @@
+#include "host/picture.h"
+
+#include <cairo.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <ctime>
+#include <memory>
+#include <stdexcept>
+
+#include "host/text.h"
+
+namespace {
+
+// All in pixels.
+constexpr double Width = 1600;
+constexpr double Left = 96;
+constexpr double Right = Width - 32;
+constexpr double TitleHeight = 56;
+constexpr double StatusHeight = 18;
+constexpr double PanelTitleHeight = 44;
+constexpr double WaveHeight = 150;
+constexpr double LevelHeight = 84;
+constexpr double Spacing = 24;
+constexpr double AxisHeight = 34;
+constexpr double LegendHeight = 44;
+constexpr double PanelHeight = PanelTitleHeight + WaveHeight + Spacing + LevelHeight;
+constexpr double SmallText = 13;
+
+constexpr double FullScale = 32768;
+constexpr double LevelFloor = -60;  // dBFS
+
+struct Paint {
+    double red, green, blue, alpha = 1;
+};
+constexpr Paint Ink{0.13, 0.15, 0.18};
+constexpr Paint Faint{0.40, 0.43, 0.47};
+constexpr Paint Grid{0.88, 0.89, 0.91};
+constexpr Paint Back{0.975, 0.98, 0.985};
+constexpr Paint Wave{0.22, 0.47, 0.75};
+constexpr Paint PeakLine{0.62, 0.76, 0.90};
+constexpr Paint GapFill{0.90, 0.30, 0.25, 0.22};
+constexpr Paint GapEdge{0.78, 0.18, 0.15};
+constexpr Paint Restart{0.90, 0.50, 0.05};
+constexpr Paint Healthy{0.35, 0.68, 0.42};
+constexpr Paint Alarm{0.82, 0.20, 0.18};
+constexpr Paint Waiting{0.80, 0.81, 0.83};
+
+double decibels(double level) {
+    return std::max(20 * std::log10(std::max(level, 1e-9)), LevelFloor);
+}
+
+std::string inSeconds(int64_t milliseconds) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.1f s", static_cast<double>(milliseconds) / 1000);
+    return text.data();
+}
+
+std::string counted(size_t count, const char* what) {
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+class Drawing {
+  public:
+    explicit Drawing(const PictureContent& content)
+        : content_(content),
+          span_(std::max<int64_t>(content.endMs - content.beginMs, 1)),
+          height_(TitleHeight + StatusHeight + Spacing +
+                  PanelHeight * static_cast<double>(content.channels.size()) + AxisHeight +
+                  LegendHeight),
+          surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(Width),
+                                              static_cast<int>(height_))),
+          cairo_(cairo_create(surface_.get())) {
+        cairo_select_font_face(cairo_.get(), "sans-serif", CAIRO_FONT_SLANT_NORMAL,
+                               CAIRO_FONT_WEIGHT_NORMAL);
+        fillRectangle({1, 1, 1}, 0, 0, Width, height_);
+        drawTitle();
+        drawStatus(TitleHeight);
+        double top = TitleHeight + StatusHeight + Spacing;
+        for (const Outline& channel : content.channels) {
+            drawChannel(channel, top);
+            top += PanelHeight;
+        }
+        drawAxis(top);
+        drawLegend(top + AxisHeight + LegendHeight / 2);
+    }
+
+    void save(const std::filesystem::path& file) const {
+        const cairo_status_t status = cairo_surface_write_to_png(surface_.get(), file.c_str());
+        if (status != CAIRO_STATUS_SUCCESS)
+            throw std::runtime_error("cannot write the picture " + file.string() + ": " +
+                                     cairo_status_to_string(status));
+    }
+
+  private:
+    double xOf(int64_t milliseconds) const {
+        const double fraction =
+            static_cast<double>(milliseconds - content_.beginMs) / static_cast<double>(span_);
+        return Left + std::clamp(fraction, 0.0, 1.0) * (Right - Left);
+    }
+
+    void use(const Paint& paint) {
+        cairo_set_source_rgba(cairo_.get(), paint.red, paint.green, paint.blue, paint.alpha);
+    }
+    void fillRectangle(const Paint& paint, double left, double top, double width, double height) {
+        use(paint);
+        cairo_rectangle(cairo_.get(), left, top, width, height);
+        cairo_fill(cairo_.get());
+    }
+    void line(const Paint& paint, double x1, double y1, double x2, double y2) {
+        use(paint);
+        cairo_set_line_width(cairo_.get(), 1);
+        cairo_move_to(cairo_.get(), std::floor(x1) + 0.5, std::floor(y1) + 0.5);
+        cairo_line_to(cairo_.get(), std::floor(x2) + 0.5, std::floor(y2) + 0.5);
+        cairo_stroke(cairo_.get());
+    }
+    // A triangle that points down at (x, y).
+    void marker(const Paint& paint, double x, double y) {
+        constexpr double Half = 6;
+        use(paint);
+        cairo_move_to(cairo_.get(), x, y);
+        cairo_line_to(cairo_.get(), x - Half, y - 2 * Half);
+        cairo_line_to(cairo_.get(), x + Half, y - 2 * Half);
+        cairo_close_path(cairo_.get());
+        cairo_fill(cairo_.get());
+    }
+
+    double textWidth(const std::string& content, double size) {
+        cairo_text_extents_t extents{};
+        cairo_set_font_size(cairo_.get(), size);
+        cairo_text_extents(cairo_.get(), content.c_str(), &extents);
+        return extents.x_advance;
+    }
+    // `align` is 0 for a text that begins at x, 0.5 for one centred there, 1 for one that ends.
+    void text(const std::string& content, double x, double baseline, double align = 0,
+              double size = SmallText, const Paint& paint = Ink) {
+        const double width = textWidth(content, size);
+        use(paint);
+        cairo_move_to(cairo_.get(), std::floor(x - align * width), std::floor(baseline));
+        cairo_show_text(cairo_.get(), content.c_str());
+    }
+
+    void drawTitle() {
+        text("Recording of " + localTime(content_.beginMs, "%Y-%m-%d %H:%M:%S") + ", " +
+                 inClockTime(static_cast<double>(span_) / 1000) + " long",
+             Left, 36, 0, 19);
+    }
+
+    // The device status, ok until the module says otherwise.
+    void drawStatus(double top) {
+        text("devices", Left - 10, top + 14, 1);
+        fillRectangle(Healthy, Left, top, Right - Left, StatusHeight);
+        int64_t alarmedSince = -1;
+        const auto drawAlarm = [&](int64_t until) {
+            if (alarmedSince >= 0)
+                fillRectangle(Alarm, xOf(alarmedSince), top,
+                              std::max(xOf(until) - xOf(alarmedSince), 2.0), StatusHeight);
+            alarmedSince = -1;
+        };
+        for (const ModuleEvent& event : content_.events) {
+            if (event.kind == ModuleEvent::Kind::Alarm && alarmedSince < 0)
+                alarmedSince = event.milliseconds;
+            else if (event.kind == ModuleEvent::Kind::AllClear)
+                drawAlarm(event.milliseconds);
+        }
+        drawAlarm(content_.endMs);
+    }
+
+    void drawChannel(const Outline& outline, double top) {
+        const double wave = top + PanelTitleHeight;
+        const double level = wave + WaveHeight + Spacing;
+        drawChannelTitle(outline, wave - 12);
+        for (const auto& [y, height] : {std::pair{wave, WaveHeight}, {level, LevelHeight}}) {
+            fillRectangle(Back, Left, y, Right - Left, height);
+            forEachTick([&](int64_t tick) { line(Grid, xOf(tick), y, xOf(tick), y + height); });
+        }
+        drawScales(wave, level);
+        drawWaiting(outline, wave);
+        drawSound(outline, wave, level);
+        drawGaps(outline, wave);
+        drawRestarts(outline, wave);
+        labelGaps(outline, wave);
+    }
+
+    void drawChannelTitle(const Outline& outline, double baseline) {
+        int peak = 0;
+        for (const Envelope::Bucket& bucket : outline.envelope.buckets())
+            peak = std::max({peak, int{bucket.high}, -int{bucket.low}});
+        int64_t missing = 0;
+        for (const Gap& gap : outline.gaps)
+            missing += gap.end - gap.begin;
+        const auto restarts = static_cast<size_t>(
+            std::ranges::count_if(content_.events, [&](const ModuleEvent& event) {
+                return event.kind == ModuleEvent::Kind::Restart &&
+                       event.channelId == outline.channel.id;
+            }));
+        text("channel " + std::to_string(outline.channel.number) + "  " + outline.channel.name,
+             Left, baseline, 0, 15);
+        text("peak " + inDecibels(peak / FullScale) + ",  " + counted(outline.gaps.size(), "gap") +
+                 (missing > 0 ? " (" + inSeconds(missing) + ")" : "") + ",  " +
+                 counted(restarts, "restart"),
+             Right, baseline, 1, SmallText, Faint);
+    }
+
+    void drawScales(double wave, double level) {
+        for (const double value : {1.0, 0.5, 0.0, -0.5, -1.0}) {
+            const double y = waveY(wave, value);
+            line(Grid, Left, y, Right, y);
+            std::array<char, 16> label{};
+            std::snprintf(label.data(), label.size(), "%.1f", value);
+            text(label.data(), Left - 10, y + 4.5, 1, 12, Faint);
+        }
+        for (const int value : {0, -20, -40, -60}) {
+            const double y = levelY(level, value);
+            line(Grid, Left, y, Right, y);
+            text(std::to_string(value) + (value == 0 ? " dBFS" : ""), Left - 10, y + 4.5, 1, 12,
+                 Faint);
+        }
+    }
+
+    static double waveY(double top, double value) { return top + WaveHeight * (1 - value) / 2; }
+    static double levelY(double top, double value) {
+        return top + LevelHeight * value / LevelFloor;
+    }
+
+    // Until the first frame, and for a channel that never had one.
+    void drawWaiting(const Outline& outline, double top) {
+        const auto& buckets = outline.envelope.buckets();
+        const auto first = std::ranges::find_if(
+            buckets, [](const Envelope::Bucket& bucket) { return bucket.samples > 0; });
+        const int64_t until = first == buckets.end()
+                                  ? content_.endMs
+                                  : content_.beginMs + (first - buckets.begin()) *
+                                                           outline.envelope.bucketWidth() * 1000 /
+                                                           SampleRate;
+        const double width = xOf(until) - Left;
+        fillRectangle(Waiting, Left, top + WaveHeight / 2 - 3, width, 6);
+        labelWithin("no sound yet", Left, width, top + WaveHeight / 2 - 10, Faint);
+    }
+
+    void labelWithin(const std::string& label, double left, double width, double baseline,
+                     const Paint& paint) {
+        const double needed = textWidth(label, 12) + 12;
+        if (needed > width)
+            return;
+        fillRectangle({1, 1, 1, 0.9}, left + (width - needed) / 2, baseline - 14, needed, 19);
+        text(label, left + width / 2, baseline, 0.5, 12, paint);
+    }
+
+    // What a column of pixels stands for.
+    Envelope::Bucket columnAt(const Envelope& envelope, double x) const {
+        const double samplesPerPixel =
+            static_cast<double>(span_) * SampleRate / 1000 / (Right - Left);
+        const auto bucketAt = [&](double pixel) {
+            return static_cast<size_t>((pixel - Left) * samplesPerPixel /
+                                       static_cast<double>(envelope.bucketWidth()));
+        };
+        const auto& buckets = envelope.buckets();
+        Envelope::Bucket column;
+        const size_t end = std::min(std::max(bucketAt(x + 1), bucketAt(x) + 1), buckets.size());
+        for (size_t i = bucketAt(x); i < end; ++i)
+            Envelope::include(column, buckets[i]);
+        return column;
+    }
+
+    void drawSound(const Outline& outline, double wave, double level) {
+        for (double x = Left; x < Right; ++x) {
+            const Envelope::Bucket column = columnAt(outline.envelope, x);
+            if (column.samples == 0)
+                continue;
+            const double high = waveY(wave, column.high / FullScale);
+            const double low = waveY(wave, column.low / FullScale);
+            fillRectangle(Wave, x, high, 1, std::max(low - high, 1.0));
+            const double peak = std::max(int{column.high}, -int{column.low}) / FullScale;
+            const double effective = std::sqrt(column.squares / column.samples) / FullScale;
+            const double bottom = level + LevelHeight;
+            const double peakY = levelY(level, decibels(peak));
+            const double effectiveY = levelY(level, decibels(effective));
+            fillRectangle(PeakLine, x, peakY, 1, bottom - peakY);
+            fillRectangle(Wave, x, effectiveY, 1, bottom - effectiveY);
+        }
+    }
+
+    void drawGaps(const Outline& outline, double top) {
+        constexpr double Height = WaveHeight + Spacing + LevelHeight;
+        for (const Gap& gap : outline.gaps) {
+            const double left = xOf(gap.begin);
+            const double width = std::max(xOf(gap.end) - left, 2.0);
+            fillRectangle(GapFill, left, top, width, Height);
+            line(GapEdge, left, top, left, top + Height);
+            line(GapEdge, left + width, top, left + width, top + Height);
+        }
+    }
+
+    // Over whatever else is drawn there.
+    void labelGaps(const Outline& outline, double top) {
+        for (const Gap& gap : outline.gaps) {
+            const double left = xOf(gap.begin);
+            labelWithin("gap " + inSeconds(gap.end - gap.begin), left, xOf(gap.end) - left,
+                        top + 24, GapEdge);
+        }
+    }
+
+    void drawRestarts(const Outline& outline, double top) {
+        for (const ModuleEvent& event : content_.events) {
+            if (event.kind != ModuleEvent::Kind::Restart || event.channelId != outline.channel.id)
+                continue;
+            const double x = xOf(event.milliseconds);
+            line(Restart, x, top, x, top + WaveHeight + Spacing + LevelHeight);
+            marker(Restart, x, top + 4);
+        }
+    }
+
+    // Round times of day, as many as have room for their labels.
+    template <typename Visit>
+    void forEachTick(const Visit& visit) const {
+        constexpr int64_t Room = 110;  // px
+        constexpr std::array<int64_t, 20> Steps{1,     2,     5,     10,    15,     30,    60,
+                                                120,   300,   600,   900,   1800,   3600,  7200,
+                                                10800, 21600, 43200, 86400, 172800, 604800};
+        const int64_t least = span_ * Room / static_cast<int64_t>(Right - Left);
+        const auto found =
+            std::ranges::find_if(Steps, [&](int64_t seconds) { return seconds * 1000 >= least; });
+        const int64_t step = (found == Steps.end() ? Steps.back() : *found) * 1000;
+        const auto seconds = static_cast<std::time_t>(content_.beginMs / 1000);
+        std::tm local{};
+        localtime_r(&seconds, &local);
+        const int64_t offset = int64_t{local.tm_gmtoff} * 1000;
+        for (int64_t tick = (content_.beginMs + offset + step - 1) / step * step - offset;
+             tick <= content_.endMs; tick += step)
+            visit(tick);
+    }
+
+    void drawAxis(double top) {
+        constexpr int64_t Day = 86'400'000;  // ms
+        line(Faint, Left, top, Right, top);
+        forEachTick([&](int64_t tick) {
+            line(Faint, xOf(tick), top, xOf(tick), top + 6);
+            text(localTime(tick, span_ > Day ? "%m-%d %H:%M" : "%H:%M:%S"), xOf(tick), top + 24,
+                 0.5, SmallText, Faint);
+        });
+    }
+
+    void drawLegend(double middle) {
+        constexpr double Swatch = 14;
+        double x = Left;
+        const auto entry = [&](const char* label, const auto& drawSwatch) {
+            drawSwatch();
+            text(label, x + Swatch + 8, middle + 4.5);
+            x += Swatch + 8 + textWidth(label, SmallText) + 28;
+        };
+        const auto square = [&](const Paint& paint) {
+            return [&, paint] { fillRectangle(paint, x, middle - 7, Swatch, Swatch); };
+        };
+        entry("sound, effective level", square(Wave));
+        entry("peak level", square(PeakLine));
+        entry("gap in the recording", square(GapFill));
+        entry("stream restarted", [&] { marker(Restart, x + Swatch / 2, middle + 6); });
+        entry("devices ok", square(Healthy));
+        entry("devices alarmed", square(Alarm));
+    }
+
+    struct Destroyer {
+        void operator()(cairo_t* cairo) const { cairo_destroy(cairo); }
+        void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
+    };
+
+    const PictureContent& content_;
+    const int64_t span_;  // ms
+    const double height_;
+    const std::unique_ptr<cairo_surface_t, Destroyer> surface_;
+    const std::unique_ptr<cairo_t, Destroyer> cairo_;
+};
+
+}  // namespace
+
+void drawPicture(const std::filesystem::path& file, const PictureContent& content) {
+    Drawing(content).save(file);
+}

@@ -1,0 +1,19 @@
+// A recording at a glance: sound, level, gaps, stream restarts and device alarms over the time of
+// day.
+#pragma once
+
+#include <filesystem>
+#include <vector>
+
+#include "host/module_events.h"
+#include "host/recorder.h"
+
+struct PictureContent {
+    std::vector<Outline> channels;
+    std::vector<ModuleEvent> events;
+    int64_t beginMs = 0;  // Unix time
+    int64_t endMs = 0;
+};
+
+// Writes a PNG. Throws std::runtime_error.
+void drawPicture(const std::filesystem::path& file, const PictureContent& content);

@@ -1,0 +1,51 @@
+// The live view on a terminal.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/description.h"
+
+// NOLINTNEXTLINE(bugprone-reserved-identifier, cert-dcl*): ncurses' name
+struct screen;
+
+struct WatchedChannel {
+    ChannelDescription channel;
+    const char* state = "";
+    double level = 0;  // 0 to 1
+    size_t restarts = 0;
+};
+
+struct WatchedLine {
+    int32_t level = 0;
+    std::string text;
+};
+
+struct WatchContent {
+    std::string version;
+    bool alarmed = false;
+    double elapsedSeconds = 0;
+    double seconds = 0;  // to run; 0 without an end
+    std::vector<WatchedChannel> channels;
+    std::vector<WatchedLine> log;  // the last lines, oldest first
+};
+
+// Has the terminal from construction to destruction. One at a time.
+class WatchView {
+  public:
+    // Throws std::runtime_error when there is no terminal to draw on.
+    explicit WatchView(FILE* out);
+    ~WatchView();
+    WatchView(const WatchView&) = delete;
+    WatchView& operator=(const WatchView&) = delete;
+
+    void draw(const WatchContent& content);
+    // Waits a moment for a key; whether it asked to quit. A resized terminal ends the wait, too.
+    bool quitAsked();
+
+  private:
+    screen* screen_;
+};

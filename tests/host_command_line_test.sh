@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# tamborin-host as a user meets it: without a sound system every failure is one line that says what
+# to do; with one, --json leaves stdout to the records, and a killed recording can be played.
+#   host_command_line_test.sh HOST PRIVATE-PULSEAUDIO
+set -euo pipefail
+host=$1 pulseaudio=$2
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder"
+fail() { echo "FAILED: $*" >&2; exit 1; }
+
+expect() {  # STATUS PART-OF-THE-LINE ARGUMENTS...
+    local status=0
+    PULSE_SERVER=unix:/nowhere ALSA_CONFIG_PATH=$folder/asound.conf \
+        "$host" "${@:3}" >out 2>err </dev/null || status=$?
+    [ "$status" -eq "$1" ] || fail "${*:3}: exit status $status: $(cat err)"
+    if [ -s out ] || [ "$(wc -l <err)" -ne 1 ] || ! grep -q "^tamborin-host: .*$2" err; then
+        fail "${*:3}: $(cat out err)"
+    fi
+}
+echo '<Varo><Devices ID="1"/></Varo>' >foreign.xml
+echo '<Varo><Devices' >torn.xml
+touch file
+echo "pcm.default.type none" >asound.conf
+expect 2 "name a command"
+expect 2 "not expected: bogus" bogus
+expect 2 "record --help" record --bogus
+expect 2 "--for: 'x' is not a number" record --for x
+expect 2 "--rotate: '0' is not" record --rotate 0
+expect 2 "loud" channels --log-level loud
+expect 2 "does not exist: none.wav" play none.wav
+expect 2 "file is required" send
+expect 1 "cannot play .*file" play file
+expect 1 "none.so.*--module" channels --module none.so
+expect 1 "no function Load.*--module" channels --module libm.so.6
+expect 1 "file: .*--dir" channels --dir file
+expect 1 "start a sound server" channels
+expect 1 "start a sound server" record --quiet
+expect 1 "start a sound server" watch
+expect 1 "no input 'Door'.*doctor" record --input Door
+expect 1 "file.*--picture" record --picture file/x.png
+expect 1 "nothing for this module" send foreign.xml
+expect 1 "no XML document" send torn.xml
+
+# shellcheck disable=SC2016  # $1 is the inner shell's
+"$pulseaudio" bash -euc '
+    "$1" doctor --quiet || { echo "doctor: wrong"; exit 1; }
+    "$1" record --json --for 3 --input 0 --out json >json.out 2>/dev/null
+    "$1" record --quiet --rotate 1 --input "pulse (input)" --out killed & recorder=$!
+    for _ in $(seq 600); do
+        [ "$(find killed -name "*.wav" -size +2k 2>/dev/null | wc -l)" -lt 2 ] || break
+        sleep 0.1
+    done
+    kill -KILL $recorder' - "$host" || fail "recording"
+grep -q '"record":"audio"' json.out || fail "no audio in: $(head -3 json.out)"
+! grep -v '^{"record":.*}$' json.out || fail "stdout holds more than records"
+mapfile -t files < <(ls killed/channel0-*.wav)
+[ "$(stat -c %s "${files[0]}")" -eq 8058 ] || fail "not one second: $(ls -l killed)"
+told=$(od -An -tu4 -j54 -N4 "${files[1]}") size=$(($(stat -c %s "${files[1]}") - 58))
+((told > 0 && told <= size && told >= size - 2048)) || fail "the header tells $told of $size bytes"
