@@ -76,8 +76,8 @@ std::string userName() {
 
 bool isInGroup(gid_t group) {
     std::vector<gid_t> groups(static_cast<size_t>(std::max(getgroups(0, nullptr), 0)));
-    getgroups(static_cast<int>(groups.size()), groups.data());
-    return getegid() == group || std::ranges::find(groups, group) != groups.end();
+    const int count = getgroups(static_cast<int>(groups.size()), groups.data());
+    return getegid() == group || (count > 0 && std::ranges::find(groups, group) != groups.end());
 }
 
 }  // namespace
