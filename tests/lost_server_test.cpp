@@ -134,7 +134,7 @@ class LostServer : public testing::Test {
             const std::lock_guard held(mutex_);
             heard.assign(recording_.begin() + static_cast<std::ptrdiff_t>(begin), recording_.end());
         }
-        return heard.size() > clip_.size() && findClip(clip_, heard).isFound();
+        return heard.size() > clip_.size() && findClip(clip_, heard, [](double) {}).isFound();
     }
     bool allReturned() const { return module_.buffers().lent == module_.buffers().returned; }
     std::chrono::nanoseconds workerTime() const {
