@@ -56,7 +56,7 @@ void BlockQueue::pushFront(AudioBlockPtr block) RT_SAFE {
     added->newer = nullptr;
     (front_ != nullptr ? front_->newer : back_) = added;
     front_ = added;
-    ++size_;
+    size_.store(size() + 1, std::memory_order_relaxed);
 }
 
 AudioBlockPtr BlockQueue::takeBack() RT_SAFE {
@@ -64,7 +64,7 @@ AudioBlockPtr BlockQueue::takeBack() RT_SAFE {
     if (oldest) {
         back_ = oldest->newer;
         (back_ != nullptr ? back_->older : front_) = nullptr;
-        --size_;
+        size_.store(size() - 1, std::memory_order_relaxed);
     }
     return oldest;
 }

@@ -4,6 +4,7 @@
 // allocates nor frees: that happens outside the lock that guards the queue.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -51,10 +52,11 @@ class BlockQueue {
 
     AudioBlock* front() const RT_SAFE { return front_; }
     AudioBlock* back() const RT_SAFE { return back_; }
-    size_t size() const noexcept { return size_; }
+    // Also without the lock, as a hint.
+    size_t size() const noexcept { return size_.load(std::memory_order_relaxed); }
 
   private:
     AudioBlock* front_ = nullptr;
     AudioBlock* back_ = nullptr;
-    size_t size_ = 0;
+    std::atomic<size_t> size_{0};  // written under the lock
 };

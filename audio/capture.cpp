@@ -16,7 +16,7 @@ int Channel::captureBuffer(const void* input, uint32_t frameCount) RT_SAFE {
 }
 
 AudioBlockPtr Channel::takeCaptured() {
-    if (!queueLock.try_lock())
+    if (queuedBlocks() == 0 || !queueLock.try_lock())
         return nullptr;
     const MutexLock held(queueLock, std::adopt_lock);
     return blocks.takeBack();

@@ -21,6 +21,8 @@ Channel::Channel(uint32_t number, bool input)
 Channel::~Channel() { closeStream(); }
 
 void Channel::purgeBlocks(bool onlyPlayed) {
+    if (onlyPlayed && !somePlayed.exchange(false))
+        return;
     // Outlives the lock: destroying its blocks calls the host and frees memory.
     BlockQueue removed;
     const MutexLock held(queueLock);

@@ -51,7 +51,7 @@ class Channel {
     // for a whole period, as after each opening. Cheap: ask on every pass.
     bool isTimedOut();
     // Opens, restarts or closes an output's stream according to the queued audio, of which
-    // `bufferLengthMs` milliseconds are wanted before it starts. Holds queueLock meanwhile.
+    // `bufferLengthMs` milliseconds are wanted before it starts. Holds queueLock while it does.
     void maintainOutput(int32_t bufferLengthMs) EXCLUDES(queueLock);
 
     // ---- queue
@@ -108,10 +108,15 @@ class Channel {
     };
     Undecoded findUndecoded() EXCLUDES(queueLock);
     bool hasStream();
+    size_t queuedBlocks() const NO_THREAD_SAFETY_ANALYSIS { return blocks.size(); }
     const char* directionWord() const { return isInput ? "input" : "output"; }
 
     Mutex queueLock;  // waited for by the worker and Write, only tried by the callback
     BlockQueue blocks GUARDED_BY(queueLock);
+    // A callback that finds the lock busy costs 256 ms of sound, so a pass takes the lock only of
+    // channels on which there is something to do. Set under the lock, taken without.
+    std::atomic<bool> someWritten{false};  // a block wants to be decoded
+    std::atomic<bool> somePlayed{false};   // a block wants to be purged
     std::atomic<uint32_t> watchdog{
         WatchdogArmed};             // units left: re-armed by the callback, taken by isTimedOut
     SteadyTime nextWatchdogUnit{};  // when isTimedOut may take the next unit

@@ -93,9 +93,13 @@ void Channel::rearmWatchdog() RT_SAFE { watchdog.exchange(WatchdogArmed); }
 
 void Channel::maintainOutput(int32_t bufferLengthMs) {
     const int32_t threshold = std::max(bufferLengthMs / MillisecondsPerBlock, 1);
-    const MutexLock held(queueLock);
-    if (blocks.size() >= static_cast<size_t>(threshold)) {
-        if (isTimedOut()) {
+    const size_t queued = queuedBlocks();
+    if (queued >= static_cast<size_t>(threshold)) {
+        const bool timedOut = isTimedOut();
+        if (hasStream() && !timedOut)
+            return;
+        const MutexLock held(queueLock);
+        if (timedOut) {
             closeStream();
             logMessage(ModuleId, g_hostCallback, LogDetail, "Restarting output stream %d", ID);
         }
@@ -109,8 +113,10 @@ void Channel::maintainOutput(int32_t bufferLengthMs) {
             logMessage(ModuleId, g_hostCallback, LogError,
                        "Failed to start output stream '%s' - device missing.", Name.c_str());
         }
-    } else if (blocks.size() == 0) {
-        closeStream();
+    } else if (queued == 0 && hasStream()) {
+        const MutexLock held(queueLock);
+        if (blocks.size() == 0)  // nothing has been written meanwhile
+            closeStream();
     }
 }
 

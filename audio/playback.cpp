@@ -13,6 +13,7 @@ bool Channel::pushPlayback(const uint8_t* codes, uint32_t count) {
     const MutexLock held(queueLock);
     block->hostOwned = true;  // nothing can fail from here on: the codes are ours to hand back
     blocks.pushFront(std::move(block));
+    someWritten = true;
     return true;
 }
 
@@ -29,11 +30,15 @@ Channel::Undecoded Channel::findUndecoded() {
 // without the lock while the samples are made. What is written meanwhile waits for the next pass:
 // a host that writes faster than we decode must not keep us here.
 void Channel::preparePlayback() {
+    if (!someWritten.exchange(false))
+        return;
     const Undecoded undecoded = findUndecoded();
     for (AudioBlock* block = undecoded.oldest; block != nullptr;) {
         std::unique_ptr<int16_t[]> samples(new (std::nothrow) int16_t[block->count]);
-        if (!samples)
+        if (!samples) {
+            someWritten = true;  // tried again on the next pass
             return;
+        }
         ulawDecode(samples.get(), block->data, block->count);
         const MutexLock held(queueLock);
         block->pcm = std::move(samples);
@@ -66,7 +71,8 @@ uint32_t Channel::takeDecoded(int16_t* output, uint32_t frameCount) RT_SAFE {
         std::memcpy(output + filled, block->pcm.get() + block->taken, taking * sizeof(int16_t));
         block->taken += taking;
         filled += taking;
-        block->played = block->taken == end;
+        if (block->taken == end)
+            block->played = somePlayed = true;
     }
     return filled;
 }

@@ -7,12 +7,12 @@
 
 namespace {
 
-// The library beside us, as we are built, or else where it is installed.
+// The library beside us, as we are built, or where we are installed.
 std::filesystem::path usualModule() {
     constexpr const char* Name = "libtamborin.so";
     const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-    const auto beside = folder / Name;
-    return exists(beside) ? beside : (folder / MODULE_FROM_BINDIR / Name).lexically_normal();
+    const auto built = folder / Name;
+    return exists(built) ? built : (folder / MODULE_FROM_BINDIR / Name).lexically_normal();
 }
 
 void makeAbsolute(std::filesystem::path& path) {

@@ -77,8 +77,7 @@ std::string userName() {
 bool isInGroup(gid_t group) {
     std::vector<gid_t> groups(static_cast<size_t>(std::max(getgroups(0, nullptr), 0)));
     const int count = getgroups(static_cast<int>(groups.size()), groups.data());
-    groups.resize(static_cast<size_t>(std::max(count, 0)));
-    return getegid() == group || std::ranges::find(groups, group) != groups.end();
+    return getegid() == group || (count > 0 && std::ranges::find(groups, group) != groups.end());
 }
 
 }  // namespace

@@ -152,10 +152,14 @@ class LostServer : public testing::Test {
 
     static constexpr int32_t OtherOutput = 0x140111;
     static constexpr int32_t Output = 0x140113;
-    SoundServer server_;
+    static SoundServer& server() {
+        static SoundServer server;  // of both tests
+        return server;
+    }
     const std::vector<uint8_t> clip_ = builtInClip();
     std::atomic<int> inputLines_ = 0;  // of the log
     std::atomic<int> outputLines_ = 0;
+    std::atomic<int> openOutputs_ = 0;
 
   private:
     void onLog(std::string_view text) {
@@ -164,6 +168,7 @@ class LostServer : public testing::Test {
         const auto says = [&](const char* what) { return text.find(what) != text.npos; };
         inputLines_ += says("nput stream") ? 1 : 0;
         outputLines_ += says("utput stream") ? 1 : 0;
+        openOutputs_ += says("Started output") ? 1 : says("Closed output") ? -1 : 0;
     }
     void onDocument(std::string_view xml) {
         const std::lock_guard held(mutex_);
@@ -191,7 +196,7 @@ TEST_F(LostServer, KilledAndRestarted) {
         const size_t begin = recorded();
         play(Output);
         ASSERT_TRUE(await(60s, [&] { return isHeardSince(begin); })) << "cycle " << cycle;
-        ASSERT_TRUE(await(30s, [&] { return allReturned(); }));
+        ASSERT_TRUE(await(30s, [&] { return allReturned() && openOutputs_ == 0; }));
         const Footprint now;
         if (cycle == 2)
             first = now;
@@ -205,7 +210,7 @@ TEST_F(LostServer, KilledAndRestarted) {
             play(Output);
             std::this_thread::sleep_for(2s);
         }
-        server_.kill();
+        server().kill();
         inputLines_ = outputLines_ = 0;
         const double share = workerShare(7s);
         // Two periods of the watchdog: three lines each. An output that has audio is opened anew,
@@ -216,14 +221,14 @@ TEST_F(LostServer, KilledAndRestarted) {
             "cycle %2d: %2d input lines, %4d output lines, worker %.2f %% of a core (idle %.2f %%)",
             cycle, inputLines_.load(), outputLines_.load(), share * 100, idle * 100);
         EXPECT_TRUE(isPlaying || share < 2 * idle + 0.02);
-        server_.restart();
+        server().restart();
         const auto back = Clock::now();
         ASSERT_TRUE(resumes()) << "cycle " << cycle;
         printf(", recording again after %.1f s, heap %zu KiB\n", secondsSince(back),
                now.heapBytes / 1024);
         fflush(stdout);
         slowest = std::max(slowest, secondsSince(back));
-        ASSERT_TRUE(await(60s, [&] { return allReturned(); }));
+        ASSERT_TRUE(await(60s, [&] { return allReturned() && openOutputs_ == 0; }));
     }
     printf("slowest return %.1f s\n", slowest);
     module_.stop();
@@ -233,7 +238,7 @@ TEST_F(LostServer, KilledAndRestarted) {
 TEST_F(LostServer, StoppedForTenSeconds) {
     play(Output);
     std::this_thread::sleep_for(1s);
-    server_.signal(SIGSTOP);
+    server().signal(SIGSTOP);
     std::this_thread::sleep_for(5s);  // the watchdog has found out; the worker waits in PortAudio
     // Calls that wait with it are let go by the server's return only.
     auto calls = std::async(std::launch::async, [this] {
@@ -241,7 +246,7 @@ TEST_F(LostServer, StoppedForTenSeconds) {
         play(OtherOutput);
     });
     EXPECT_EQ(calls.wait_for(5s), std::future_status::ready);
-    server_.signal(SIGCONT);
+    server().signal(SIGCONT);
     const auto back = Clock::now();
     ASSERT_TRUE(resumes());
     printf("recording again %.1f s after the server went on\n", secondsSince(back));
@@ -252,13 +257,13 @@ TEST_F(LostServer, StoppedForTenSeconds) {
     EXPECT_TRUE(await(60s, [&] { return isHeardSince(begin); }));
 
     // The end comes while the worker waits: Close returns, the worker's thread a little later.
-    server_.signal(SIGSTOP);
+    server().signal(SIGSTOP);
     std::this_thread::sleep_for(5s);
     void* loaded = dlopen(library.c_str(), RTLD_NOW | RTLD_NOLOAD);
     const auto close = reinterpret_cast<decltype(&::Close)>(dlsym(loaded, "Close"));
     auto closing = std::async(std::launch::async, [close] { close(); });
     EXPECT_EQ(closing.wait_for(5s), std::future_status::ready);
-    server_.signal(SIGCONT);
+    server().signal(SIGCONT);
     module_.stop();
     dlclose(loaded);
     EXPECT_TRUE(allReturned());
