@@ -1,0 +1,155 @@
+// How long the host's calls take: alone, beside a running worker, and while the worker opens a
+// stream again and again.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "audio/channel.h"
+#include "bench/module.h"
+#include "core/plugin.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+enum Around { Alone, Running, Opening };
+enum Call { WriteAudio, WriteToOpening, WriteRefused, IoctlDocument, IoctlIgnored };
+
+constexpr int64_t Calls = 100'000;
+constexpr int WorkedOutput = 0;  // its stream is opened and closed; the others are left alone
+constexpr int OtherOutput = 1;
+
+const std::array<uint8_t, 160> codes{};  // 20 ms
+const std::string smallDocument = "<Varo/>";
+
+bool makeCall(Call call) {
+    switch (call) {
+        case WriteAudio:
+            return Module::write(idOf(OtherOutput), codes.data(), codes.size());
+        case WriteToOpening:
+            return Module::write(idOf(WorkedOutput), codes.data(), codes.size());
+        case WriteRefused:
+            return Module::write(idOf(200), codes.data(), codes.size());
+        case IoctlDocument:
+            return Module::configure(smallDocument);
+        case IoctlIgnored:
+        default:
+            return Module::configure(smallDocument, IoctlReply);
+    }
+}
+
+// Holds the worker inside the host's callback, where it has no lock.
+class Held {
+  public:
+    void hold(bool on) { on_ = on; }
+    void pass() const {
+        while (on_)
+            std::this_thread::sleep_for(1ms);
+    }
+
+  private:
+    std::atomic<bool> on_ = false;
+};
+
+// Opens the worked output's stream by a block and has it closed again by playing the block.
+void keepOpening(const std::atomic<bool>& done) {
+    std::array<int16_t, FramesPerBuffer> heard{};
+    Channel* channel = g_plugin->findChannel(idOf(WorkedOutput));
+    while (!done) {
+        const int before = fakeAudio.opened;
+        Module::write(idOf(WorkedOutput), codes.data(), codes.size());
+        while (fakeAudio.opened == before && !done)
+            std::this_thread::sleep_for(100us);
+        const int closed = fakeAudio.closed;
+        while (fakeAudio.closed == closed && !done) {
+            Channel::streamCallback(nullptr, heard.data(), heard.size(), nullptr, 0, channel);
+            std::this_thread::sleep_for(1ms);
+        }
+    }
+}
+
+void report(benchmark::State& state, std::vector<double>& durations) {
+    std::ranges::sort(durations);
+    const auto quantile = [&](double part) {
+        return durations[static_cast<size_t>(part * static_cast<double>(durations.size() - 1))];
+    };
+    state.counters["median"] = quantile(0.5);
+    state.counters["p99.99"] = quantile(0.9999);
+    state.counters["longest"] = durations.back();
+}
+
+void call(benchmark::State& state, Call which, Around around) {
+    Module module(0, 2);
+    Held held;
+    std::atomic<int> descriptions = 0;
+    Module::onMessage = [&](const HostMessage& message) {
+        descriptions += message.kind == KindModuleDocument;
+        held.pass();
+    };
+    held.hold(around == Alone);
+    fakeAudio.opening = around == Opening ? 5ms : 0ms;
+    std::thread worker(Module::run);
+    while (descriptions == 0)
+        std::this_thread::sleep_for(1ms);
+    std::atomic<bool> done = false;
+    std::thread opener([&] {
+        if (around == Opening)
+            keepOpening(done);
+    });
+
+    std::mt19937 random(1);
+    std::vector<double> durations;
+    for (auto _ : state) {
+        // In bursts; but to an output that is to run empty again, one by one.
+        if (which == WriteToOpening || (around != Alone && random() % 64 == 0))
+            std::this_thread::sleep_for(std::chrono::microseconds(random() % 4000));
+        const auto begin = Clock::now();
+        makeCall(which);
+        const auto end = Clock::now();
+        const std::chrono::duration<double> duration = end - begin;
+        state.SetIterationTime(duration.count());
+        durations.push_back(duration.count());
+    }
+    report(state, durations);
+
+    done = true;
+    opener.join();
+    Close();
+    held.hold(false);
+    worker.join();
+    fakeAudio.opening = 0ms;
+}
+
+// What reading the clock twice takes of every figure above.
+void nothing(benchmark::State& state) {
+    std::vector<double> durations;
+    for (auto _ : state) {
+        const auto begin = Clock::now();
+        const std::chrono::duration<double> duration = Clock::now() - begin;
+        state.SetIterationTime(duration.count());
+        durations.push_back(duration.count());
+    }
+    report(state, durations);
+}
+
+#define BENCHMARK_CALL(which)                                                                     \
+    BENCHMARK_CAPTURE(call, which##_Alone, which, Alone)->UseManualTime()->Iterations(Calls);     \
+    BENCHMARK_CAPTURE(call, which##_Running, which, Running)->UseManualTime()->Iterations(Calls); \
+    BENCHMARK_CAPTURE(call, which##_Opening, which, Opening)->UseManualTime()->Iterations(Calls)
+BENCHMARK(nothing)->UseManualTime()->Iterations(Calls);
+BENCHMARK_CALL(WriteAudio);
+BENCHMARK_CALL(WriteRefused);
+BENCHMARK_CALL(IoctlDocument);
+BENCHMARK_CALL(IoctlIgnored);
+BENCHMARK_CAPTURE(call, WriteToOpening_Opening, WriteToOpening, Opening)
+    ->UseManualTime()
+    ->Iterations(Calls / 100);
+
+}  // namespace

@@ -1,0 +1,140 @@
+// What a captured channel costs as channels grow, and where the time of a large configuration goes.
+#include <benchmark/benchmark.h>
+#include <sys/syscall.h>
+#include <tinyxml.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+
+#include "audio/channel.h"
+#include "bench/module.h"
+#include "bench/passes.h"
+#include "config/settings_file.h"
+#include "config/xml_parse.h"
+#include "config/xml_store.h"
+#include "plugin/host_link.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr size_t PassesPerBlock = 256;  // a block lasts 256 ms, a pass and its pause 1 ms
+
+std::chrono::duration<double> syncing{0};  // time spent in fsync
+
+}  // namespace
+
+// In place of the C library's, for the module's saves.
+extern "C" int fsync(int file) {
+    const auto begin = Clock::now();
+    const auto result = syscall(SYS_fsync, file);
+    syncing += Clock::now() - begin;
+    return static_cast<int>(result);
+}
+
+namespace {
+
+// 256 ms of capture in each iteration, callbacks and passes without the pauses: every channel calls
+// back once, and not all at once.
+void capture(benchmark::State& state) {
+    const auto channels = static_cast<size_t>(state.range(0));
+    std::array<int16_t, FramesPerBuffer> sound{};
+    size_t pass = PassesPerBlock;
+    runPasses(static_cast<int>(channels), 0, [&] {
+        if (pass == PassesPerBlock) {
+            pass = 0;
+            if (!state.KeepRunning())
+                return false;
+        }
+        ++pass;
+        const size_t begin = channels * (pass - 1) / PassesPerBlock;
+        for (size_t i = begin; i < channels * pass / PassesPerBlock; ++i)
+            fakeAudio.streams[i]->capture(sound.data(), sound.size());
+        return true;
+    });
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+// ---- documents, with the time in fsync apart
+
+// The description that the module sends for so many channels.
+std::string description(int channels) {
+    std::string last;
+    bool isFirst = true;
+    runPasses(channels, 0, [&] {
+        if (!isFirst)
+            return false;
+        isFirst = false;
+        Module::onMessage = [&](const HostMessage& message) {
+            if (message.kind == KindModuleDocument)
+                last.assign(static_cast<const char*>(message.data), message.length);
+        };
+        return Module::configure("<Varo><Devices ID=\"1310720\"/></Varo>") && true;
+    });
+    return last;
+}
+
+void report(benchmark::State& state) {
+    state.counters["fsync"] =
+        benchmark::Counter(syncing.count(), benchmark::Counter::kAvgIterations);
+}
+
+// From the pass that takes the document up to its end: parse, apply, describe, save, send.
+void wholeDocument(benchmark::State& state) {
+    const auto channels = static_cast<int>(state.range(0));
+    const std::string document = documentOf(channels, 0);
+    Clock::time_point begin{};
+    syncing = {};
+    runPasses(channels, 0, [&] {
+        if (begin != Clock::time_point{})
+            state.SetIterationTime(std::chrono::duration<double>(Clock::now() - begin).count());
+        else
+            syncing = {};
+        if (!state.KeepRunning())
+            return false;
+        Module::configure(document);
+        begin = Clock::now();
+        return true;
+    });
+    report(state);
+}
+
+void parseDocument(benchmark::State& state) {
+    const std::string document = documentOf(static_cast<int>(state.range(0)), 0);
+    for (auto _ : state) {
+        std::string text = document;
+        TiXmlDocument parsed;
+        parseXml(parsed, text);
+        benchmark::DoNotOptimize(parsed.RootElement());
+    }
+}
+
+void saveDocument(benchmark::State& state) {
+    std::string text = description(static_cast<int>(state.range(0)));
+    TiXmlDocument document;
+    parseXml(document, text);
+    syncing = {};
+    for (auto _ : state)
+        SaveXmlFile(document, "/tmp/tamborin-bench.xml");
+    std::remove("/tmp/tamborin-bench.xml");
+    report(state);
+}
+
+void sendDescription(benchmark::State& state) {
+    std::string text = description(static_cast<int>(state.range(0)));
+    state.counters["bytes"] = static_cast<double>(text.size());
+    TiXmlDocument document;
+    parseXml(document, text);
+    g_hostCallback = [](const HostMessage* /*message*/, int32_t /*reserved*/) { return 0; };
+    for (auto _ : state)
+        sendDocument(document, KindModuleDocument);
+}
+
+BENCHMARK(capture)->Arg(1)->Arg(4)->Arg(16)->Arg(64)->Arg(240);
+BENCHMARK(wholeDocument)->Arg(4)->Arg(240)->UseManualTime();
+BENCHMARK(parseDocument)->Arg(4)->Arg(240);
+BENCHMARK(saveDocument)->Arg(4)->Arg(240)->UseRealTime();
+BENCHMARK(sendDescription)->Arg(4)->Arg(240);
+
+}  // namespace
