@@ -19,14 +19,14 @@ SECONDS = 9
 
 build = sys.argv[1]
 folder = tempfile.mkdtemp(prefix="tamborin-bench-")
-alsa = ["-D", "default", "-q", "-f", "MU_LAW", "-r", "8000", "-c", "1"]
+alsa = ["-D", "default", "-q", "-f", "MU_LAW", "-r", "8000", "-c", "1", "-t", "au"]
 programs = {
     "PortAudio, empty callback, no file": [build + "/empty_callback"],
     "tamborin-host record": [build + "/tamborin-host", "record", "--input", "0",
                              "--dir", folder, "--out", folder],
-    "arecord": ["arecord", *alsa, folder + "/arecord.wav"],
+    "arecord": ["arecord", *alsa, folder + "/arecord.au"],
     "arecord, 256 ms periods": ["arecord", *alsa, "--period-size=2048", "--buffer-size=8192",
-                                folder + "/periods.wav"],
+                                folder + "/periods.au"],
     "ffmpeg (alsa, pcm_mulaw)": ["ffmpeg", "-loglevel", "error", "-nostdin", "-f", "alsa",
                                  "-sample_rate", "8000", "-channels", "1", "-i", "default",
                                  "-c:a", "pcm_mulaw", folder + "/ffmpeg.wav"],
