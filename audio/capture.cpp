@@ -1,4 +1,6 @@
 // Captured audio: from the stream's callback to the worker.
+#include <algorithm>
+
 #include "audio/channel.h"
 
 int Channel::captureBuffer(const void* input, uint32_t frameCount) RT_SAFE {

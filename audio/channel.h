@@ -102,7 +102,11 @@ class Channel {
     uint32_t takeDecoded(int16_t* output, uint32_t frameCount) RT_SAFE REQUIRES(queueLock);
     void rearmWatchdog() RT_SAFE;
     void beginWatchdogPeriod();
-    AudioBlock* oldestUndecoded() EXCLUDES(queueLock);
+    struct Undecoded {
+        AudioBlock* oldest;  // null when there is none
+        AudioBlock* newest;
+    };
+    Undecoded findUndecoded() EXCLUDES(queueLock);
     bool hasStream();
     size_t queuedBlocks() const NO_THREAD_SAFETY_ANALYSIS { return blocks.size(); }
     const char* directionWord() const { return isInput ? "input" : "output"; }

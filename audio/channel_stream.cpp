@@ -83,7 +83,7 @@ bool Channel::isTimedOut() {
         beginWatchdogPeriod();
         return true;
     }
-    // A callback that re-arms in between loses one unit: a period of 2 s for once.
+    // A callback that re-arms in between loses the unit that the next look would have taken anyway.
     watchdog.fetch_sub(1);
     nextWatchdogUnit = now + WatchdogUnit;
     return false;

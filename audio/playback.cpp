@@ -18,20 +18,22 @@ bool Channel::pushPlayback(const uint8_t* codes, uint32_t count) {
 }
 
 // Blocks are decoded oldest first, so the undecoded ones are those at the front.
-AudioBlock* Channel::oldestUndecoded() {
+Channel::Undecoded Channel::findUndecoded() {
     const MutexLock held(queueLock);
-    AudioBlock* oldest = nullptr;
+    Undecoded found{nullptr, blocks.front()};
     for (AudioBlock* block = blocks.front(); block != nullptr && !block->pcm; block = block->older)
-        oldest = block;
-    return oldest;
+        found.oldest = block;
+    return found;
 }
 
 // A block's data and count never change and only this thread removes blocks, so both are read
-// without the lock while the samples are made.
+// without the lock while the samples are made. What is written meanwhile waits for the next pass:
+// a host that writes faster than we decode must not keep us here.
 void Channel::preparePlayback() {
     if (!someWritten.exchange(false))
         return;
-    for (AudioBlock* block = oldestUndecoded(); block != nullptr;) {
+    const Undecoded undecoded = findUndecoded();
+    for (AudioBlock* block = undecoded.oldest; block != nullptr;) {
         std::unique_ptr<int16_t[]> samples(new (std::nothrow) int16_t[block->count]);
         if (!samples) {
             someWritten = true;  // tried again on the next pass
@@ -40,7 +42,7 @@ void Channel::preparePlayback() {
         ulawDecode(samples.get(), block->data, block->count);
         const MutexLock held(queueLock);
         block->pcm = std::move(samples);
-        block = block->newer;
+        block = block == undecoded.newest ? nullptr : block->newer;
     }
 }
 

@@ -8,6 +8,7 @@
 #include <limits>
 #include <optional>
 
+#include "core/contain.h"
 #include "core/plugin.h"
 #include "devices/capture_mixers.h"
 
@@ -70,7 +71,10 @@ void CPlugin::applyConfiguration(const TiXmlElement* root, bool fromSettings) {
         createChannelsForUnclaimedDevices(highestNumber);
     if (own != nullptr) {
         const bool inputNewlyEnabled = applyEnabling(child(child(device, "Codec"), "Encoder"));
-        applyStreams(inputNewlyEnabled && !configureCaptureMixers());
+        bool mixersFailed = false;  // a walk that memory cut short has not failed
+        if (inputNewlyEnabled)
+            contain([&] { mixersFailed = !configureCaptureMixers(); });
+        applyStreams(mixersFailed);
     }
     if (own != nullptr || fromSettings)
         writeSettings();

@@ -1,6 +1,7 @@
 #include "config/settings_file.h"
 
 #include "config/xml_store.h"
+#include "core/contain.h"
 #include "core/plugin.h"
 #include "plugin/document.h"
 
@@ -34,6 +35,7 @@ void CPlugin::writeSettings() {
         devicesElement.InsertEndChild(device);
     }
     const TiXmlDocument document = makeDocument(devicesElement, true);
-    SaveXmlFile(document, SettingsPath);  // a save that fails leaves the old file; the host is told
+    // A save that fails leaves the old file; the host is told in any case.
+    contain([&] { SaveXmlFile(document, SettingsPath); });
     sendDocument(document, KindModuleDocument);
 }

@@ -2,32 +2,21 @@
 
 #include <strings.h>
 
-#include <algorithm>
 #include <cstring>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace {
-
-// TinyXML decides by a text's first declaration whether multi-byte characters are stepped over as
-// one; both readings are tried, so that nothing hides in the difference.
-enum class Declared { Utf8, Legacy };
 
 // Follows the parser through a text, byte by byte where it goes byte by byte, and gives up where it
 // does. Every step answers false when the parser stops there for good.
 class Scanner {
   public:
-    Scanner(const char* text, const XmlBounds& bounds, Declared declared)
-        : at_(text),
-          bounds_(bounds),
-          utf8AfterDeclaration_(declared == Declared::Utf8),
-          open_(bounds.levels) {}
+    Scanner(const char* text, const XmlBounds& bounds)
+        : at_(text), bounds_(bounds), open_(bounds.levels) {}
 
     // Where the first element that goes too far begins, null when none does.
     const char* findExcess() {
-        hasByteOrderMark_ = isByteOrderMark("\xBB\xBF");
-        utf8_ = hasByteOrderMark_;
         while (skipSpace() && node()) {
         }
         return excess_;
@@ -73,8 +62,6 @@ class Scanner {
                 return false;
         }
         ++at_;
-        if (depth_ == 0 && !hasByteOrderMark_ && !std::exchange(isDeclared_, true))
-            utf8_ = utf8AfterDeclaration_;
         return true;
     }
 
@@ -132,13 +119,12 @@ class Scanner {
         return true;
     }
 
-    // One character of a text or quoted value, as the parser takes it: an entity, a multi-byte
-    // character, a byte.
+    // One byte of a text or quoted value, or an entity. No byte of a longer character means
+    // anything to the parser.
     bool character() {
         if (*at_ == '&' && at_[1] == '#' && at_[2] != '\0')
             return numericEntity();
-        for (int left = utf8_ ? lengthOf(*at_) : 1; left > 0 && *at_ != '\0'; --left)
-            ++at_;
+        ++at_;
         return true;
     }
 
@@ -158,9 +144,8 @@ class Scanner {
 
     // False at the end of the text.
     bool skipSpace() {
-        while (isSpace(*at_) ||
-               (utf8_ && (isByteOrderMark("\xBB\xBF") || isByteOrderMark("\xBF\xBE") ||
-                          isByteOrderMark("\xBF\xBF"))))
+        while (isSpace(*at_) || startsWith("\xEF\xBB\xBF") || startsWith("\xEF\xBF\xBE") ||
+               startsWith("\xEF\xBF\xBF"))
             at_ += isSpace(*at_) ? 1 : 3;
         return *at_ != '\0';
     }
@@ -190,15 +175,6 @@ class Scanner {
     bool startsWith(std::string_view what) const {
         return std::strncmp(at_, what.data(), what.size()) == 0;
     }
-    bool isByteOrderMark(const char* tail) const {
-        return *at_ == '\xEF' && at_[1] == tail[0] && at_[2] == tail[1];
-    }
-    static int lengthOf(char first) {
-        const auto lead = static_cast<unsigned char>(first);
-        if (lead < 0xC2 || lead > 0xF4)
-            return 1;
-        return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    }
     static bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
     static bool isHexDigit(char c) {
         return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
@@ -210,10 +186,6 @@ class Scanner {
 
     const char* at_;
     const XmlBounds bounds_;
-    const bool utf8AfterDeclaration_;
-    bool hasByteOrderMark_ = false;
-    bool isDeclared_ = false;
-    bool utf8_ = false;
     size_t depth_ = 0;
     std::vector<std::string_view> open_;  // names
     const char* excess_ = nullptr;
@@ -223,9 +195,6 @@ class Scanner {
 
 size_t harmlessLength(const std::string& text, const XmlBounds& bounds) {
     const char* begin = text.c_str();
-    size_t length = std::strlen(begin);
-    for (const Declared declared : {Declared::Utf8, Declared::Legacy})
-        if (const char* excess = Scanner(begin, bounds, declared).findExcess(); excess != nullptr)
-            length = std::min(length, static_cast<size_t>(excess - begin));
-    return length;
+    const char* excess = Scanner(begin, bounds).findExcess();
+    return excess != nullptr ? static_cast<size_t>(excess - begin) : std::strlen(begin);
 }

@@ -16,6 +16,6 @@ struct XmlBounds {
 
 // The length of the longest beginning of `text` in which no element is nested deeper and none has
 // more attributes: up to the first "<" of an element that does, else up to the first zero byte or
-// the end. Reads the text as TinyXML does, in linear time and without recursion. Any thread; throws
-// std::bad_alloc.
+// the end. Reads the text, which is UTF-8, as TinyXML does, in linear time and without recursion.
+// Any thread; throws std::bad_alloc.
 size_t harmlessLength(const std::string& text, const XmlBounds& bounds = {});

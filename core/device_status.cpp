@@ -38,9 +38,9 @@ void CPlugin::emitDeviceStatus() {
     const bool alarmed = !healthy;
     if (alarmed == deviceAlarmed)
         return;
-    const TiXmlDocument document = statusDocument(alarmed);  // may throw: nothing is told by halves
-    deviceAlarmed = alarmed;
+    const TiXmlDocument document = statusDocument(alarmed);
     logMessage(ModuleId, g_hostCallback, LogNotice, "Emitting audio device status = %s.",
                alarmed ? "alarmed" : "ok");
     sendDocument(document, KindStatusDocument);
+    deviceAlarmed = alarmed;  // now that it is told: what has thrown on the way is told anew
 }

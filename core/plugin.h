@@ -22,13 +22,14 @@ class CPlugin {
     CPlugin();
 
     // ---- any host thread
-    // Queues a delivery that owns the host's buffer from now on. Throws std::bad_alloc with
+    // Queues a delivery that owns the host's buffer from now on. Throws (std::bad_alloc) with
     // nothing queued and the buffer still the host's.
     template <typename Message>
     void enqueue(const void* data, uint64_t length) EXCLUDES(queueMutex) {
         HostMessageQueue one;
-        one.emplace_back(std::in_place_type<Message>, data, length);
+        one.emplace_back(std::in_place_type<Message>, nullptr, length);
         const MutexLock held(queueMutex);
+        std::get<Message>(one.back()).data = data;  // nothing can fail from here on: it is ours
         messageQueue.splice(messageQueue.end(), one);
     }
     // The channel that host records address by `id`; null when there is none.
@@ -76,7 +77,7 @@ class CPlugin {
     std::string textBuffer;  // the document at hand
     std::atomic<bool> stopRequested{false};
 
-    // The worker's own from here on; no lock.
+    // The worker's own from here on, without a lock; only channels are looked up by host threads.
     bool audioStarted = false;         // PortAudio is up
     int32_t bufferLength = 250;        // ms of audio queued before an output starts
     int32_t passPeriodMs = 1;          // pause between passes

@@ -40,10 +40,10 @@ std::string cardLabel(int card, const std::string& device) {
 
 // The card's mixer with its elements loaded; none, and logged, when a step fails.
 MixerPtr openMixer(const std::string& device, const std::string& card) {
-    const auto failed = [&card](int error, const char* format) {
+    const auto failed = [&card](int error, const char* step) {
         if (error >= 0)
             return false;
-        logMessage(ModuleId, g_hostCallback, LogError, "ALSA: %s %s error %s", card.c_str(), format,
+        logMessage(ModuleId, g_hostCallback, LogError, "ALSA: %s %s error %s", card.c_str(), step,
                    snd_strerror(error));
         return true;
     };

@@ -8,8 +8,11 @@
 
 namespace {
 
+// Beside us, as we are built, or where we are installed.
 std::filesystem::path besideUs(const char* name) {
-    return std::filesystem::read_symlink("/proc/self/exe").parent_path() / name;
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    const auto built = folder / name;
+    return exists(built) ? built : (folder / MODULE_FROM_BINDIR / name).lexically_normal();
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // The six exported functions. What each does and promises stands in plugin/tamborin.h.
 #include <memory>
+#include <utility>
 
 #include "core/contain.h"
 #include "core/plugin.h"
@@ -94,11 +95,9 @@ int64_t Close() {
 }
 
 int64_t Unload() {
-    if (g_plugin == nullptr)
-        return 0;
-    std::unique_ptr<CPlugin> plugin(g_plugin);
-    plugin->teardown();
-    plugin.reset();
-    g_plugin = nullptr;
+    // A host that calls back in while its buffers are handed back finds no module any more.
+    const std::unique_ptr<CPlugin> plugin(std::exchange(g_plugin, nullptr));
+    if (plugin)
+        plugin->teardown();
     return 0;
 }

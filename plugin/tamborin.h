@@ -28,7 +28,9 @@
  *  4. What a HostMessage points at is valid until the callback returns, and no longer.
  *  5. The callback is called from several threads at once: the one inside IoctlRun, and those that
  *     call Open, IOCTL, Write, Close and Unload. It is never called on a real-time audio thread.
- *     It must not throw, and must not call Unload.
+ *     It must not throw, and must not call Unload. It may call the other functions, but while it is
+ *     given a KindLog record it must neither call Write nor wait for a thread that does: the line
+ *     may be an output's, which keeps Write to that output waiting until the callback returns.
  *  6. All audio is G.711 mu-law, 8000 Hz, mono, one byte per sample.
  *  7. The module starts no thread of its own; the audio library runs one for each open stream.
  *
@@ -78,7 +80,7 @@ enum {
 
 /* HostMessage.level */
 enum {
-    LogDetail = 0,  /* routine detail; the only level whose texts are never cut */
+    LogDetail = 0,  /* routine detail; the only level at which texts above 2048 bytes are whole */
     LogInfo = 25,   /* progress and findings */
     LogNotice = 50, /* changes of state */
     LogError = 75   /* failures */
@@ -88,7 +90,8 @@ enum {
 typedef struct HostMessage {
     uint32_t size;    /* always 224 */
     uint32_t version; /* always 1 */
-    uint32_t length;  /* bytes at data: text without a terminating zero, or mu-law samples */
+    uint32_t length;  /* bytes at data: text without a terminating zero, or mu-law samples; a log
+                         text that was cut is 2047 characters and a zero byte: 2048 */
     uint32_t reserved0;
     const void* data;
     int64_t sourceId; /* ModuleId; for audio the channel's ID */
@@ -229,8 +232,9 @@ TAMBORIN_API int64_t IOCTL(const IoctlRequest* request, IoctlResult* result);
 /* Queues audio on an output channel; any thread between Load and Unload. Ignored, the buffer
  * staying the host's: a type without all bits of TypeAudio, a target of another module, an unknown
  * channel, an input, a null buffer, no memory. A block is played whole when it holds up to 2048
- * samples (256 ms); what is beyond is dropped. Shorter blocks join without a gap. May wait while
- * the addressed channel's stream is being opened or closed, never for another channel. */
+ * samples (256 ms); what is beyond is dropped. Shorter blocks join without a gap. After Close audio
+ * is still taken, to come back in Unload. May wait while the addressed channel's stream is being
+ * opened or closed, never for another channel. */
 TAMBORIN_API int64_t Write(const WriteRecord* record, WriteResult* result);
 
 /* Asks the module to stop: IoctlRun returns soon after. Any thread, never waits. */

@@ -1,4 +1,4 @@
-// The real library between the reference host and a real sound server: a tone that is played is
+// The real library between the reference host and each real sound server: a tone that is played is
 // found in the recording, with its pitch and nearly its level.
 #include <gtest/gtest.h>
 #include <sndfile.h>
@@ -31,7 +31,12 @@ double amplitude(const std::vector<float>& samples, size_t begin, size_t count, 
     return 2 * std::sqrt(power) / static_cast<double>(count);
 }
 
-TEST(EndToEnd, PlayedToneIsFoundInTheRecording) {
+class EndToEnd : public testing::TestWithParam<const char*> {};
+
+INSTANTIATE_TEST_SUITE_P(On, EndToEnd, testing::Values("pulseaudio", "pipewire"),
+                         [](const auto& server) { return std::string(server.param); });
+
+TEST_P(EndToEnd, PlayedToneIsFoundInTheRecording) {
     char name[] = "/tmp/tamborin-e2e-XXXXXX";
     const std::filesystem::path folder = mkdtemp(name);
     const std::string clip = folder / "tone.wav";
@@ -47,8 +52,8 @@ TEST(EndToEnd, PlayedToneIsFoundInTheRecording) {
                                                          static_cast<double>(i) / ClipRate));
         sf_write_float(file.get(), tone.data(), static_cast<sf_count_t>(tone.size()));
     }
-    const std::string command = std::string(PRIVATE_PULSEAUDIO) + " " + TAMBORIN_HOST + " talk " +
-                                clip + " --for 10 --dir " + folder.string() + " --out " +
+    const std::string command = PRIVATE_SERVER + std::string(GetParam()) + " " + TAMBORIN_HOST +
+                                " talk " + clip + " --for 10 --dir " + folder.string() + " --out " +
                                 folder.string() + "/recordings";
     ASSERT_EQ(std::system(command.c_str()), 0) << command;
 

@@ -4,5 +4,5 @@ set -eu
 [ "$(nm -D --defined-only "$1" | awk '{print $3}' | sort | tr '\n' ' ')" = \
     "Close IOCTL Load Open Unload Write " ]
 for library in libportaudio libasound libtinyxml; do
-    ldd "$1" | grep -q "$library"
+    readelf -d "$1" | grep -q "NEEDED.*\[$library"
 done

@@ -82,4 +82,30 @@ TEST_F(HostRecords, MovedMessageReleasesOnce) {
     g_hostCallback = hostTable_.hostCallback;
 }
 
+// A host that lends anew whatever comes back to it, to the very end.
+TEST_F(HostRecords, CallsFromWithinUnloadAreRefused) {
+    static int accepted;
+    static int released;
+    accepted = released = 0;
+    g_hostCallback = [](const HostMessage* message, int32_t) {
+        if (message->kind == KindBufferRelease && ++released < 100) {
+            accepted += ioctl("again", "<a/>", IoctlConfiguration);
+            accepted += write("again", {1}, Channel0 + 1, TypeAudio);
+            Open();
+            Close();
+        }
+        return 0;
+    };
+    IoctlRequest request{};
+    request.code = IoctlConfiguration;
+    request.length = 1;
+    request.data = &released;
+    IoctlResult result{};
+    IOCTL(&request, &result);
+    Unload();
+    EXPECT_EQ(released, 1);
+    EXPECT_EQ(accepted, 0);
+    g_hostCallback = hostTable_.hostCallback;
+}
+
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <sstream>
@@ -9,8 +10,8 @@
 #include "fake_alsa.h"
 
 ModuleTest::ModuleTest() {
-    char name[] = "/tmp/tamborin-test-XXXXXX";
-    folder_ = mkdtemp(name);
+    std::string name = std::filesystem::temp_directory_path() / "tamborin-test-XXXXXX";
+    folder_ = mkdtemp(name.data());
     std::filesystem::current_path(folder_);
     fakeClock = {};
     fakePortAudio = {};
@@ -46,7 +47,7 @@ void ModuleTest::run() {
 
 const void* ModuleTest::lend(const std::string& name, const void* data, size_t size) {
     const EnoughMemory enough;
-    Loan loan{name, std::make_unique<uint8_t[]>(size + 1)};
+    Loan loan{name, size, std::make_unique<uint8_t[]>(size + 1)};
     std::copy_n(static_cast<const uint8_t*>(data), size, loan.bytes.get());
     const void* address = loan.bytes.get();
     const std::lock_guard held(mutex_);
@@ -59,7 +60,10 @@ std::string ModuleTest::takeBack(const void* buffer) {
     const std::lock_guard held(mutex_);
     const auto loan = loans_.extract(buffer);
     EXPECT_TRUE(loan) << "a buffer was handed back that was not lent, or twice";
-    return loan ? loan.mapped().name : "";
+    if (!loan)
+        return "";
+    std::fill_n(loan.mapped().bytes.get(), loan.mapped().size, Poison);
+    return loan.mapped().name;
 }
 
 bool ModuleTest::settle(const void* buffer, bool accepted) {
@@ -125,9 +129,11 @@ int32_t ModuleTest::receive(const HostMessage* message, int32_t reserved) {
         frame.assign(bytes, bytes + message->length);
         note("audio " + std::to_string(message->sourceId) + " at " +
              std::to_string(message->seconds) + "." + std::to_string(message->milliseconds) + ": " +
-             std::to_string(frame.size()) + " of " + std::to_string(frame.at(0)));
+             std::to_string(frame.size()) + " of " + std::to_string(frame.empty() ? 0 : frame[0]));
     } else {
         document = text;
+        if (message->kind == KindModuleDocument)
+            description = text;
         note("document " + std::to_string(message->kind));
     }
     return answer;

@@ -37,8 +37,9 @@ class ModuleTest : public testing::Test {
     // Runs the worker until something closes the module.
     static void run();
     // Lends the module a buffer; true when accepted. Its name appears in the trace when it is
-    // handed back ("release NAME"); it is freed then, so that the sanitizers see who touches it
-    // later. Any thread.
+    // handed back ("release NAME"); it is poisoned and freed then, so that whoever touches it later
+    // is heard, or seen by the sanitizers. Any thread.
+    static constexpr uint8_t Poison = 0xEE;
     static bool write(const std::string& name, const std::vector<uint8_t>& codes, int64_t target,
                       uint64_t type);
     static bool ioctl(const std::string& name, const std::string& text, int32_t code);
@@ -52,11 +53,13 @@ class ModuleTest : public testing::Test {
     static inline int32_t answer;              // what documents and audio are answered
     static inline bool showsRecords;           // notes every record, byte for byte
     static inline std::string document;        // the last one sent
+    static inline std::string description;     // the last one of them that describes the channels
     static inline std::vector<uint8_t> frame;  // the last audio frame
 
   private:
     struct Loan {
         std::string name;
+        size_t size;
         std::unique_ptr<uint8_t[]> bytes;
     };
     static int32_t receive(const HostMessage* message, int32_t reserved);

@@ -1,0 +1,42 @@
+// What the fuzz targets share: a module between the fakes for each input, in which a broken
+// expectation is a crash that the fuzzer keeps.
+#pragma once
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <string_view>
+
+#include "config/xml_bounds.h"
+#include "config/xml_store.h"
+#include "module_test.h"
+
+class FuzzedModule : public ModuleTest {
+  public:
+    FuzzedModule() {
+        testing::FLAGS_gtest_break_on_failure = true;
+        std::signal(SIGTRAP, [](int) { std::abort(); });
+        fakePortAudio.addDevice("default");
+        fakePortAudio.addDevice("pulse");
+    }
+    void TestBody() override {}
+
+    static constexpr char Separator = '\x1E';  // between the texts of one input
+
+    // What the module has saved can be read at the next start, and is what it has told the host.
+    static void expectSavedIsSent() {
+        TiXmlDocument saved;
+        TiXmlDocument sent;
+        EXPECT_TRUE(LoadXmlFile(saved, "tamborin.xml") && saved.RootElement() != nullptr);
+        EXPECT_EQ(harmlessLength(description), description.size());
+        // A file's carriage returns are read as line feeds.
+        std::ranges::replace(description, '\r', '\n');
+        sent.Parse(description.c_str());
+        ASSERT_FALSE(sent.Error());
+        TiXmlPrinter savedText;
+        TiXmlPrinter sentText;
+        saved.Accept(&savedText);
+        sent.Accept(&sentText);
+        EXPECT_EQ(savedText.Str(), sentText.Str());
+    }
+};

@@ -1,0 +1,180 @@
+// A save that is killed, or whose disk fails, at every single call that it makes: what a load finds
+// is the old document or the new one, whole, and nothing but the pending file is ever removed.
+//
+// The calls come here by the linker's --wrap. A kill is a power cut, too: what was not on the disk
+// by the last fsync is gone, wherever the file has been renamed to.
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <set>
+
+#include "config/xml_store.h"
+#include "module_test.h"
+
+namespace {
+
+constexpr const char* Target = "f.xml";
+constexpr const char* Pending = "f.xml.pending";
+constexpr int Killed = 99;
+constexpr int Never = -1;
+
+// Which call, counted from 0, ends how; what the disk holds by now.
+struct FaultyDisk {
+    bool inUse = false;
+    int calls = 0;
+    int killedCall = Never;
+    int failingCall = Never;
+    int error = 0;           // 0: a write that is short without an error
+    size_t shortLength = 0;  // what a failing write still writes
+    bool hasWriteError = false;
+    int file = -1;  // the pending file, wherever it is by now
+    off_t syncedLength = 0;
+
+    // Counts a call; true when it is to fail.
+    bool fails() {
+        if (!inUse)
+            return false;
+        if (calls == killedCall)
+            cutPower();
+        if (calls++ != failingCall)
+            return false;
+        errno = error;
+        return true;
+    }
+    [[noreturn]] void cutPower() const {
+        if (file >= 0 && ftruncate(file, syncedLength) != 0)
+            _exit(1);
+        _exit(Killed);
+    }
+};
+FaultyDisk disk;
+
+}  // namespace
+
+extern "C" {
+FILE* __real_fopen(const char* path, const char* mode);
+size_t __real_fwrite(const void* data, size_t size, size_t count, FILE* file);
+int __real_ferror(FILE* file);
+int __real_fflush(FILE* file);
+int __real_fsync(int descriptor);
+int __real_fclose(FILE* file);
+int __real_rename(const char* from, const char* to);
+int __real_unlink(const char* path);
+
+FILE* __wrap_fopen(const char* path, const char* mode) {
+    if (disk.fails())
+        return nullptr;
+    FILE* file = __real_fopen(path, mode);
+    if (disk.inUse && file != nullptr && *mode == 'w')
+        disk.file = dup(fileno(file));
+    return file;
+}
+size_t __wrap_fwrite(const void* data, size_t size, size_t count, FILE* file) {
+    if (!disk.fails())
+        return __real_fwrite(data, size, count, file);
+    disk.hasWriteError = disk.error != 0;
+    return __real_fwrite(data, size, std::min(count, disk.shortLength), file);
+}
+int __wrap_ferror(FILE* file) { return disk.hasWriteError ? 1 : __real_ferror(file); }
+int __wrap_fflush(FILE* file) { return disk.fails() ? EOF : __real_fflush(file); }
+int __wrap_fsync(int descriptor) {
+    // A disk that will not sync is not looked after: only a missing call is.
+    const bool fails = disk.fails();
+    struct stat status {};
+    if (disk.inUse && fstat(descriptor, &status) == 0)
+        disk.syncedLength = status.st_size;
+    return fails ? -1 : __real_fsync(descriptor);
+}
+int __wrap_fclose(FILE* file) {
+    const bool fails = disk.fails();
+    return __real_fclose(file) != 0 || fails ? EOF : 0;
+}
+int __wrap_rename(const char* from, const char* to) {
+    return disk.fails() ? -1 : __real_rename(from, to);
+}
+int __wrap_unlink(const char* path) { return disk.fails() ? -1 : __real_unlink(path); }
+}
+
+namespace {
+
+std::string printed(const TiXmlDocument& document) {
+    TiXmlPrinter printer;
+    document.Accept(&printer);
+    return printer.Str();
+}
+
+class KilledSave : public ModuleTest {
+  protected:
+    KilledSave() {
+        old_.Parse("<Old><a b='1'/></Old>");
+        new_.Parse("<New><c>text</c><d/></New>");
+    }
+
+    // Saves and loads in a process of its own, on such a disk, and looks at what is left. False
+    // when the disk's plan had nothing to change.
+    bool saveOn(const FaultyDisk& plan) {
+        std::filesystem::remove(Pending);
+        std::ofstream(Target) << printed(old_);
+        std::ofstream("other.xml") << "<Other/>";
+        const pid_t child = fork();
+        if (child == 0) {
+            disk = plan;
+            disk.inUse = true;
+            const bool saved = SaveXmlFile(new_, Target);
+            TiXmlDocument loaded;
+            LoadXmlFile(loaded, Target);
+            _exit((saved ? 2 : 0) + (disk.calls > plan.failingCall ? 4 : 0));
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        const int end = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        EXPECT_TRUE(end == Killed || (end >= 0 && end <= 6)) << "the save crashed";
+
+        std::set<std::string> files;
+        for (const auto& entry : std::filesystem::directory_iterator("."))
+            files.insert(entry.path().filename());
+        files.erase(Pending);
+        EXPECT_EQ(files, (std::set<std::string>{Target, "other.xml"}));
+        TiXmlDocument found;
+        EXPECT_TRUE(LoadXmlFile(found, Target));
+        EXPECT_TRUE(printed(found) == printed(new_) ||
+                    (end != 6 && printed(found) == printed(old_)))
+            << printed(found);
+        return end == Killed || (plan.killedCall == Never && (end & 4) != 0);
+    }
+
+    // Lets the process live on such a disk, then kills it at each call from the failing one on.
+    bool saveAndKillOn(FaultyDisk plan) {
+        const bool matters = saveOn(plan);
+        for (plan.killedCall = std::max(plan.failingCall, 0); saveOn(plan); ++plan.killedCall)
+            ++kills_;
+        return matters;
+    }
+
+    TiXmlDocument old_;
+    TiXmlDocument new_;
+    int kills_ = 0;
+};
+
+TEST_F(KilledSave, LeavesTheOldOrTheNewDocument) {
+    saveAndKillOn({});
+    const auto length = printed(new_).size();
+    const std::vector<FaultyDisk> faults{{.error = 0, .shortLength = 0},
+                                         {.error = 0, .shortLength = 1},
+                                         {.error = 0, .shortLength = length / 2},
+                                         {.error = 0, .shortLength = length - 1},
+                                         {.error = ENOSPC, .shortLength = length / 2},
+                                         {.error = EIO, .shortLength = length},
+                                         {.error = EACCES},
+                                         {.error = ENOENT},
+                                         {.error = EXDEV}};
+    for (FaultyDisk fault : faults)
+        for (fault.failingCall = 0; saveAndKillOn(fault); ++fault.failingCall) {
+        }
+    EXPECT_GT(kills_, 250);
+}
+
+}  // namespace
