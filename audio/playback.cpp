@@ -13,7 +13,7 @@ bool Channel::pushPlayback(const uint8_t* codes, uint32_t count) {
     const MutexLock held(queueLock);
     block->hostOwned = true;  // nothing can fail from here on: the codes are ours to hand back
     blocks.pushFront(std::move(block));
-    someWritten = true;
+    someWritten.store(true, std::memory_order_relaxed);
     return true;
 }
 
@@ -71,8 +71,10 @@ uint32_t Channel::takeDecoded(int16_t* output, uint32_t frameCount) RT_SAFE {
         std::memcpy(output + filled, block->pcm.get() + block->taken, taking * sizeof(int16_t));
         block->taken += taking;
         filled += taking;
-        if (block->taken == end)
-            block->played = somePlayed = true;
+        if (block->taken == end) {
+            block->played = true;
+            somePlayed.store(true, std::memory_order_relaxed);
+        }
     }
     return filled;
 }

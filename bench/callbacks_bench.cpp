@@ -22,7 +22,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-constexpr size_t Batch = 64;  // callbacks in one iteration; what follows them is not timed
+constexpr size_t Batch = 4;  // callbacks in one iteration; what follows them is not timed
 constexpr size_t BlockBytes = FramesPerBuffer * sizeof(int16_t);
 
 std::array<int16_t, FramesPerBuffer> sound{};

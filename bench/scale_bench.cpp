@@ -60,6 +60,7 @@ void capture(benchmark::State& state) {
 
 // The description that the module sends for so many channels.
 std::string description(int channels) {
+    const std::string request = "<Varo><Devices ID=\"1310720\"/></Varo>";
     std::string last;
     bool isFirst = true;
     runPasses(channels, 0, [&] {
@@ -70,7 +71,7 @@ std::string description(int channels) {
             if (message.kind == KindModuleDocument)
                 last.assign(static_cast<const char*>(message.data), message.length);
         };
-        return Module::configure("<Varo><Devices ID=\"1310720\"/></Varo>") && true;
+        return Module::configure(request);
     });
     return last;
 }

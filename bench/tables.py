@@ -1,156 +1,211 @@
 #!/usr/bin/env python3
-"""Rewrites the tables in a Markdown file from the results of the benchmarks.
+"""Rewrites the tables of docs/performance.md from what the benchmarks measured.
 
-tables.py RESULTS-FOLDER FILE: what stands between "<!-- NAME -->" and "<!-- end -->" becomes the
-table NAME.
+    tables.py RESULTS_FOLDER docs/performance.md
+
+A table stands between <!-- NAME --> and <!-- end -->; the text around them is written by hand.
 """
 import json
+import os
+import platform
 import re
 import sys
-from pathlib import Path
+import time
 
-results, target = Path(sys.argv[1]), Path(sys.argv[2])
+results, page = sys.argv[1:3]
 
 
 def load(name):
-    """Median runs by name, without the benchmark library's suffixes."""
-    runs = {}
-    for run in json.loads((results / f"{name}.json").read_text())["benchmarks"]:
-        if run["run_type"] == "iteration" or run.get("aggregate_name") == "median":
-            base = re.sub(r"/(manual_time|real_time|iterations:\d+|repeats:\d+)|_median$", "", run["name"])
-            if run["run_type"] == "aggregate" or base not in runs:
-                runs[base] = run
-    return runs
+    with open(os.path.join(results, name)) as file:
+        return json.load(file)
+
+
+def benchmarks(name):
+    """By name; where a benchmark was repeated, the medians."""
+    chosen = {}
+    for one in load(name + ".json")["benchmarks"]:
+        if one["run_type"] == "iteration" and one.get("repetitions", 1) <= 1 or \
+                one.get("aggregate_name") == "median":
+            key = re.sub(r"/(iterations:\d+|manual_time|real_time|min_time:[\d.]+|repeats:\d+)", "",
+                         one["run_name"])
+            chosen[key] = one
+    return chosen
+
+
+def seconds(value):
+    for unit, factor in (("s", 1), ("ms", 1e3), ("µs", 1e6)):
+        if value * factor >= 1:
+            return f"{value * factor:.3g} {unit}"
+    return f"{value * 1e9:.3g} ns"
 
 
 def table(*rows):
-    head, *body = [[str(cell) for cell in row] for row in rows]
-    lines = [head, ["---"] + ["---:"] * (len(head) - 1), *body]
-    return "\n".join("| " + " | ".join(line) + " |" for line in lines)
+    rows = [[str(cell) for cell in row] for row in rows]
+    lines = ["| " + " | ".join(row) + " |" for row in rows]
+    return "\n".join([lines[0], "|" + "---|" * len(rows[0]), *lines[1:]])
 
 
-def time(seconds):
-    for unit, factor in (("s", 1), ("ms", 1e3), ("µs", 1e6)):
-        if seconds * factor >= 1:
-            return f"{seconds * factor:.3g} {unit}"
-    return f"{seconds * 1e9:.3g} ns"
+def per_item(one):
+    return 1 / one["items_per_second"]
 
 
-def real(run):
-    return run["real_time"] * {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1}[run["time_unit"]]
+def machine():
+    context = load("codec.json")["context"]
+    with open("/proc/cpuinfo") as file:
+        model = re.search(r"model name\s*: (.*)", file.read())
+    with open(os.path.join(results, "compiler")) as file:
+        compiler = file.read().strip()
+    loads = [f"{load(name + '.json')['context']['load_avg'][0]:.1f}"
+             for name in ("codec", "pass", "callbacks", "calls", "latency", "scale")
+             if load(name + ".json")["context"].get("load_avg")]
+    return table(
+        ["", ""],
+        ["processor", f"{context['num_cpus']} x {model[1] if model else platform.machine()}"],
+        ["kernel", platform.release()],
+        ["compiler", compiler],
+        ["day", time.strftime("%Y-%m-%d")],
+        ["load average as each benchmark began", ", ".join(loads)])
 
 
 def codec():
-    runs = load("codec")
-    rate = lambda name, size: runs[f"{name}/{size}"]["items_per_second"]
-    rows = [["G samples/s", "encode 2,048", "encode 1 Mi", "decode 2,048", "decode 1 Mi"]]
-    for name in ("Tamborin", "Spandsp", "Table", "Sndfile"):
-        rows.append([name.lower() if name != "Tamborin" else name] +
-                    [f"{rate(way + name, size) / 1e9:.2f}"
-                     for way in ("encode", "decode") for size in (2048, 1 << 20)])
-    rows.append(["memcpy of the samples"] +
-                [f"{rate('copySamples', size) / 1e9:.2f}" for _ in range(2) for size in (2048, 1 << 20)])
-    for peer in ("Spandsp", None):
-        rows.append([f"Tamborin / {'spandsp' if peer else 'memcpy'}"] +
-                    [f"{rate(way + 'Tamborin', size) / rate(way + peer if peer else 'copySamples', size):.2f}"
-                     for way in ("encode", "decode") for size in (2048, 1 << 20)])
+    found = benchmarks("codec")
+    rows = [["G samples/s", "2,048 samples", "x spandsp", "x memcpy", "1 Mi samples", "x spandsp",
+             "x memcpy"]]
+    peers = (("Tamborin", "Tamborin"), ("spandsp", "Spandsp"), ("libsndfile, in memory", "Sndfile"))
+    for way, entries in (("encode", "64 Ki"), ("decode", "256")):
+        for label, name in (*peers, (f"table of {entries} entries", "Table")):
+            row = [f"{way}: {label}"]
+            for size in ("2048", "1048576"):
+                rate = found[f"{way}{name}/{size}"]["items_per_second"]
+                spandsp = found[f"{way}Spandsp/{size}"]["items_per_second"]
+                copy = found[f"copySamples/{size}"]["items_per_second"]
+                row += [f"{rate / 1e9:.2f}", f"{rate / spandsp:.1f}", f"{rate / copy:.2f}"]
+            rows.append(row)
+    copies = [found[f"copySamples/{size}"]["items_per_second"] / 1e9 for size in (2048, 1048576)]
+    rows.append(["memcpy of the samples", f"{copies[0]:.2f}", "", "1", f"{copies[1]:.2f}", "", "1"])
     return table(*rows)
 
 
-def passes():
-    runs = load("pass")
-    sleep = runs["nanosleepOneMillisecond"]
-    cpu = sleep["cpu_time"] * 1e-9
-    rows = [["a pass", "time", "allocations", "of the CPU of a pause"]]
-    for what, counts in (("idle", (0, 4, 240)), ("capturing", (4, 240)), ("playing", (4, 240))):
+def worker_pass():
+    found = benchmarks("pass")
+    sleep = found["nanosleepOneMillisecond"]
+    sleep_cpu = sleep["cpu_time"] / 1e9
+    rows = [["pass", "channels", "time", "per channel", "of the pause's CPU", "allocations"]]
+    for kind, counts in (("idle", (0, 4, 240)), ("capturing", (4, 240)), ("playing", (4, 240))):
         for count in counts:
-            run = runs[f"{what}/{count}"]
-            each = 1 / run["items_per_second"]
-            rows.append([f"{what}, {count} channels", time(each), f"{run['allocations']:.3g}",
-                         f"{100 * each / cpu:.1f} %"])
-    rows.append(["the 1 ms pause: wall, CPU", f"{time(real(sleep))}, {time(cpu)}", "", ""])
+            one = found[f"{kind}/{count}"]
+            took = per_item(one)
+            rows.append([kind, count, seconds(took), seconds(took / count) if count else "",
+                         f"{100 * took / sleep_cpu:.1f} %", f"{one['allocations']:.3g}"])
+    rows.append(["nanosleep of 1 ms", "", f"{seconds(sleep['real_time'] / 1e9)}, "
+                 f"{seconds(sleep_cpu)} of them CPU", "", "100 %", ""])
     return table(*rows)
 
 
-def syscalls():
-    lines = (results / "syscalls.txt").read_text().splitlines()
-    calls = {line.split()[-1]: int(line.split()[3]) for line in lines
-             if re.match(r"\s*\d+\.\d+\s", line) and line.split()[-1] != "total"}
-    most = sorted(calls.items(), key=lambda item: -item[1])[:6]
-    return table(["system calls of a whole run of idle passes", "count"], *map(list, most))
+def system_calls():
+    """From strace's counts of two runs of the same benchmark."""
+    found = benchmarks("strace")
+    passes = sum(one["passes"] for one in found.values())
+    with open(os.path.join(results, "strace.txt")) as file:
+        calls = int(re.search(r"^100\.00\s+\S+\s+(?:\S+\s+)?(\d+)", file.read(), re.M)[1])
+    return table(["passes that were timed", "system calls of the whole process", "per pass"],
+                 [f"{passes:,.0f}", f"{calls:,}", f"{calls / passes:.5f}"])
 
 
 def callbacks():
-    runs = load("callbacks")
-    each = lambda name: 1 / runs[name]["items_per_second"]
+    found = benchmarks("floors")
     rows = [["callback", "time", "its floor", "ratio"]]
-    for name in ("input", "output"):
-        rows.append([name, time(each(name)), time(each(name + "Floor")),
-                     f"{each(name) / each(name + 'Floor'):.2f}"])
-    busy = runs["contention"]
-    rows.append(["busy lock, input", f"{busy['buffers lost']:.0f} lost", f"of {busy['input callbacks']:.0f}", ""])
-    rows.append(["busy lock, output", f"{busy['gaps']:.0f} gaps", f"of {busy['output callbacks']:.0f}", ""])
+    for name, floor in (("input", "malloc and memcpy of 4096 bytes, try-lock"),
+                        ("output", "memcpy of 4096 bytes, try-lock")):
+        took, least = per_item(found[name]), per_item(found[name + "Floor"])
+        rows.append([name, seconds(took), f"{seconds(least)} ({floor})", f"{took / least:.2f}"])
     return table(*rows)
 
 
+def contention():
+    one = benchmarks("callbacks")["contention"]
+    return table(["callbacks", "number", "found the lock busy"],
+                 ["input", f"{one['input callbacks']:,.0f}", f"{one['buffers lost']:.0f} lost"],
+                 ["output", f"{one['output callbacks']:,.0f}", f"{one['gaps']:.0f} gaps"])
+
+
 def calls():
-    rows = [["call", "around it", "median", "p99.99", "longest"]]
-    for name, run in load("calls").items():
-        what, _, around = name.removeprefix("call/").partition("_")
-        rows.append([what, around.lower() or "–"] + [time(run[key]) for key in ("median", "p99.99", "longest")])
+    found = benchmarks("calls")
+    labels = {"WriteAudio": "`Write`", "WriteRefused": "`Write`, refused record",
+              "IoctlDocument": "`IOCTL` 2", "IoctlIgnored": "`IOCTL` 4",
+              "WriteToOpening": "`Write` to the output being opened"}
+    rows = [["median / p99.99", "alone", "worker running", "worker opening a stream (5 ms each)"]]
+
+    def cell(one):
+        return f"{seconds(one['median'])} / {seconds(one['p99.99'])}" if one else ""
+    for name, label in labels.items():
+        rows.append([label, *(cell(found.get(f"call/{name}_{around}"))
+                              for around in ("Alone", "Running", "Opening"))])
+    rows.append(["reading the clock, part of all", cell(found["nothing"]), "", ""])
     return table(*rows)
 
 
 def latency():
-    run = load("latency")["latency"]
-    points = ("p10", "p50", "p90", "p99", "p99.9", "p100")
-    rows = [["", *points]]
-    for name in ("module", "loop"):
-        rows.append([name] + [time(run[f"{name} {point}"]) for point in points])
-    rows.append(["ratio"] + [f"{run[f'module {p}'] / run[f'loop {p}']:.2f}" for p in points])
+    one = benchmarks("latency")["latency"]
+    columns = ("p10", "p50", "p90", "p99", "p99.9", "p100")
+    rows = [["", "events", *columns]]
+    for name, label in (("module", "callback's return to the host's record"),
+                        ("loop", "the same to a bare loop of 1 ms pauses")):
+        rows.append([label, f"{one[name + ' count']:,.0f}",
+                     *(seconds(one[f"{name} {column}"]) for column in columns)])
+    rows.append(["ratio", "", *(f"{one[f'module {c}'] / one[f'loop {c}']:.2f}" for c in columns)])
     return table(*rows)
 
 
 def scale():
-    runs = load("scale")
-    rows = [["capturing channels", "CPU per channel and hour of audio"]]
-    blocks = 3600 * 8000 / 2048
+    found = benchmarks("scale")
+    rows = [["channels", "CPU per channel-hour, pauses apart", "with the pauses' CPU"]]
+    sleep = benchmarks("pass")["nanosleepOneMillisecond"]
+    pauses = 3600 / (sleep["real_time"] / 1e9) * sleep["cpu_time"] / 1e9
     for count in (1, 4, 16, 64, 240):
-        run = runs[f"capture/{count}"]
-        rows.append([count, time(run["cpu_time"] * 1e-9 / count * blocks)])
+        blocks = 3600 * 8000 / 2048
+        took = found[f"capture/{count}"]["cpu_time"] / 1e9 / count * blocks
+        rows.append([count, seconds(took), seconds(took + pauses / count)])
     return table(*rows)
 
 
 def documents():
-    runs = load("scale")
-    rows = [["document", "4 channels", "240 channels", "of it fsync"]]
-    for name in ("wholeDocument", "parseDocument", "saveDocument", "sendDescription"):
-        big = runs[f"{name}/240"]
-        rows.append([name, time(real(runs[f"{name}/4"])), time(real(big)),
-                     time(big["fsync"]) if big.get("fsync") else "–"])
+    found = benchmarks("scale")
+    rows = [["step", "4 channels", "240 channels"]]
+    steps = {}
+    for count in (4, 240):
+        whole = found[f"wholeDocument/{count}"]
+        save = found[f"saveDocument/{count}"]
+        parts = {"parse": found[f"parseDocument/{count}"]["real_time"] / 1e9,
+                 "save, but for fsync": save["real_time"] / 1e9 - save["fsync"],
+                 "send": found[f"sendDescription/{count}"]["real_time"] / 1e9}
+        total = whole["real_time"] / 1e9 - whole["fsync"]
+        steps[count] = {**parts, "apply and describe (the rest)": total - sum(parts.values()),
+                        "**all, but for fsync**": total, "fsync": whole["fsync"]}
+    for step in steps[4]:
+        rows.append([step, *(seconds(steps[count][step]) for count in (4, 240))])
     return table(*rows)
 
 
 def whole_process():
-    rows = [["program", "CPU per captured second", "of tamborin-host's"]]
-    lines = [line.rsplit(" ", 2) for line in (results / "whole_process.txt").read_text().splitlines()]
-    ours = float(lines[0][1]) / float(lines[0][2])
-    for name, cpu, seconds in lines:
-        each = float(cpu) / float(seconds)
-        rows.append([name, time(each), f"{each / ours:.2f}"])
+    found = load("whole_process.json")
+    least = found[0]["cpu"]
+    rows = [["program", "CPU per captured second", "x empty callback", "wake-ups a second"]]
+    for one in found:
+        rows.append([one["name"], seconds(one["cpu"]), f"{one['cpu'] / least:.2f}",
+                     f"{one['wakeups']:.0f}"] if one["runs"] else
+                    [one["name"], "did not run", "", ""])
     return table(*rows)
 
 
-def machine():
-    context = json.loads((results / "codec.json").read_text())["context"]
-    model = re.search(r"model name\s*: (.*)", Path("/proc/cpuinfo").read_text()).group(1)
-    return table(["measured", "on"], [context["date"][:10], f"{model}, {context['num_cpus']} cores"])
-
-
-text = target.read_text()
-for make in (machine, codec, passes, syscalls, callbacks, calls, latency, scale, documents, whole_process):
-    mark = f"<!-- {make.__name__} -->"
-    assert mark in text, mark
-    text = re.sub(re.escape(mark) + r".*?<!-- end -->", lambda _: f"{mark}\n\n{make()}\n\n<!-- end -->",
-                  text, flags=re.S)
-target.write_text(text)
+with open(page) as file:
+    text = file.read()
+for name, make in (("machine", machine), ("codec", codec), ("pass", worker_pass),
+                   ("system calls", system_calls), ("callbacks", callbacks),
+                   ("contention", contention), ("calls", calls), ("latency", latency),
+                   ("scale", scale), ("documents", documents), ("whole process", whole_process)):
+    begin = f"<!-- {name} -->\n"
+    start = text.index(begin) + len(begin)
+    text = text[:start] + make() + "\n" + text[text.index("<!-- end -->", start):]
+with open(page, "w") as file:
+    file.write(text)

@@ -76,6 +76,7 @@ void CPlugin::applyConfiguration(const TiXmlElement* root, bool fromSettings) {
             contain([&] { mixersFailed = !configureCaptureMixers(); });
         applyStreams(mixersFailed);
     }
+    settingsApplied = settingsApplied || fromSettings;
     if (own != nullptr || fromSettings)
         writeSettings();
 }

@@ -36,6 +36,7 @@ void CPlugin::writeSettings() {
     }
     const TiXmlDocument document = makeDocument(devicesElement, true);
     // A save that fails leaves the old file; the host is told in any case.
-    contain([&] { SaveXmlFile(document, SettingsPath); });
+    if (settingsApplied)
+        contain([&] { SaveXmlFile(document, SettingsPath); });
     sendDocument(document, KindModuleDocument);
 }

@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "config/utf8.h"
 #include "config/xml_bounds.h"
+#include "plugin/utf8.h"
 
 namespace {
 

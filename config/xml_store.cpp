@@ -12,6 +12,7 @@
 
 #include "config/xml_parse.h"
 #include "core/mutex.h"
+#include "plugin/document.h"
 
 namespace {
 
@@ -144,12 +145,10 @@ bool loadRegularFile(TiXmlDocument& document, const std::string& path) {
 }  // namespace
 
 bool SaveXmlFile(const TiXmlDocument& document, const char* path) {
-    TiXmlPrinter text;
-    document.Accept(&text);
-
+    const std::string text = printDocument(document, Layout::Indented);
     const XmlFileGuard guard(path);
     const std::string pendingPath = pendingPathOf(path);
-    if (const std::string message = writePending(pendingPath, text.Str()); !message.empty()) {
+    if (const std::string message = writePending(pendingPath, text); !message.empty()) {
         unlink(pendingPath.c_str());
         return fail(message);
     }

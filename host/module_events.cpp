@@ -1,9 +1,8 @@
 #include "host/module_events.h"
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
-#include <cstdio>
-#include <string>
 
 #include "host/description.h"
 
@@ -15,11 +14,13 @@ int64_t unixMilliseconds() {
 }
 
 void ModuleEvents::hearLog(std::string_view text) {
-    const std::string line(text);
-    int32_t channelId = 0;
-    if (std::sscanf(line.c_str(), "Input stream %d timed out", &channelId) == 1 ||
-        std::sscanf(line.c_str(), "Restarting output stream %d", &channelId) == 1)
-        add(ModuleEvent::Kind::Restart, channelId);
+    for (const std::string_view beginning : {"Input stream ", "Restarting output stream "}) {
+        int32_t channelId = 0;
+        if (text.starts_with(beginning) &&
+            std::from_chars(text.data() + beginning.size(), text.data() + text.size(), channelId)
+                    .ec == std::errc{})
+            add(ModuleEvent::Kind::Restart, channelId);
+    }
 }
 
 void ModuleEvents::hearDocument(std::string_view xml, int64_t kind) {

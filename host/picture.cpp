@@ -1,14 +1,11 @@
 #include "host/picture.h"
 
-#include <cairo.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <ctime>
-#include <memory>
-#include <stdexcept>
 
+#include "host/canvas.h"
 #include "host/text.h"
 
 namespace {
@@ -31,9 +28,6 @@ constexpr double SmallText = 13;
 constexpr double FullScale = 32768;
 constexpr double LevelFloor = -60;  // dBFS
 
-struct Paint {
-    double red, green, blue, alpha = 1;
-};
 constexpr Paint Ink{0.13, 0.15, 0.18};
 constexpr Paint Faint{0.40, 0.43, 0.47};
 constexpr Paint Grid{0.88, 0.89, 0.91};
@@ -69,12 +63,7 @@ class Drawing {
           height_(TitleHeight + StatusHeight + Spacing +
                   PanelHeight * static_cast<double>(content.channels.size()) + AxisHeight +
                   LegendHeight),
-          surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(Width),
-                                              static_cast<int>(height_))),
-          cairo_(cairo_create(surface_.get())) {
-        cairo_select_font_face(cairo_.get(), "sans-serif", CAIRO_FONT_SLANT_NORMAL,
-                               CAIRO_FONT_WEIGHT_NORMAL);
-        fillRectangle({1, 1, 1}, 0, 0, Width, height_);
+          canvas_(Width, height_) {
         drawTitle();
         drawStatus(TitleHeight);
         double top = TitleHeight + StatusHeight + Spacing;
@@ -86,12 +75,7 @@ class Drawing {
         drawLegend(top + AxisHeight + LegendHeight / 2);
     }
 
-    void save(const std::filesystem::path& file) const {
-        const cairo_status_t status = cairo_surface_write_to_png(surface_.get(), file.c_str());
-        if (status != CAIRO_STATUS_SUCCESS)
-            throw std::runtime_error("cannot write the picture " + file.string() + ": " +
-                                     cairo_status_to_string(status));
-    }
+    void save(const std::filesystem::path& file) const { canvas_.save(file); }
 
   private:
     double xOf(int64_t milliseconds) const {
@@ -100,45 +84,9 @@ class Drawing {
         return Left + std::clamp(fraction, 0.0, 1.0) * (Right - Left);
     }
 
-    void use(const Paint& paint) {
-        cairo_set_source_rgba(cairo_.get(), paint.red, paint.green, paint.blue, paint.alpha);
-    }
-    void fillRectangle(const Paint& paint, double left, double top, double width, double height) {
-        use(paint);
-        cairo_rectangle(cairo_.get(), left, top, width, height);
-        cairo_fill(cairo_.get());
-    }
-    void line(const Paint& paint, double x1, double y1, double x2, double y2) {
-        use(paint);
-        cairo_set_line_width(cairo_.get(), 1);
-        cairo_move_to(cairo_.get(), std::floor(x1) + 0.5, std::floor(y1) + 0.5);
-        cairo_line_to(cairo_.get(), std::floor(x2) + 0.5, std::floor(y2) + 0.5);
-        cairo_stroke(cairo_.get());
-    }
-    // A triangle that points down at (x, y).
-    void marker(const Paint& paint, double x, double y) {
-        constexpr double Half = 6;
-        use(paint);
-        cairo_move_to(cairo_.get(), x, y);
-        cairo_line_to(cairo_.get(), x - Half, y - 2 * Half);
-        cairo_line_to(cairo_.get(), x + Half, y - 2 * Half);
-        cairo_close_path(cairo_.get());
-        cairo_fill(cairo_.get());
-    }
-
-    double textWidth(const std::string& content, double size) {
-        cairo_text_extents_t extents{};
-        cairo_set_font_size(cairo_.get(), size);
-        cairo_text_extents(cairo_.get(), content.c_str(), &extents);
-        return extents.x_advance;
-    }
-    // `align` is 0 for a text that begins at x, 0.5 for one centred there, 1 for one that ends.
     void text(const std::string& content, double x, double baseline, double align = 0,
               double size = SmallText, const Paint& paint = Ink) {
-        const double width = textWidth(content, size);
-        use(paint);
-        cairo_move_to(cairo_.get(), std::floor(x - align * width), std::floor(baseline));
-        cairo_show_text(cairo_.get(), content.c_str());
+        canvas_.text(content, x, baseline, align, size, paint);
     }
 
     void drawTitle() {
@@ -150,12 +98,12 @@ class Drawing {
     // The device status, ok until the module says otherwise.
     void drawStatus(double top) {
         text("devices", Left - 10, top + 14, 1);
-        fillRectangle(Healthy, Left, top, Right - Left, StatusHeight);
+        canvas_.fillRectangle(Healthy, Left, top, Right - Left, StatusHeight);
         int64_t alarmedSince = -1;
         const auto drawAlarm = [&](int64_t until) {
             if (alarmedSince >= 0)
-                fillRectangle(Alarm, xOf(alarmedSince), top,
-                              std::max(xOf(until) - xOf(alarmedSince), 2.0), StatusHeight);
+                canvas_.fillRectangle(Alarm, xOf(alarmedSince), top,
+                                      std::max(xOf(until) - xOf(alarmedSince), 2.0), StatusHeight);
             alarmedSince = -1;
         };
         for (const ModuleEvent& event : content_.events) {
@@ -171,16 +119,20 @@ class Drawing {
         const double wave = top + PanelTitleHeight;
         const double level = wave + WaveHeight + Spacing;
         drawChannelTitle(outline, wave - 12);
-        for (const auto& [y, height] : {std::pair{wave, WaveHeight}, {level, LevelHeight}}) {
-            fillRectangle(Back, Left, y, Right - Left, height);
-            forEachTick([&](int64_t tick) { line(Grid, xOf(tick), y, xOf(tick), y + height); });
-        }
+        drawBackground(wave, WaveHeight);
+        drawBackground(level, LevelHeight);
         drawScales(wave, level);
         drawWaiting(outline, wave);
         drawSound(outline, wave, level);
         drawGaps(outline, wave);
         drawRestarts(outline, wave);
         labelGaps(outline, wave);
+    }
+
+    void drawBackground(double top, double height) {
+        canvas_.fillRectangle(Back, Left, top, Right - Left, height);
+        forEachTick(
+            [&](int64_t tick) { canvas_.line(Grid, xOf(tick), top, xOf(tick), top + height); });
     }
 
     void drawChannelTitle(const Outline& outline, double baseline) {
@@ -206,14 +158,14 @@ class Drawing {
     void drawScales(double wave, double level) {
         for (const double value : {1.0, 0.5, 0.0, -0.5, -1.0}) {
             const double y = waveY(wave, value);
-            line(Grid, Left, y, Right, y);
+            canvas_.line(Grid, Left, y, Right, y);
             std::array<char, 16> label{};
             std::snprintf(label.data(), label.size(), "%.1f", value);
             text(label.data(), Left - 10, y + 4.5, 1, 12, Faint);
         }
         for (const int value : {0, -20, -40, -60}) {
             const double y = levelY(level, value);
-            line(Grid, Left, y, Right, y);
+            canvas_.line(Grid, Left, y, Right, y);
             text(std::to_string(value) + (value == 0 ? " dBFS" : ""), Left - 10, y + 4.5, 1, 12,
                  Faint);
         }
@@ -235,16 +187,17 @@ class Drawing {
                                                            outline.envelope.bucketWidth() * 1000 /
                                                            SampleRate;
         const double width = xOf(until) - Left;
-        fillRectangle(Waiting, Left, top + WaveHeight / 2 - 3, width, 6);
+        canvas_.fillRectangle(Waiting, Left, top + WaveHeight / 2 - 3, width, 6);
         labelWithin("no sound yet", Left, width, top + WaveHeight / 2 - 10, Faint);
     }
 
     void labelWithin(const std::string& label, double left, double width, double baseline,
                      const Paint& paint) {
-        const double needed = textWidth(label, 12) + 12;
+        const double needed = canvas_.textWidth(label, 12) + 12;
         if (needed > width)
             return;
-        fillRectangle({1, 1, 1, 0.9}, left + (width - needed) / 2, baseline - 14, needed, 19);
+        canvas_.fillRectangle({1, 1, 1, 0.9}, left + (width - needed) / 2, baseline - 14, needed,
+                              19);
         text(label, left + width / 2, baseline, 0.5, 12, paint);
     }
 
@@ -265,21 +218,23 @@ class Drawing {
     }
 
     void drawSound(const Outline& outline, double wave, double level) {
-        for (double x = Left; x < Right; ++x) {
-            const Envelope::Bucket column = columnAt(outline.envelope, x);
-            if (column.samples == 0)
-                continue;
-            const double high = waveY(wave, column.high / FullScale);
-            const double low = waveY(wave, column.low / FullScale);
-            fillRectangle(Wave, x, high, 1, std::max(low - high, 1.0));
-            const double peak = std::max(int{column.high}, -int{column.low}) / FullScale;
-            const double effective = std::sqrt(column.squares / column.samples) / FullScale;
-            const double bottom = level + LevelHeight;
-            const double peakY = levelY(level, decibels(peak));
-            const double effectiveY = levelY(level, decibels(effective));
-            fillRectangle(PeakLine, x, peakY, 1, bottom - peakY);
-            fillRectangle(Wave, x, effectiveY, 1, bottom - effectiveY);
-        }
+        for (int column = 0; column < static_cast<int>(Right - Left); ++column)
+            drawColumn(Left + column, columnAt(outline.envelope, Left + column), wave, level);
+    }
+
+    void drawColumn(double x, const Envelope::Bucket& column, double wave, double level) {
+        if (column.samples == 0)
+            return;
+        const double high = waveY(wave, column.high / FullScale);
+        const double low = waveY(wave, column.low / FullScale);
+        canvas_.fillRectangle(Wave, x, high, 1, std::max(low - high, 1.0));
+        const double peak = std::max(int{column.high}, -int{column.low}) / FullScale;
+        const double effective = std::sqrt(column.squares / column.samples) / FullScale;
+        const double bottom = level + LevelHeight;
+        const double peakY = levelY(level, decibels(peak));
+        const double effectiveY = levelY(level, decibels(effective));
+        canvas_.fillRectangle(PeakLine, x, peakY, 1, bottom - peakY);
+        canvas_.fillRectangle(Wave, x, effectiveY, 1, bottom - effectiveY);
     }
 
     void drawGaps(const Outline& outline, double top) {
@@ -287,9 +242,9 @@ class Drawing {
         for (const Gap& gap : outline.gaps) {
             const double left = xOf(gap.begin);
             const double width = std::max(xOf(gap.end) - left, 2.0);
-            fillRectangle(GapFill, left, top, width, Height);
-            line(GapEdge, left, top, left, top + Height);
-            line(GapEdge, left + width, top, left + width, top + Height);
+            canvas_.fillRectangle(GapFill, left, top, width, Height);
+            canvas_.line(GapEdge, left, top, left, top + Height);
+            canvas_.line(GapEdge, left + width, top, left + width, top + Height);
         }
     }
 
@@ -307,8 +262,8 @@ class Drawing {
             if (event.kind != ModuleEvent::Kind::Restart || event.channelId != outline.channel.id)
                 continue;
             const double x = xOf(event.milliseconds);
-            line(Restart, x, top, x, top + WaveHeight + Spacing + LevelHeight);
-            marker(Restart, x, top + 4);
+            canvas_.line(Restart, x, top, x, top + WaveHeight + Spacing + LevelHeight);
+            canvas_.marker(Restart, x, top + 4);
         }
     }
 
@@ -334,9 +289,9 @@ class Drawing {
 
     void drawAxis(double top) {
         constexpr int64_t Day = 86'400'000;  // ms
-        line(Faint, Left, top, Right, top);
+        canvas_.line(Faint, Left, top, Right, top);
         forEachTick([&](int64_t tick) {
-            line(Faint, xOf(tick), top, xOf(tick), top + 6);
+            canvas_.line(Faint, xOf(tick), top, xOf(tick), top + 6);
             text(localTime(tick, span_ > Day ? "%m-%d %H:%M" : "%H:%M:%S"), xOf(tick), top + 24,
                  0.5, SmallText, Faint);
         });
@@ -348,29 +303,23 @@ class Drawing {
         const auto entry = [&](const char* label, const auto& drawSwatch) {
             drawSwatch();
             text(label, x + Swatch + 8, middle + 4.5);
-            x += Swatch + 8 + textWidth(label, SmallText) + 28;
+            x += Swatch + 8 + canvas_.textWidth(label, SmallText) + 28;
         };
         const auto square = [&](const Paint& paint) {
-            return [&, paint] { fillRectangle(paint, x, middle - 7, Swatch, Swatch); };
+            return [&, paint] { canvas_.fillRectangle(paint, x, middle - 7, Swatch, Swatch); };
         };
         entry("sound, effective level", square(Wave));
         entry("peak level", square(PeakLine));
         entry("gap in the recording", square(GapFill));
-        entry("stream restarted", [&] { marker(Restart, x + Swatch / 2, middle + 6); });
+        entry("stream restarted", [&] { canvas_.marker(Restart, x + Swatch / 2, middle + 6); });
         entry("devices ok", square(Healthy));
         entry("devices alarmed", square(Alarm));
     }
 
-    struct Destroyer {
-        void operator()(cairo_t* cairo) const { cairo_destroy(cairo); }
-        void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-    };
-
     const PictureContent& content_;
     const int64_t span_;  // ms
     const double height_;
-    const std::unique_ptr<cairo_surface_t, Destroyer> surface_;
-    const std::unique_ptr<cairo_t, Destroyer> cairo_;
+    Canvas canvas_;
 };
 
 }  // namespace

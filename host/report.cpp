@@ -68,6 +68,7 @@ bool showAccount(Console& console, const BufferAccount& account) {
 std::vector<std::string> levelLines(const std::vector<Recording>& recordings) {
     constexpr size_t Width = 40;
     std::vector<std::string> lines;
+    lines.reserve(recordings.size());
     for (const Recording& recording : recordings)
         lines.push_back(fitted("channel " + std::to_string(recording.channel.number), 11) + "[" +
                         bar(filledCells(recording.level, Width), Width) + "] " +

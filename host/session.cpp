@@ -24,6 +24,8 @@ const std::filesystem::path& libraryIn(const SessionOptions& options) {
     return options.module;
 }
 
+std::string kindOf(bool outputs) { return outputs ? "output" : "input"; }
+
 std::string listed(const std::vector<ChannelDescription>& channels, bool outputs) {
     std::string list;
     for (const ChannelDescription& channel : channels)
@@ -31,6 +33,24 @@ std::string listed(const std::vector<ChannelDescription>& channels, bool outputs
             list += (list.empty() ? "" : ", ") + std::to_string(channel.number) + " '" +
                     channel.name + "'";
     return list;
+}
+
+ChannelDescription findChannel(const std::vector<ChannelDescription>& channels,
+                               const std::string& name, bool outputs) {
+    const auto found = std::ranges::find_if(channels, [&](const ChannelDescription& channel) {
+        return channel.isOutput == outputs &&
+               (std::to_string(channel.number) == name || channel.name == name);
+    });
+    const std::string known = listed(channels, outputs);
+    if (found == channels.end())
+        throw std::runtime_error("there is no " + kindOf(outputs) + " '" + name + "'; " +
+                                 (known.empty() ? "there is none at all: 'tamborin-host doctor' "
+                                                  "tells why"
+                                                : "choose one of " + known));
+    if (!found->hasDevice)
+        throw std::runtime_error(kindOf(outputs) + " '" + name +
+                                 "' has no device; 'tamborin-host doctor' tells why");
+    return *found;
 }
 
 }  // namespace
@@ -44,16 +64,19 @@ void stopOnSignals() {
         });
 }
 
-Session::Session(const SessionOptions& options, Console& console, ModuleListener listener,
+Session::Session(const SessionOptions& options, Console& console, const ModuleListener& listener,
                  int32_t listenerLevel)
     : options_(options),
       console_(console),
-      module_(libraryIn(options), composed(std::move(listener)),
-              std::min(options.logLevel, listenerLevel)) {
+      module_(libraryIn(options), composed(listener), std::min(options.logLevel, listenerLevel)),
+      firstBufferLength_(startModule()) {}
+
+// Answers the buffering (ms) that the settings give.
+int Session::startModule() {
     module_.start();
     await(1, "starting the module");
-    firstBufferLength_ = latest_.bufferLength;
-    start_ = std::chrono::steady_clock::now();
+    const std::lock_guard held(mutex_);
+    return latest_.bufferLength;
 }
 
 Session::~Session() {
@@ -64,7 +87,7 @@ Session::~Session() {
     }
 }
 
-ModuleListener Session::composed(ModuleListener listener) {
+ModuleListener Session::composed(const ModuleListener& listener) {
     ModuleListener all = listener;
     if (options_.json)
         all.onRecord = [](const HostMessage& message, int32_t answer) {
@@ -132,31 +155,16 @@ std::string Session::descriptionXml() const {
 
 std::vector<ChannelDescription> Session::choose(const std::vector<std::string>& named,
                                                 bool outputs) const {
-    const std::string kind = outputs ? "output" : "input";
     const auto all = channels();
     std::vector<ChannelDescription> chosen;
     if (named.empty())
         std::ranges::copy_if(all, std::back_inserter(chosen), [&](const auto& channel) {
             return channel.isOutput == outputs && channel.hasDevice;
         });
-    const std::string known = listed(all, outputs);
-    for (const std::string& name : named) {
-        const auto found = std::ranges::find_if(all, [&](const ChannelDescription& channel) {
-            return channel.isOutput == outputs &&
-                   (std::to_string(channel.number) == name || channel.name == name);
-        });
-        if (found == all.end())
-            throw std::runtime_error("there is no " + kind + " '" + name + "'; " +
-                                     (known.empty() ? "there is none at all: 'tamborin-host "
-                                                      "doctor' tells why"
-                                                    : "choose one of " + known));
-        if (!found->hasDevice)
-            throw std::runtime_error(kind + " '" + name + "' has no device; 'tamborin-host " +
-                                     "doctor' tells why");
-        chosen.push_back(*found);
-    }
+    for (const std::string& name : named)
+        chosen.push_back(findChannel(all, name, outputs));
     if (chosen.empty())
-        throw std::runtime_error("no " + kind +
+        throw std::runtime_error("no " + kindOf(outputs) +
                                  " has a device; start a sound server (PulseAudio or PipeWire), "
                                  "or see 'tamborin-host doctor'");
     return chosen;

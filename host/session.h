@@ -26,7 +26,7 @@ class Session {
     // when it is missing, and waits for its description. `listener` is called on the module's
     // threads, for log lines from `listenerLevel` on. Throws std::runtime_error, also when the
     // module does not describe itself in time.
-    Session(const SessionOptions& options, Console& console, ModuleListener listener = {},
+    Session(const SessionOptions& options, Console& console, const ModuleListener& listener = {},
             int32_t listenerLevel = LogError);
     ~Session();
     Session(const Session&) = delete;
@@ -57,7 +57,8 @@ class Session {
     double fractionDone() const;
 
   private:
-    ModuleListener composed(ModuleListener listener);
+    ModuleListener composed(const ModuleListener& listener);
+    int startModule();
     void onDocument(std::string_view xml);
     void await(int generation, const std::string& what);
 
@@ -69,10 +70,10 @@ class Session {
     std::string latestXml_;
     int generation_ = 0;
     ModuleHost module_;
-    int firstBufferLength_ = 0;
+    const int firstBufferLength_;
     std::vector<int> enabledHere_;
     bool bufferingChanged_ = false;
-    std::chrono::steady_clock::time_point start_;
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
 // Makes SIGINT, SIGTERM, SIGHUP and SIGPIPE end the running session; a second one ends the process.

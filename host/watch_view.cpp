@@ -120,15 +120,20 @@ void drawTop(const WatchContent& content) {
         piece(0, column, time, A_REVERSE);
 }
 
-}  // namespace
-
-WatchView::WatchView(FILE* out) {
-    screen_ = isatty(fileno(out)) != 0 && isatty(STDIN_FILENO) != 0 ? newterm(nullptr, out, stdin)
-                                                                    : nullptr;
-    if (screen_ == nullptr)
+screen* openScreen(FILE* out) {
+    screen* opened = isatty(fileno(out)) != 0 && isatty(STDIN_FILENO) != 0
+                         ? newterm(nullptr, out, stdin)
+                         : nullptr;
+    if (opened == nullptr)
         throw std::runtime_error(
             "watch needs a terminal that TERM names; for scripts there is "
             "'tamborin-host record --json'");
+    return opened;
+}
+
+}  // namespace
+
+WatchView::WatchView(FILE* out) : screen_(openScreen(out)) {
     cbreak();
     noecho();
     keypad(stdscr, TRUE);
@@ -149,6 +154,7 @@ WatchView::~WatchView() {
 }
 
 void WatchView::draw(const WatchContent& content) {
+    set_term(screen_);
     erase();
     const Layout layout(static_cast<size_t>(COLS));
     drawTop(content);
@@ -178,6 +184,7 @@ void WatchView::draw(const WatchContent& content) {
 }
 
 bool WatchView::quitAsked() {
+    set_term(screen_);
     const int key = getch();
     return key == 'q' || key == 'Q';
 }

@@ -9,8 +9,7 @@
 
 #include "host/description.h"
 
-// NOLINTNEXTLINE(bugprone-reserved-identifier, cert-dcl*): ncurses' name
-struct screen;
+struct screen;  // of ncurses
 
 struct WatchedChannel {
     ChannelDescription channel;

@@ -1,11 +1,12 @@
 #include "plugin/host_link.h"
 
-#include <tinyxml.h>
-
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <string>
+
+#include "plugin/document.h"
 
 HostCallback g_hostCallback = nullptr;
 
@@ -80,13 +81,10 @@ int32_t logMessage(int64_t moduleId, HostCallback callback, int32_t level, const
 }
 
 void sendDocument(const TiXmlDocument& document, int32_t kind) {
-    TiXmlPrinter printer;
-    printer.SetStreamPrinting();
-    document.Accept(&printer);
-
+    const std::string text = printDocument(document, Layout::Compact);
     HostMessage message = makeMessage(kind, TypeDocument, ModuleId);
-    message.length = static_cast<uint32_t>(printer.Size());
-    message.data = printer.CStr();
+    message.length = static_cast<uint32_t>(text.size());
+    message.data = text.data();
     sendAndObey(message);
 }
 

@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <random>
 
-#include "config/utf8.h"
 #include "config/xml_bounds.h"
 #include "config/xml_parse.h"
 #include "config/xml_store.h"
 #include "module_test.h"
+#include "plugin/utf8.h"
 
 namespace {
 
@@ -73,13 +73,16 @@ TEST_F(HostileDocuments, AreUsedUpToTheHarm) {
                                     repeat("<Input Number='1'><Schedule>", 400'000),
                                     repeat("<a b='>'><!-- </a> -->", 500'000),
                                     "<a" + attributes + ">", repeat("<a><b/>", 1'500'000)}) {
-        std::ofstream("tamborin.xml") << ours << harm;
-        std::ofstream("tamborin.xml.pending") << ours << harm;
+        for (const char* file : {"tamborin.xml", "tamborin.xml.pending"})
+            std::ofstream(file) << "<Varo><Devices ID='1310720'><Device><Audio><Input Number='8' "
+                                   "Name='Lost'/>"
+                                << harm;
         configure(ours + harm);
         fakeClock.onPause = [] { Close(); };
         onSmallStack([] { run(); });
         EXPECT_NE(document.find("BufferLength=\"777\""), std::string::npos) << harm.substr(0, 30);
         EXPECT_NE(document.find("Name=\"Kept\""), std::string::npos) << harm.substr(0, 30);
+        EXPECT_EQ(document.find("Lost"), std::string::npos) << harm.substr(0, 30);
         EXPECT_LT(document.size(), 5000U);
         EXPECT_EQ(fileContent("tamborin.xml").substr(0, 8), "<?xml ?>");
         Unload();
@@ -109,6 +112,7 @@ TEST_F(HostileDocuments, NamesOutliveTheNextStart) {
              std::map<std::string, std::string>{{"Caf&#xE9;", "Caf\xC3\xA9"},
                                                 {"K\xE4se", "K\xC3\xA4se"},
                                                 {"K\xC3\xA4se", "K\xC3\xA4se"},
+                                                {"&#xD800;", "\xC3\xAD\xC2\xA0\xC2\x80"},
                                                 {"&#8364;", "\xE2\x82\xAC"},
                                                 {"\xF0\x9F\x98", "\xC3\xB0\xC2\x9F\xC2\x98"},
                                                 {"\xED\xA0\x80", "\xC3\xAD\xC2\xA0\xC2\x80"}}) {

@@ -12,9 +12,12 @@
 template <typename Condition>
 bool await(std::chrono::seconds patience, Condition condition) {
     const auto end = std::chrono::steady_clock::now() + patience;
-    while (!condition() && std::chrono::steady_clock::now() < end)
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    return condition();
+    }
+    return true;
 }
 
 // What a process must not have more and more of.

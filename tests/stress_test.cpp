@@ -82,7 +82,7 @@ TEST_F(Stress, AccountOfBuffersBalances) {
     std::vector<std::thread> hosts;
     for (unsigned seed = 1; seed <= 3; ++seed)
         hosts.emplace_back(actAsHost, seed, std::cref(done));
-    while (passes < 3000)
+    while (passes < 3000 || accepted <= 1000)
         std::this_thread::sleep_for(1ms);
     Close();  // while all others go on
     worker.join();
@@ -90,7 +90,6 @@ TEST_F(Stress, AccountOfBuffersBalances) {
     for (std::thread& host : hosts)
         host.join();
     Unload();
-    EXPECT_GT(accepted, 1000U);
     EXPECT_GT(fakePortAudio.streams.size(), 10U);
     EXPECT_TRUE(drivers.empty());
     EXPECT_EQ(Driver::strangeSamples, 0U);

@@ -1,4 +1,4 @@
-#include "config/utf8.h"
+#include "plugin/utf8.h"
 
 #include <cstddef>
 #include <cstdint>
