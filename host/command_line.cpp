@@ -94,14 +94,9 @@ class Grammar {
         for (CLI::App* command : {record, watch})
             command->add_option("--input", options_.inputs,
                                 "channels, by number or name; those with a device if none");
-        talk->add_option("--input", options_.inputs,
-                         "a channel, by number or name; the first with a device if none")
-            ->expected(1);
-        for (CLI::App* command : {play, talk})
-            command
-                ->add_option("--output", options_.outputs,
-                             "a channel, by number or name; the first with a device if none")
-                ->expected(1);
+        addChannel(*talk, "--input", options_.inputs);
+        addChannel(*talk, "--output", options_.outputs);
+        addChannel(*play, "--output", options_.outputs);
         for (CLI::App* command : {record, talk})
             command->add_option("--out", options_.out, "the folder of the recordings")
                 ->capture_default_str();
@@ -121,6 +116,14 @@ class Grammar {
         send->add_option("file", options_.document, "the document (XML)")
             ->required()
             ->check(existingFile());
+    }
+
+    // One channel, so that the argument behind it is the file.
+    static void addChannel(CLI::App& command, const char* name,
+                           std::vector<std::string>& channels) {
+        command.add_option_function<std::string>(
+            name, [&channels](const std::string& channel) { channels = {channel}; },
+            "a channel, by number or name; the first with a device if none");
     }
 
     static CLI::Validator atLeast(double least) {

@@ -90,6 +90,9 @@ Discovery discover(const SessionOptions& options, Console& console) {
                         LogDetail);
         discovery.channels = session.channels();
         session.finish();
+    } catch (const ModuleLoadError& error) {
+        discovery.failure = error.what();
+        discovery.advice = "name the library with --module";
     } catch (const std::exception& error) {
         discovery.failure = error.what();
     }
@@ -117,11 +120,13 @@ Findings examineSoundServer(const SoundServer& server) {
 
 Findings examineModule(const Discovery& discovery, const std::filesystem::path& library) {
     if (!discovery.failure.empty())
-        return {{Verdict::Wrong, discovery.failure, "name the library with --module"}};
+        return {{Verdict::Wrong, discovery.failure, discovery.advice}};
     return {{Verdict::Good, library.string() + ", version " + discovery.version, ""}};
 }
 
 Findings examineDevices(const Discovery& discovery, const SoundServer& server) {
+    if (!discovery.failure.empty())
+        return {{Verdict::Note, "not examined, as the module did not run", ""}};
     Findings findings;
     for (const std::string& line : discovery.log)
         for (const Finding& finding : explained(line))

@@ -35,7 +35,8 @@ std::string flawOf(const std::filesystem::path& path) {
 }
 
 Findings examineFolder(const std::filesystem::path& folder) {
-    if (!std::filesystem::is_directory(folder))
+    std::error_code error;
+    if (!std::filesystem::is_directory(folder, error))
         return {{Verdict::Wrong, folder.string() + " is no folder",
                  "make it, or choose another with --dir"}};
     if (access(folder.c_str(), W_OK | X_OK) != 0)
@@ -75,6 +76,8 @@ Findings examineSettings(const std::filesystem::path& folder, const Discovery& d
     const std::filesystem::path file = folder / "tamborin.xml";
     const std::filesystem::path pending = folder / "tamborin.xml.pending";
     Findings findings = examineFolder(folder);
+    if (access(folder.c_str(), X_OK) != 0)
+        return findings;
     const bool hasPending = std::filesystem::exists(pending);
     const bool isPendingWhole = hasPending && flawOf(pending).empty();
     if (isPendingWhole)

@@ -20,6 +20,7 @@ using Findings = std::vector<Finding>;
 // What the module sees of the machine without any settings.
 struct Discovery {
     std::string failure;  // why the module could not be run; empty when it could
+    std::string advice;   // what to do about that
     std::string version;
     std::vector<ChannelDescription> channels;
     std::vector<std::string> log;

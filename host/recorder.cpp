@@ -16,8 +16,6 @@ namespace {
 
 constexpr int64_t LateTolerance = 200;  // ms; stamps are taken when a frame is sent, and wander
 constexpr int64_t DecisionTime = 2000;  // ms that late frames get to catch up
-constexpr int64_t SettlingTime = 3000;  // ms after its start in which a stream's latency changes
-constexpr int64_t MostLag = 1000;       // ms by which it does
 constexpr int64_t EndTolerance = 3000;  // ms; the last frame is that late without any harm
 constexpr double FullScale = 32768;
 
@@ -137,11 +135,7 @@ void Recorder::place(Track& track, const CapturedFrame& frame) const {
 }
 
 void Recorder::settle(Track& track, int64_t missingMs) const {
-    const bool isSettling =
-        missingMs < MostLag && track.undecidedSinceMs < track.anchoredMs + SettlingTime;
-    if (isSettling)
-        track.lagMs += missingMs;
-    else if (missingMs > 0)
+    if (missingMs > 0)
         addGap(track, missingMs);
     draw(track, std::exchange(track.undecided, {}));
 }
@@ -151,7 +145,6 @@ void Recorder::addGap(Track& track, int64_t milliseconds) {
     track.recording.gapSeconds += static_cast<double>(milliseconds) / 1000;
     track.outline.gaps.push_back({track.expectedMs, track.expectedMs + milliseconds});
     track.expectedMs += milliseconds;
-    track.anchoredMs = track.expectedMs + track.lagMs;
 }
 
 void Recorder::draw(Track& track, std::span<const uint8_t> codes) const {

@@ -75,8 +75,6 @@ class Recorder {
         std::unique_ptr<SNDFILE, FileCloser> file;
         uint64_t samplesInFile = 0;
         int64_t expectedMs = 0;  // when the next frame should be stamped; 0 before the first
-        int64_t anchoredMs = 0;  // when the sound began, or began anew after a gap
-        int64_t lagMs = 0;       // how much later than expected the stamps have settled
         // Frames that came late, until it shows whether sound is missing before them.
         std::vector<uint8_t> undecided;
         int64_t undecidedSinceMs = 0;
