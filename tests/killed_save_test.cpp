@@ -170,7 +170,12 @@ TEST_F(KilledSave, LeavesTheOldOrTheNewDocument) {
                                          {.error = EIO, .shortLength = length},
                                          {.error = EACCES},
                                          {.error = ENOENT},
-                                         {.error = EXDEV}};
+                                         {.error = EXDEV},
+                                         {.error = EDQUOT},
+                                         {.error = EROFS},
+                                         {.error = EINTR},
+                                         {.error = EMFILE},
+                                         {.error = EAGAIN}};
     for (FaultyDisk fault : faults)
         for (fault.failingCall = 0; saveAndKillOn(fault); ++fault.failingCall) {
         }
