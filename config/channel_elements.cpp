@@ -1,5 +1,6 @@
 // How a channel reads and writes its elements of the configuration document.
 #include "audio/channel.h"
+#include "plugin/document.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ void Channel::applyEnabled(const TiXmlElement* audioChannel) {
 }
 
 void Channel::describeChannel(TiXmlElement& audio, TiXmlElement& encoder) const {
-    TiXmlElement input("Input");
+    TiXmlElement& input = addElement(audio, "Input");
     input.SetAttribute("Number", static_cast<int>(Number));
     input.SetAttribute("Name", Name);
     input.SetAttribute("OsName", OsName);
@@ -39,14 +40,12 @@ void Channel::describeChannel(TiXmlElement& audio, TiXmlElement& encoder) const 
         input.SetAttribute("Missing", 1);
     if (Schedule)
         input.InsertEndChild(*Schedule);
-    audio.InsertEndChild(input);
 
-    TiXmlElement audioChannel("AudioChannel");
+    TiXmlElement& audioChannel = addElement(encoder, "AudioChannel");
     audioChannel.SetAttribute("Number", static_cast<int>(Number));
     audioChannel.SetAttribute("Enabled", Enabled ? 1 : 0);
     audioChannel.SetAttribute("Standard", static_cast<int>(Standard));
     audioChannel.SetAttribute("SampleRate", SampleRate);
     audioChannel.SetAttribute("BufSizeSamples", BufSizeSamples);
     audioChannel.SetAttribute("ID", ID);
-    encoder.InsertEndChild(audioChannel);
 }

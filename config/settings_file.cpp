@@ -5,10 +5,14 @@
 #include "core/plugin.h"
 #include "plugin/document.h"
 
-// One document serves as the settings file and as the description that the host is sent.
-void CPlugin::writeSettings() {
-    TiXmlElement audio("Audio");
-    TiXmlElement encoder("Encoder");
+// The module has one device, with all its channels.
+void CPlugin::describeChannels(TiXmlElement& own) const {
+    TiXmlElement& device = addElement(own, "Device");
+    device.SetAttribute("Number", 1);
+    device.SetAttribute("Name", "System Audio");
+    device.SetAttribute("Enabled", 1);
+    TiXmlElement& audio = addElement(device, "Audio");
+    TiXmlElement& encoder = addElement(addElement(device, "Codec"), "Encoder");
     encoder.SetAttribute("Number", 0);
     int inputs = 0;
     int outputs = 0;
@@ -16,25 +20,19 @@ void CPlugin::writeSettings() {
         channel->describeChannel(audio, encoder);
         ++(channel->isInput ? inputs : outputs);
     }
+    audio.SetAttribute("Inputs", inputs);
+    audio.SetAttribute("Outputs", outputs);
+}
 
-    TiXmlElement devicesElement("Devices");
-    devicesElement.SetAttribute("ID", ModuleId);
-    devicesElement.SetAttribute("BufferLength", bufferLength);
-    devicesElement.SetAttribute("ForceOsServices", forceOsServices ? 1 : 0);
-    if (!audio.NoChildren()) {
-        audio.SetAttribute("Inputs", inputs);
-        audio.SetAttribute("Outputs", outputs);
-        TiXmlElement codec("Codec");
-        codec.InsertEndChild(encoder);
-        TiXmlElement device("Device");
-        device.SetAttribute("Number", 1);
-        device.SetAttribute("Name", "System Audio");
-        device.SetAttribute("Enabled", 1);
-        device.InsertEndChild(audio);
-        device.InsertEndChild(codec);
-        devicesElement.InsertEndChild(device);
-    }
-    const TiXmlDocument document = makeDocument(devicesElement, true);
+// One document serves as the settings file and as the description that the host is sent.
+void CPlugin::writeSettings() {
+    TiXmlDocument document;
+    TiXmlElement& own = addElement(beginDocument(document, true), "Devices");
+    own.SetAttribute("ID", ModuleId);
+    own.SetAttribute("BufferLength", bufferLength);
+    own.SetAttribute("ForceOsServices", forceOsServices ? 1 : 0);
+    if (!channels.empty())
+        describeChannels(own);
     // A save that fails leaves the old file; the host is told in any case.
     if (settingsApplied)
         contain([&] { SaveXmlFile(document, SettingsPath); });

@@ -16,15 +16,13 @@ bool isHealthy(const Channel& channel) {
             (channel.startResult == paNoError || channel.startResult == paNotInitialized));
 }
 
-TiXmlDocument statusDocument(bool alarmed) {
-    TiXmlElement device("Device");
+void describeStatus(TiXmlDocument& document, bool alarmed) {
+    TiXmlElement& devices = addElement(beginDocument(document, false), "Devices");
+    devices.SetAttribute("ID", ModuleId);
+    TiXmlElement& device = addElement(devices, "Device");
     device.SetAttribute("Number", 1);
     device.SetAttribute("Time", static_cast<int>(unixSeconds()));
     device.SetAttribute("Fail", alarmed ? 1 : 0);
-    TiXmlElement devices("Devices");
-    devices.SetAttribute("ID", ModuleId);
-    devices.InsertEndChild(device);
-    return makeDocument(devices, false);
 }
 
 }  // namespace
@@ -38,7 +36,8 @@ void CPlugin::emitDeviceStatus() {
     const bool alarmed = !healthy;
     if (alarmed == deviceAlarmed)
         return;
-    const TiXmlDocument document = statusDocument(alarmed);
+    TiXmlDocument document;
+    describeStatus(document, alarmed);
     logMessage(ModuleId, g_hostCallback, LogNotice, "Emitting audio device status = %s.",
                alarmed ? "alarmed" : "ok");
     sendDocument(document, KindStatusDocument);

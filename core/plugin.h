@@ -70,6 +70,7 @@ class CPlugin {
     void applyInputs(const TiXmlElement& audio, bool fromSettings, int32_t& highestNumber);
     bool applyEnabling(const TiXmlElement* encoder);
     void applyStreams(bool mixersFailed);
+    void describeChannels(TiXmlElement& own) const;
 
     HostMessageQueue messageQueue GUARDED_BY(queueMutex);
     Mutex queueMutex;  // host threads wait for it, the worker only tries it

@@ -1,16 +1,20 @@
 #include "plugin/document.h"
 
+#include <memory>
+
 #include "plugin/utf8.h"
 
-TiXmlDocument makeDocument(const TiXmlElement& content, bool delta) {
-    TiXmlElement root("Varo");
+TiXmlElement& addElement(TiXmlNode& parent, const char* name) {
+    auto element = std::make_unique<TiXmlElement>(name);
+    return *parent.LinkEndChild(element.release())->ToElement();
+}
+
+TiXmlElement& beginDocument(TiXmlDocument& document, bool delta) {
+    document.LinkEndChild(std::make_unique<TiXmlDeclaration>().release());
+    TiXmlElement& root = addElement(document, "Varo");
     if (delta)
         root.SetAttribute("Delta", 0);
-    root.InsertEndChild(content);
-    TiXmlDocument document;
-    document.InsertEndChild(TiXmlDeclaration());
-    document.InsertEndChild(root);
-    return document;
+    return root;
 }
 
 std::string printDocument(const TiXmlDocument& document, Layout layout) {

@@ -10,14 +10,14 @@
 
 namespace {
 
-TiXmlDocument announcement() {
-    TiXmlElement module("Module");
+void announce() {
+    TiXmlDocument document;
+    TiXmlElement& module =
+        addElement(addElement(beginDocument(document, true), "Modules"), "Module");
     module.SetAttribute("Name", TAMBORIN_NAME);
     module.SetAttribute("ID", ModuleId);
     module.SetAttribute("Version", TAMBORIN_VERSION);
-    TiXmlElement modules("Modules");
-    modules.InsertEndChild(module);
-    return makeDocument(modules, true);
+    sendDocument(document, KindModuleDocument);
 }
 
 template <typename Message>
@@ -52,7 +52,7 @@ int64_t Load(const HostTable* hostTable, ModuleInfo* moduleInfo) {
 
 int64_t Open() {
     if (g_plugin != nullptr)
-        contain([] { sendDocument(announcement(), KindModuleDocument); });
+        contain([] { announce(); });
     return 0;
 }
 
