@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <ctime>
 
 #include "host/canvas.h"
 #include "host/text.h"
+#include "host/time_axis.h"
 
 namespace {
 
@@ -59,7 +59,7 @@ class Drawing {
   public:
     explicit Drawing(const PictureContent& content)
         : content_(content),
-          span_(std::max<int64_t>(content.endMs - content.beginMs, 1)),
+          axis_(content.beginMs, content.endMs, Left, Right),
           height_(TitleHeight + StatusHeight + Spacing +
                   PanelHeight * static_cast<double>(content.channels.size()) + AxisHeight +
                   LegendHeight),
@@ -78,11 +78,7 @@ class Drawing {
     void save(const std::filesystem::path& file) const { canvas_.save(file); }
 
   private:
-    double xOf(int64_t milliseconds) const {
-        const double fraction =
-            static_cast<double>(milliseconds - content_.beginMs) / static_cast<double>(span_);
-        return Left + std::clamp(fraction, 0.0, 1.0) * (Right - Left);
-    }
+    double xOf(int64_t milliseconds) const { return axis_.xOf(milliseconds); }
 
     void text(const std::string& content, double x, double baseline, double align = 0,
               double size = SmallText, const Paint& paint = Ink) {
@@ -91,7 +87,7 @@ class Drawing {
 
     void drawTitle() {
         text("Recording of " + localTime(content_.beginMs, "%Y-%m-%d %H:%M:%S") + ", " +
-                 inClockTime(static_cast<double>(span_) / 1000) + " long",
+                 inClockTime(static_cast<double>(axis_.span()) / 1000) + " long",
              Left, 36, 0, 19);
     }
 
@@ -131,8 +127,8 @@ class Drawing {
 
     void drawBackground(double top, double height) {
         canvas_.fillRectangle(Back, Left, top, Right - Left, height);
-        forEachTick(
-            [&](int64_t tick) { canvas_.line(Grid, xOf(tick), top, xOf(tick), top + height); });
+        for (const int64_t tick : axis_.ticks())
+            canvas_.line(Grid, xOf(tick), top, xOf(tick), top + height);
     }
 
     void drawChannelTitle(const Outline& outline, double baseline) {
@@ -204,7 +200,7 @@ class Drawing {
     // What a column of pixels stands for.
     Envelope::Bucket columnAt(const Envelope& envelope, double x) const {
         const double samplesPerPixel =
-            static_cast<double>(span_) * SampleRate / 1000 / (Right - Left);
+            static_cast<double>(axis_.span()) * SampleRate / 1000 / (Right - Left);
         const auto bucketAt = [&](double pixel) {
             return static_cast<size_t>((pixel - Left) * samplesPerPixel /
                                        static_cast<double>(envelope.bucketWidth()));
@@ -267,34 +263,12 @@ class Drawing {
         }
     }
 
-    // Round times of day, as many as have room for their labels.
-    template <typename Visit>
-    void forEachTick(const Visit& visit) const {
-        constexpr int64_t Room = 110;  // px
-        constexpr std::array<int64_t, 20> Steps{1,     2,     5,     10,    15,     30,    60,
-                                                120,   300,   600,   900,   1800,   3600,  7200,
-                                                10800, 21600, 43200, 86400, 172800, 604800};
-        const int64_t least = span_ * Room / static_cast<int64_t>(Right - Left);
-        const auto found =
-            std::ranges::find_if(Steps, [&](int64_t seconds) { return seconds * 1000 >= least; });
-        const int64_t step = (found == Steps.end() ? Steps.back() : *found) * 1000;
-        const auto seconds = static_cast<std::time_t>(content_.beginMs / 1000);
-        std::tm local{};
-        localtime_r(&seconds, &local);
-        const int64_t offset = int64_t{local.tm_gmtoff} * 1000;
-        for (int64_t tick = (content_.beginMs + offset + step - 1) / step * step - offset;
-             tick <= content_.endMs; tick += step)
-            visit(tick);
-    }
-
     void drawAxis(double top) {
-        constexpr int64_t Day = 86'400'000;  // ms
         canvas_.line(Faint, Left, top, Right, top);
-        forEachTick([&](int64_t tick) {
+        for (const int64_t tick : axis_.ticks()) {
             canvas_.line(Faint, xOf(tick), top, xOf(tick), top + 6);
-            text(localTime(tick, span_ > Day ? "%m-%d %H:%M" : "%H:%M:%S"), xOf(tick), top + 24,
-                 0.5, SmallText, Faint);
-        });
+            text(axis_.label(tick), xOf(tick), top + 24, 0.5, SmallText, Faint);
+        }
     }
 
     void drawLegend(double middle) {
@@ -317,7 +291,7 @@ class Drawing {
     }
 
     const PictureContent& content_;
-    const int64_t span_;  // ms
+    const TimeAxis axis_;
     const double height_;
     Canvas canvas_;
 };
