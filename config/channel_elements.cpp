@@ -1,5 +1,6 @@
 // How a channel reads and writes its elements of the configuration document.
 #include "audio/channel.h"
+#include "config/schedule.h"
 #include "plugin/document.h"
 
 namespace {
@@ -15,7 +16,7 @@ void Channel::applyInputElement(const TiXmlElement& input) {
     copyAttribute(input, "Name", Name);
     copyAttribute(input, "OsName", OsName);
     if (const TiXmlElement* schedule = input.FirstChildElement("Schedule"))
-        Schedule.reset(schedule->Clone()->ToElement());
+        Schedule = keptSchedule(*schedule);
 }
 
 void Channel::applyEnabled(const TiXmlElement* audioChannel) {

@@ -8,7 +8,6 @@
 #include <limits>
 #include <optional>
 
-#include "core/contain.h"
 #include "core/plugin.h"
 #include "devices/capture_mixers.h"
 
@@ -71,10 +70,7 @@ void CPlugin::applyConfiguration(const TiXmlElement* root, bool fromSettings) {
         createChannelsForUnclaimedDevices(highestNumber);
     if (own != nullptr) {
         const bool inputNewlyEnabled = applyEnabling(child(child(device, "Codec"), "Encoder"));
-        bool mixersFailed = false;  // a walk that memory cut short has not failed
-        if (inputNewlyEnabled)
-            contain([&] { mixersFailed = !configureCaptureMixers(); });
-        applyStreams(mixersFailed);
+        applyStreams(inputNewlyEnabled && !configureCaptureMixers());
     }
     settingsApplied = settingsApplied || fromSettings;
     if (own != nullptr || fromSettings)
@@ -143,13 +139,16 @@ void CPlugin::applyStreams(bool mixersFailed) {
     for (const auto& [id, channel] : channels) {
         if (!channel->Enabled) {
             channel->closeStream();
+            // What an input has captured since it was disabled would be sent when it is enabled.
+            if (channel->isInput)
+                channel->purgeBlocks(false);
         } else if (channel->isInput && mixersFailed) {
             channel->Enabled = false;
-            channel->purgeBlocks(false);
             logMessage(ModuleId, g_hostCallback, LogError,
                        "Force-disable input '%s' because mixer config failed.",
                        channel->Name.c_str());
             channel->closeStream();
+            channel->purgeBlocks(false);
         } else if (channel->isInput && channel->paIndex == NoDevice) {
             logMessage(ModuleId, g_hostCallback, LogError,
                        "Failed to start input stream '%s' - device missing.",

@@ -34,7 +34,7 @@ void CPlugin::writeSettings() {
     if (!channels.empty())
         describeChannels(own);
     // A save that fails leaves the old file; the host is told in any case.
-    if (settingsApplied)
+    if (settingsRead && settingsApplied)
         contain([&] { SaveXmlFile(document, SettingsPath); });
     sendDocument(document, KindModuleDocument);
 }

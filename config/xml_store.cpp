@@ -16,6 +16,8 @@
 
 namespace {
 
+constexpr off_t LargestFile = 64 << 20;  // bytes; real ones have some thousand
+
 struct FileCloser {
     void operator()(FILE* file) const { std::fclose(file); }
 };
@@ -105,10 +107,11 @@ bool failLoad(TiXmlDocument& document, int error) {
     return false;
 }
 
-// The file's text; false when it is missing, no regular file, or unreadable.
+// The file's text; false when it is missing, no regular file, too large, or unreadable.
 bool readRegularFile(const std::string& path, std::string& text) {
     struct stat status {};
-    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_size > LargestFile)
         return false;
     const FilePtr file(std::fopen(path.c_str(), "rb"));
     if (!file)

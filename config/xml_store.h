@@ -17,7 +17,8 @@
 bool SaveXmlFile(const TiXmlDocument& document, const char* path);
 
 // Fills `document` from the complete pending file of `path`, promoting it, or else from `path`.
-// False leaves TinyXML's error in the document; what is not a regular file counts as missing.
+// False leaves TinyXML's error in the document; what is not a regular file or has more than 64 MiB
+// counts as missing. Throws std::bad_alloc.
 bool LoadXmlFile(TiXmlDocument& document, const char* path);
 
 // What the last failed save in this process stumbled over, such as

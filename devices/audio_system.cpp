@@ -4,6 +4,7 @@
 
 #include "config/settings_file.h"
 #include "config/xml_store.h"
+#include "core/contain.h"
 #include "core/plugin.h"
 #include "plugin/host_link.h"
 
@@ -47,12 +48,14 @@ bool initializePortAudio(bool serviceStarted) {
 void CPlugin::startAudioSystem() {
     if (audioStarted)
         return;
-    readForceOsServices(forceOsServices);
+    // Each step by itself: when one runs out of memory the others are still taken.
+    contain([this] { readForceOsServices(forceOsServices); });
     if (initializePortAudio(isOsAudioServiceStarted(forceOsServices))) {
         audioStarted = true;
-        devices = scanDevices();
+        contain([this] { devices = scanDevices(); });
     }
     TiXmlDocument settings;
-    const bool loaded = LoadXmlFile(settings, SettingsPath);
+    bool loaded = false;
+    settingsRead = contain([&] { loaded = LoadXmlFile(settings, SettingsPath); });
     applyConfiguration(loaded ? settings.RootElement() : nullptr, true);
 }

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "core/contain.h"
 #include "plugin/host_link.h"
 
 namespace {
@@ -163,16 +164,16 @@ bool configureCard(int card) {
     bool succeeded = true;
     for (snd_mixer_elem_t* element = snd_mixer_first_elem(mixer.get()); element != nullptr;
          element = snd_mixer_elem_next(element))
-        succeeded = configureElement(element, label) && succeeded;
+        contain([&] { succeeded = configureElement(element, label) && succeeded; });
     return succeeded;
 }
 
 }  // namespace
 
-bool configureCaptureMixers() {
+bool configureCaptureMixers() noexcept {
     bool succeeded = true;
     int card = -1;
     while (snd_card_next(&card) == 0 && card >= 0)
-        succeeded = configureCard(card) && succeeded;
+        contain([&] { succeeded = configureCard(card) && succeeded; });
     return succeeded;
 }

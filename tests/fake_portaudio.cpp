@@ -78,4 +78,6 @@ PaError Pa_CloseStream(PaStream* stream) {
     return paNoError;
 }
 PaError Pa_IsStreamActive(PaStream* stream) { return static_cast<FakeStream*>(stream)->active; }
-const PaStreamInfo* Pa_GetStreamInfo(PaStream* /*stream*/) { return &fakePortAudio.streamInfo; }
+const PaStreamInfo* Pa_GetStreamInfo(PaStream* stream) {
+    return Pa_IsStreamActive(stream) == paBadStreamPtr ? nullptr : &fakePortAudio.streamInfo;
+}

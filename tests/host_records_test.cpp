@@ -82,6 +82,28 @@ TEST_F(HostRecords, MovedMessageReleasesOnce) {
     g_hostCallback = hostTable_.hostCallback;
 }
 
+// A host that lends anew, in the running module, what comes back to it: no lock is held then.
+TEST_F(HostRecords, WritesFromWithinARelease) {
+    static int released;
+    released = 0;
+    fakePortAudio.addDevice("default");
+    g_hostCallback = [](const HostMessage* message, int32_t reserved) {
+        const bool isFirst = message->kind == KindBufferRelease && released++ == 0;
+        EXPECT_TRUE(!isFirst || write("again", {1}, Channel0 + 1, TypeAudio));
+        return receive(message, reserved);
+    };
+    fakeClock.onPause = [] {
+        EXPECT_TRUE(released > 0 || write("first", {}, Channel0 + 1, TypeAudio));
+        std::vector<int16_t> sound(2048);
+        if (!fakePortAudio.streams.empty())
+            fakePortAudio.streams.back().play(sound);
+        if (released > 1)
+            Close();
+    };
+    run();
+    g_hostCallback = hostTable_.hostCallback;
+}
+
 // A host that lends anew whatever comes back to it, to the very end.
 TEST_F(HostRecords, CallsFromWithinUnloadAreRefused) {
     static int accepted;

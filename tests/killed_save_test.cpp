@@ -7,9 +7,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <set>
+#include <thread>
+#include <tuple>
 
 #include "config/xml_store.h"
 #include "module_test.h"
@@ -52,6 +55,10 @@ struct FaultyDisk {
 };
 FaultyDisk disk;
 
+// Saves between their opening of the pending file and its renaming: now, and the most there were.
+std::atomic<int> saving = 0;
+std::atomic<int> mostSaving = 0;
+
 }  // namespace
 
 extern "C" {
@@ -70,6 +77,8 @@ FILE* __wrap_fopen(const char* path, const char* mode) {
     FILE* file = __real_fopen(path, mode);
     if (disk.inUse && file != nullptr && *mode == 'w')
         disk.file = dup(fileno(file));
+    if (*mode == 'w')
+        mostSaving = std::max(mostSaving.load(), ++saving);
     return file;
 }
 size_t __wrap_fwrite(const void* data, size_t size, size_t count, FILE* file) {
@@ -86,6 +95,7 @@ int __wrap_fsync(int descriptor) {
     struct stat status {};
     if (disk.inUse && fstat(descriptor, &status) == 0)
         disk.syncedLength = status.st_size;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return fails ? -1 : __real_fsync(descriptor);
 }
 int __wrap_fclose(FILE* file) {
@@ -93,6 +103,7 @@ int __wrap_fclose(FILE* file) {
     return __real_fclose(file) != 0 || fails ? EOF : 0;
 }
 int __wrap_rename(const char* from, const char* to) {
+    --saving;
     return disk.fails() ? -1 : __real_rename(from, to);
 }
 int __wrap_unlink(const char* path) { return disk.fails() ? -1 : __real_unlink(path); }
@@ -180,6 +191,40 @@ TEST_F(KilledSave, LeavesTheOldOrTheNewDocument) {
         for (fault.failingCall = 0; saveAndKillOn(fault); ++fault.failingCall) {
         }
     EXPECT_GT(kills_, 250);
+}
+
+TEST_F(KilledSave, SaysWhatFailed) {
+    constexpr size_t Short = 10;
+    const std::string onlyWrote =
+        "only wrote 10 of " + std::to_string(printed(new_).size()) + " bytes";
+    // Calls: create, write, flush, sync, close, rename. The pending file may be promoted by others.
+    for (const auto& [call, error, failure] : std::vector<std::tuple<int, int, std::string>>{
+             {0, EACCES, "create error 13 - Permission denied"},
+             {1, EIO, "write error 5 - Input/output error"},
+             {1, 0, onlyWrote},
+             {2, EIO, ""},
+             {3, EIO, ""},
+             {4, EDQUOT, "close error 122 - Disk quota exceeded"},
+             {5, EXDEV,
+              "Failed to rename .xml.pending to .xml file 18 - Invalid cross-device link"},
+             {5, ENOENT, ""}}) {
+        disk = {.inUse = true, .failingCall = call, .error = error, .shortLength = Short};
+        const bool saved = SaveXmlFile(new_, Target);
+        disk = {};
+        EXPECT_EQ(saved ? "" : lastXmlSaveFailure(), failure) << call;
+    }
+}
+
+TEST_F(KilledSave, SavesOfOnePathTakeTurns) {
+    saving = mostSaving = 0;
+    const auto save = [this] {
+        for (int i = 0; i < 20; ++i)
+            EXPECT_TRUE(SaveXmlFile(new_, Target));
+    };
+    std::thread other(save);
+    save();
+    other.join();
+    EXPECT_EQ(mostSaving, 1);
 }
 
 }  // namespace

@@ -47,6 +47,13 @@ class ModuleTest : public testing::Test {
         return ioctl("document", xml, IoctlConfiguration);
     }
 
+    // Buffers that the module has, or is being offered.
+    static size_t lent() {
+        const std::lock_guard held(mutex_);
+        return loans_.size();
+    }
+    static int32_t receive(const HostMessage* message, int32_t reserved);
+
     HostTable hostTable_{};
     ModuleInfo moduleInfo_{};
     static inline int32_t threshold;           // what level queries are answered
@@ -62,7 +69,6 @@ class ModuleTest : public testing::Test {
         size_t size;
         std::unique_ptr<uint8_t[]> bytes;
     };
-    static int32_t receive(const HostMessage* message, int32_t reserved);
     static const void* lend(const std::string& name, const void* data, size_t size);
     static bool settle(const void* buffer, bool accepted);
     static std::string takeBack(const void* buffer);

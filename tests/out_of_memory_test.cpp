@@ -51,14 +51,18 @@ TEST_F(ModuleTest, OutOfMemory) {
     long failing = 0;  // which allocation fails in this round
     bool hasFailed = true;
     size_t refused = 0;
+    bool written = false;
     int step = 0;
     fakeClock.onPause = [&] {
         switch (step++ % 3) {
             case 0:  // the pass after this runs short of memory somewhere
+                EXPECT_TRUE(failing == 0 || trace.find("release block") != std::string::npos)
+                    << failing;
                 if (__lsan_disable != nullptr)
                     __lsan_disable();
                 allocationsLeft = failing++;
-                refused += write("written", codes, Channel0 + 1, TypeAudio) ? 0 : 1;
+                written = write("block", codes, Channel0 + 1, TypeAudio);
+                refused += written ? 0 : 1;
                 refused += configure(text) ? 0 : 1;
                 refused += ioctl("noted", "<a/>", IoctlHostDocument) ? 0 : 1;
                 refused += fakePortAudio.streams.front().capture(sound) == paContinue ? 0 : 1;
@@ -68,8 +72,8 @@ TEST_F(ModuleTest, OutOfMemory) {
                 allocationsLeft = -1;
                 if (__lsan_enable != nullptr)
                     __lsan_enable();
-                // Memory is back: a new block is taken, decoded, played and handed back.
-                EXPECT_TRUE(write("later", codes, Channel0 + 1, TypeAudio));
+                // Memory is back: the block, or a new one, is decoded, played and handed back.
+                EXPECT_TRUE(written || write("block", codes, Channel0 + 1, TypeAudio));
                 EXPECT_TRUE(configure(text));
                 EXPECT_EQ(fakePortAudio.streams.front().capture(sound), paContinue);
                 takeTrace();
@@ -91,6 +95,39 @@ TEST_F(ModuleTest, OutOfMemory) {
     EXPECT_FALSE(hasFailed) << "the worker has ended by itself";
     EXPECT_GT(failing, 50);
     EXPECT_GE(refused, 4U);  // each of the four has met its own end of memory
+}
+
+// Whatever the start has no memory for: the audio system comes up, and the settings are not lost.
+TEST_F(ModuleTest, OutOfMemoryAtTheStart) {
+    const std::string ours = "<Varo><Devices ID='1310720'";
+    fakePortAudio.addDevice("default");
+    bool hasFailed = true;
+    bool isBack = false;
+    fakeClock.onPause = [&] {
+        if (isBack)
+            Close();
+        hasFailed = hasFailed && (isBack || allocationsLeft < 0);
+        isBack = true;
+        allocationsLeft = -1;
+        configure(ours + " BufferLength='300'/></Varo>");
+    };
+    if (__lsan_disable != nullptr)
+        __lsan_disable();
+    for (long failing = 0; hasFailed; ++failing) {
+        std::ofstream("tamborin.xml") << ours +
+                                             "><Device><Audio><Input Number='7' Name='Kept'/>"
+                                             "</Audio></Device></Devices></Varo>";
+        takeTrace();
+        isBack = false;
+        allocationsLeft = failing;
+        run();
+        EXPECT_NE(trace.find("Portaudio initialized."), std::string::npos) << failing;
+        EXPECT_NE(fileContent("tamborin.xml").find("Kept"), std::string::npos) << failing;
+        Unload();
+        Load(&hostTable_, &moduleInfo_);
+    }
+    if (__lsan_enable != nullptr)
+        __lsan_enable();
 }
 
 }  // namespace

@@ -95,4 +95,37 @@ TEST_F(Stress, AccountOfBuffersBalances) {
     EXPECT_EQ(Driver::strangeSamples, 0U);
 }
 
+// What a hint announces is done though no later write announces it again: each block comes back.
+TEST_F(Stress, NothingWaitsForTheNextWrite) {
+    threshold = LogError;
+    fakePortAudio.addDevice("default");
+    std::thread device;
+    std::atomic<bool> closing = false;
+    fakePortAudio.whileStarting = [&](const FakeStream& stream) {
+        device = std::thread([&] {
+            for (std::vector<int16_t> sound(2048); !closing;)
+                stream.play(sound);
+        });
+    };
+    fakePortAudio.whileClosing = [&](FakeStream&) {
+        closing = true;
+        device.join();
+        closing = false;
+    };
+    std::atomic<bool> running = false;
+    fakeClock.onPause = [&] { running = true; };
+    std::thread worker(run);
+    while (!running)
+        std::this_thread::yield();
+    for (int round = 0; round < 5'000 && lent() == 0; ++round) {
+        EXPECT_TRUE(write("ball", std::vector<uint8_t>(2048), Channel0 + 1, TypeAudio));
+        const auto begin = std::chrono::steady_clock::now();
+        while (lent() != 0 && std::chrono::steady_clock::now() - begin < 60s)
+            std::this_thread::yield();
+    }
+    EXPECT_EQ(lent(), 0U);
+    Close();
+    worker.join();
+}
+
 }  // namespace

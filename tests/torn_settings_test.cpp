@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 
 #include <csignal>
-#include <thread>
 
 #include "config/xml_store.h"
 #include "module_test.h"
@@ -56,6 +55,8 @@ TEST_F(TornSettings, WhatIsNoDocument) {
         put(Target, text);
         EXPECT_FALSE(LoadXmlFile(loaded, Target)) << text;
     }
+    std::filesystem::resize_file(Target, uintmax_t{1} << 40);  // more than memory holds
+    EXPECT_FALSE(LoadXmlFile(loaded, Target));
     std::filesystem::remove(Target);
     std::filesystem::create_directory(Target);
     EXPECT_FALSE(LoadXmlFile(loaded, Target));
@@ -75,12 +76,8 @@ TEST_F(TornSettings, SaveReplacesWholeAndIndented) {
 TEST_F(TornSettings, FailedSavesLeaveTheOldFile) {
     const TiXmlDocument fresh = makeDocument("<New>" + std::string(9000, 'x') + "</New>");
     EXPECT_FALSE(SaveXmlFile(fresh, "nowhere/f.xml"));
-    EXPECT_EQ(lastXmlSaveFailure(), "create error 2 - No such file or directory");
-
     std::filesystem::create_directories("dir.xml/child");
     EXPECT_FALSE(SaveXmlFile(fresh, "dir.xml"));
-    EXPECT_EQ(lastXmlSaveFailure(),
-              "Failed to rename .xml.pending to .xml file 21 - Is a directory");
     EXPECT_TRUE(exists("dir.xml.pending"));
 
     // A disk that is full after some bytes: a file size limit cuts the write short.
@@ -97,24 +94,6 @@ TEST_F(TornSettings, FailedSavesLeaveTheOldFile) {
         EXPECT_FALSE(exists(Pending));
         EXPECT_EQ(fileContent(Target), "<Old/>");
     }
-}
-
-TEST_F(TornSettings, SavesAndLoadsOfOnePathDoNotOverlap) {
-    const TiXmlDocument one = makeDocument("<One>" + std::string(50'000, '1') + "</One>");
-    const TiXmlDocument two = makeDocument("<Two>" + std::string(20'000, '2') + "</Two>");
-    SaveXmlFile(one, Target);
-    std::vector<std::thread> threads;
-    for (const TiXmlDocument* mine : {&one, &two})
-        threads.emplace_back([mine] {
-            for (int i = 0; i < 50; ++i) {
-                EXPECT_TRUE(SaveXmlFile(*mine, Target));
-                TiXmlDocument loaded;
-                ASSERT_TRUE(LoadXmlFile(loaded, Target));
-                EXPECT_GE(std::string(loaded.RootElement()->GetText()).size(), 20'000U);
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
 }
 
 }  // namespace

@@ -221,6 +221,14 @@ class Transcript : public ModuleTest {
         {"latency", [](auto& in) { fakePortAudio.streamInfo.inputLatency = std::stod(word(in)); }},
         {"capture", [](auto& in) { callBack({static_cast<int16_t>(number(in))}, 2048); }},
         {"play", [](auto&) { callBack({}, 2048); }},
+        {"no_buffers",
+         [](auto&) {
+             const FakeStream& stream = fakePortAudio.streams.back();
+             EXPECT_EQ(stream.callback(nullptr, nullptr, 2048, nullptr, 0, stream.userData),
+                       paAbort);
+         }},
+        {"capture_while_closing",
+         [](auto&) { fakePortAudio.whileClosing = [](FakeStream&) { callBack({100}, 2048); }; }},
         {"slow_start",
          [](auto& in) {
              fakePortAudio.whileStarting = [time = number(in)](FakeStream&) {
