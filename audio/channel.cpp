@@ -21,7 +21,7 @@ Channel::Channel(uint32_t number, bool input)
 Channel::~Channel() { closeStream(); }
 
 void Channel::purgeBlocks(bool onlyPlayed) {
-    if (onlyPlayed && !somePlayed.exchange(false))
+    if (onlyPlayed && !take(somePlayed))
         return;
     // Outlives the lock: destroying its blocks calls the host and frees memory.
     BlockQueue removed;

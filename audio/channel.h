@@ -108,6 +108,8 @@ class Channel {
     };
     Undecoded findUndecoded() EXCLUDES(queueLock);
     bool hasStream();
+    // Takes what a hint announces. Looks before it takes: most passes find nothing.
+    static bool take(std::atomic<bool>& hint) noexcept { return hint && hint.exchange(false); }
     size_t queuedBlocks() const NO_THREAD_SAFETY_ANALYSIS { return blocks.size(); }
     const char* directionWord() const { return isInput ? "input" : "output"; }
 

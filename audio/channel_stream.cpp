@@ -70,11 +70,11 @@ void Channel::closeStream() {
 // back, whatever the watchdog still holds.
 void Channel::beginWatchdogPeriod() {
     nextWatchdogUnit =
-        steadyNow() + (WatchdogArmed - std::min(watchdog.load(), WatchdogArmed)) * WatchdogUnit;
+        steadyTick() + (WatchdogArmed - std::min(watchdog.load(), WatchdogArmed)) * WatchdogUnit;
 }
 
 bool Channel::isTimedOut() {
-    const SteadyTime now = steadyNow();
+    const SteadyTime now = steadyTick();
     const uint32_t units = watchdog.load();
     // Fully armed: the stream has called back since the last look, its period starts here.
     if (units < WatchdogArmed && now < nextWatchdogUnit)

@@ -30,7 +30,7 @@ Channel::Undecoded Channel::findUndecoded() {
 // without the lock while the samples are made. What is written meanwhile waits for the next pass:
 // a host that writes faster than we decode must not keep us here.
 void Channel::preparePlayback() {
-    if (!someWritten.exchange(false))
+    if (!take(someWritten))
         return;
     const Undecoded undecoded = findUndecoded();
     for (AudioBlock* block = undecoded.oldest; block != nullptr;) {

@@ -15,31 +15,33 @@
 
 namespace {
 
-constexpr int32_t Bias = 132;             // puts every segment's start at a power of two
-constexpr int32_t LargestBiased = 32767;  // segment 7, step 15
+constexpr int16_t Bias = 132;                           // puts segments at powers of two
+constexpr int16_t LargestMagnitude = 32767 - Bias;      // segment 7, step 15
+constexpr int32_t Step15OfSegment0 = Bias + (15 << 3);  // biased
 constexpr uint32_t SignBit = 0x80;
 
 // Branch-free, so that the loops below vectorise. A biased magnitude is at least 2^7 and below
 // 2^15: exact in a float, whose exponent then is the segment and whose top four mantissa bits are
 // the step, side by side as the code wants them.
 inline uint8_t encode(int16_t sample) noexcept {
-    const int32_t negative = sample >> 15;  // all ones or zero
-    const int32_t biased = std::min((sample ^ negative) + Bias, LargestBiased);
+    const auto negative = static_cast<int16_t>(sample >> 15);  // all ones or zero
+    const auto magnitude = static_cast<int16_t>(sample ^ negative);
+    const auto biased = static_cast<int16_t>(std::min(magnitude, LargestMagnitude) + Bias);
     constexpr uint32_t ExponentOfSegment0 = 127 + 7;
     const uint32_t segmentAndStep =
         (std::bit_cast<uint32_t>(static_cast<float>(biased)) >> 19) - (ExponentOfSegment0 << 4);
-    return static_cast<uint8_t>(~(segmentAndStep | (static_cast<uint32_t>(negative) & SignBit)));
+    return static_cast<uint8_t>(~segmentAndStep ^ (static_cast<uint32_t>(negative) & SignBit));
 }
 
-// In 16 bits throughout, and shifted bit by bit of the segment: only the newest machines shift each
-// of many short numbers by a distance of its own.
+// In 8 bits as long as it fits, and with the segment as a factor, made bit by bit: only the newest
+// machines shift each of many short numbers by a distance of its own. A code's bits are inverted.
 inline int16_t decode(uint8_t code) noexcept {
-    const auto bits = static_cast<uint16_t>(~code);
-    auto biased = static_cast<uint16_t>(((bits & 0x0F) << 3) + Bias);
-    biased = static_cast<uint16_t>((bits & 0x10) != 0 ? biased << 1 : biased);
-    biased = static_cast<uint16_t>((bits & 0x20) != 0 ? biased << 2 : biased);
-    biased = static_cast<uint16_t>((bits & 0x40) != 0 ? biased << 4 : biased);
-    return static_cast<int16_t>((bits & SignBit) != 0 ? Bias - biased : biased - Bias);
+    const auto biased = static_cast<uint8_t>(Step15OfSegment0 - ((code & 0x0F) << 3));
+    auto factor = static_cast<uint8_t>((code & 0x40) != 0 ? 1 : 16);
+    factor = static_cast<uint8_t>((code & 0x20) != 0 ? factor : factor * 4);
+    factor = static_cast<uint8_t>((code & 0x10) != 0 ? factor : factor * 2);
+    const auto magnitude = static_cast<int16_t>(biased * factor - Bias);
+    return static_cast<int16_t>((code & SignBit) != 0 ? magnitude : -magnitude);
 }
 
 }  // namespace

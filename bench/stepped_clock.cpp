@@ -12,6 +12,13 @@ std::chrono::milliseconds skipped{0};  // worker's thread
 
 SteadyTime steadyNow() noexcept { return std::chrono::steady_clock::now() + skipped; }
 
+SteadyTime steadyTick() noexcept {
+    timespec tick{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &tick);
+    return SteadyTime(std::chrono::seconds(tick.tv_sec) + std::chrono::nanoseconds(tick.tv_nsec)) +
+           skipped;
+}
+
 timeval wallClockNow() noexcept {
     timeval now{};
     gettimeofday(&now, nullptr);

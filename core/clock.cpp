@@ -4,6 +4,12 @@
 
 SteadyTime steadyNow() noexcept { return std::chrono::steady_clock::now(); }
 
+SteadyTime steadyTick() noexcept {
+    timespec tick{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &tick);
+    return SteadyTime(std::chrono::seconds(tick.tv_sec) + std::chrono::nanoseconds(tick.tv_nsec));
+}
+
 timeval wallClockNow() noexcept {
     timeval now{};
     gettimeofday(&now, nullptr);

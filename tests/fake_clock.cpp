@@ -3,6 +3,7 @@
 #include "core/clock.h"
 
 SteadyTime steadyNow() noexcept { return SteadyTime(fakeClock.steady); }
+SteadyTime steadyTick() noexcept { return steadyNow(); }
 timeval wallClockNow() noexcept { return {fakeClock.wallSeconds, fakeClock.wallMicroseconds}; }
 int64_t unixSeconds() noexcept { return fakeClock.wallSeconds; }
 void pauseOneMillisecond() noexcept {

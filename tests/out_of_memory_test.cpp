@@ -97,6 +97,25 @@ TEST_F(ModuleTest, OutOfMemory) {
     EXPECT_GE(refused, 4U);  // each of the four has met its own end of memory
 }
 
+// Neither idle passes nor sending what was captured may allocate: a single allocation would fail.
+TEST_F(ModuleTest, SendsWithoutAllocating) {
+    fakePortAudio.addDevice("default");
+    configure(
+        "<Varo><Devices ID='1310720'><Device><Codec><Encoder><AudioChannel Number='0' "
+        "Enabled='1'/></Encoder></Codec></Device></Devices></Varo>");
+    fakeClock.onPause = [pass = 0]() mutable {
+        if (++pass == 2) {
+            fakePortAudio.streams.front().capture(std::vector<int16_t>(2048));
+            allocationsLeft = 0;
+        } else if (pass == 10) {
+            EXPECT_EQ(std::exchange(allocationsLeft, -1), 0) << "a pass has allocated";
+            EXPECT_NE(trace.find("audio"), std::string::npos);
+            Close();
+        }
+    };
+    run();
+}
+
 // Whatever the start has no memory for: the audio system comes up, and the settings are not lost.
 TEST_F(ModuleTest, OutOfMemoryAtTheStart) {
     const std::string ours = "<Varo><Devices ID='1310720'";
