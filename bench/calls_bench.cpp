@@ -81,6 +81,7 @@ void report(benchmark::State& state, std::vector<double>& durations) {
         return durations[static_cast<size_t>(part * static_cast<double>(durations.size() - 1))];
     };
     state.counters["median"] = quantile(0.5);
+    state.counters["p99.9"] = quantile(0.999);  // of few calls
     state.counters["p99.99"] = quantile(0.9999);
     state.counters["longest"] = durations.back();
 }
@@ -127,6 +128,26 @@ void call(benchmark::State& state, Call which, Around around) {
     fakeAudio.opening = 0ms;
 }
 
+// What a call that queues something cannot do without.
+void allocationAndLock(benchmark::State& state) {
+    std::vector<double> durations;
+    std::vector<std::unique_ptr<AudioBlock>> blocks;
+    blocks.reserve(static_cast<size_t>(Calls));
+    Mutex mutex;
+    for (auto _ : state) {
+        const auto begin = Clock::now();
+        auto block = std::make_unique<AudioBlock>();
+        {
+            const MutexLock held(mutex);
+            blocks.push_back(std::move(block));
+        }
+        const std::chrono::duration<double> duration = Clock::now() - begin;
+        state.SetIterationTime(duration.count());
+        durations.push_back(duration.count());
+    }
+    report(state, durations);
+}
+
 // What reading the clock twice takes of every figure above.
 void nothing(benchmark::State& state) {
     std::vector<double> durations;
@@ -143,6 +164,7 @@ void nothing(benchmark::State& state) {
     BENCHMARK_CAPTURE(call, which##_Alone, which, Alone)->UseManualTime()->Iterations(Calls);     \
     BENCHMARK_CAPTURE(call, which##_Running, which, Running)->UseManualTime()->Iterations(Calls); \
     BENCHMARK_CAPTURE(call, which##_Opening, which, Opening)->UseManualTime()->Iterations(Calls)
+BENCHMARK(allocationAndLock)->UseManualTime()->Iterations(Calls);
 BENCHMARK(nothing)->UseManualTime()->Iterations(Calls);
 BENCHMARK_CALL(WriteAudio);
 BENCHMARK_CALL(WriteRefused);

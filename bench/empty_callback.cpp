@@ -1,6 +1,8 @@
-// The least that a program on PortAudio can do: captures one channel as the module does, and throws
-// it away. Until it is killed.
+// The least that a program on PortAudio can do: captures one channel and throws it away, until it
+// is killed. With an argument it pauses again and again, for so many milliseconds.
 #include <portaudio.h>
+
+#include <cstdlib>
 
 namespace {
 
@@ -12,12 +14,13 @@ int callBack(const void* /*input*/, void* /*output*/, unsigned long /*frames*/,
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+    const long pause = argc > 1 ? std::strtol(argv[1], nullptr, 10) : 1000;
     PaStream* stream = nullptr;
     if (Pa_Initialize() != paNoError ||
         Pa_OpenDefaultStream(&stream, 1, 0, paInt16, 8000, 2048, callBack, nullptr) != paNoError ||
         Pa_StartStream(stream) != paNoError)
         return 1;
     for (;;)
-        Pa_Sleep(1000);
+        Pa_Sleep(pause);
 }

@@ -119,6 +119,14 @@ void nanosleepOneMillisecond(benchmark::State& state) {
         nanosleep(&oneMillisecond, nullptr);
 }
 
+// What a pass takes of the clock: its pause's beginning and end, and one look for the benchmark.
+void threeClockReadings(benchmark::State& state) {
+    for (auto _ : state)
+        for (int i = 0; i < 3; ++i)
+            benchmark::DoNotOptimize(steadyNow());
+}
+
+BENCHMARK(threeClockReadings);
 BENCHMARK(idle)->Arg(0)->Arg(4)->Arg(240)->UseManualTime();
 BENCHMARK(capturing)->Arg(4)->Arg(240)->UseManualTime();
 BENCHMARK(playing)->Arg(4)->Arg(240)->UseManualTime();

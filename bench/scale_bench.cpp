@@ -6,13 +6,17 @@
 
 #include <array>
 #include <chrono>
+#include <memory>
+#include <vector>
 
 #include "audio/channel.h"
+#include "audio/ulaw.h"
 #include "bench/module.h"
 #include "bench/passes.h"
 #include "config/settings_file.h"
 #include "config/xml_parse.h"
 #include "config/xml_store.h"
+#include "plugin/document.h"
 #include "plugin/host_link.h"
 
 namespace {
@@ -54,6 +58,17 @@ void capture(benchmark::State& state) {
         return true;
     });
     state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+// What a captured block cannot do without: a copy of it, its codes.
+void bareBlock(benchmark::State& state) {
+    const std::array<int16_t, FramesPerBuffer> sound{};
+    std::array<uint8_t, FramesPerBuffer> codes{};
+    for (auto _ : state) {
+        const AudioBlockPtr block = makeCapturedBlock(sound.data(), sound.size());
+        ulawEncode(codes.data(), reinterpret_cast<const int16_t*>(block->data), sizeof sound);
+        benchmark::ClobberMemory();
+    }
 }
 
 // ---- documents, with the time in fsync apart
@@ -111,6 +126,20 @@ void parseDocument(benchmark::State& state) {
     }
 }
 
+void describe(benchmark::State& state) {
+    std::vector<std::unique_ptr<Channel>> channels;
+    for (uint32_t number = 0; number < state.range(0); ++number)
+        channels.push_back(std::make_unique<Channel>(number, true));
+    for (auto _ : state) {
+        TiXmlDocument document;
+        TiXmlElement& root = beginDocument(document, true);
+        TiXmlElement& audio = addElement(root, "Audio");
+        TiXmlElement& encoder = addElement(root, "Encoder");
+        for (const auto& channel : channels)
+            channel->describeChannel(audio, encoder);
+    }
+}
+
 void saveDocument(benchmark::State& state) {
     std::string text = description(static_cast<int>(state.range(0)));
     TiXmlDocument document;
@@ -133,8 +162,10 @@ void sendDescription(benchmark::State& state) {
 }
 
 BENCHMARK(capture)->Arg(1)->Arg(4)->Arg(16)->Arg(64)->Arg(240);
+BENCHMARK(bareBlock);
 BENCHMARK(wholeDocument)->Arg(4)->Arg(240)->UseManualTime();
 BENCHMARK(parseDocument)->Arg(4)->Arg(240);
+BENCHMARK(describe)->Arg(4)->Arg(240);
 BENCHMARK(saveDocument)->Arg(4)->Arg(240)->UseRealTime();
 BENCHMARK(sendDescription)->Arg(4)->Arg(240);
 

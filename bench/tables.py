@@ -45,6 +45,10 @@ def table(*rows):
     return "\n".join([lines[0], "|" + "---|" * len(rows[0]), *lines[1:]])
 
 
+def per_second(one):
+    return one["real_time"] / 1e9
+
+
 def per_item(one):
     return 1 / one["items_per_second"]
 
@@ -55,8 +59,8 @@ def machine():
         model = re.search(r"model name\s*: (.*)", file.read())
     with open(os.path.join(results, "compiler")) as file:
         compiler = file.read().strip()
-    loads = [f"{load(name + '.json')['context']['load_avg'][0]:.1f}"
-             for name in ("codec", "pass", "callbacks", "calls", "latency", "scale")
+    loads = [f"{name} {load(name + '.json')['context']['load_avg'][0]:.1f}"
+             for name in ("codec", "pass", "scale", "calls", "latency", "callbacks")
              if load(name + ".json")["context"].get("load_avg")]
     return table(
         ["", ""],
@@ -97,13 +101,16 @@ def worker_pass():
             took = per_item(one)
             rows.append([kind, count, seconds(took), seconds(took / count) if count else "",
                          f"{100 * took / sleep_cpu:.1f} %", f"{one['allocations']:.3g}"])
+    clocks = per_second(found["threeClockReadings"])
+    rows.append(["limit: three clock readings", "", seconds(clocks), "",
+                 f"{100 * clocks / sleep_cpu:.1f} %", "0"])
     rows.append(["nanosleep of 1 ms", "", f"{seconds(sleep['real_time'] / 1e9)}, "
                  f"{seconds(sleep_cpu)} of them CPU", "", "100 %", ""])
     return table(*rows)
 
 
 def system_calls():
-    """From strace's counts of two runs of the same benchmark."""
+    """From strace's counts."""
     found = benchmarks("strace")
     passes = sum(one["passes"] for one in found.values())
     with open(os.path.join(results, "strace.txt")) as file:
@@ -133,15 +140,22 @@ def calls():
     found = benchmarks("calls")
     labels = {"WriteAudio": "`Write`", "WriteRefused": "`Write`, refused record",
               "IoctlDocument": "`IOCTL` 2", "IoctlIgnored": "`IOCTL` 4",
-              "WriteToOpening": "`Write` to the output being opened"}
-    rows = [["median / p99.99", "alone", "worker running", "worker opening a stream (5 ms each)"]]
+              "WriteToOpening": "`Write` to the output being opened (p99.9)"}
+    rows = [["median / p99.99", "alone", "worker running", "worker opening a stream (5 ms each)",
+             "alone, x limit"]]
+    limit = found["allocationAndLock"]
 
-    def cell(one):
-        return f"{seconds(one['median'])} / {seconds(one['p99.99'])}" if one else ""
+    def cell(one, tail="p99.99"):
+        return f"{seconds(one['median'])} / {seconds(one[tail])}" if one else ""
     for name, label in labels.items():
-        rows.append([label, *(cell(found.get(f"call/{name}_{around}"))
-                              for around in ("Alone", "Running", "Opening"))])
-    rows.append(["reading the clock, part of all", cell(found["nothing"]), "", ""])
+        tail = "p99.9" if name == "WriteToOpening" else "p99.99"
+        alone = found.get(f"call/{name}_Alone")
+        queues = name in ("WriteAudio", "IoctlDocument")
+        rows.append([label, *(cell(found.get(f"call/{name}_{around}"), tail)
+                              for around in ("Alone", "Running", "Opening")),
+                     f"{alone['median'] / limit['median']:.2f}" if queues else ""])
+    rows.append(["limit: an allocation and a lock", cell(limit), "", "", "1"])
+    rows.append(["reading the clock, part of all", cell(found["nothing"]), "", "", ""])
     return table(*rows)
 
 
@@ -159,13 +173,15 @@ def latency():
 
 def scale():
     found = benchmarks("scale")
-    rows = [["channels", "CPU per channel-hour, pauses apart", "with the pauses' CPU"]]
+    rows = [["channels", "CPU per channel-hour, pauses apart", "x limit", "with the pauses' CPU"]]
     sleep = benchmarks("pass")["nanosleepOneMillisecond"]
     pauses = 3600 / (sleep["real_time"] / 1e9) * sleep["cpu_time"] / 1e9
+    blocks = 3600 * 8000 / 2048
+    limit = found["bareBlock"]["cpu_time"] / 1e9 * blocks
     for count in (1, 4, 16, 64, 240):
-        blocks = 3600 * 8000 / 2048
         took = found[f"capture/{count}"]["cpu_time"] / 1e9 / count * blocks
-        rows.append([count, seconds(took), seconds(took + pauses / count)])
+        rows.append([count, seconds(took), f"{took / limit:.1f}", seconds(took + pauses / count)])
+    rows.append(["limit: a block copied and encoded", seconds(limit), "1", ""])
     return table(*rows)
 
 
@@ -176,11 +192,12 @@ def documents():
     for count in (4, 240):
         whole = found[f"wholeDocument/{count}"]
         save = found[f"saveDocument/{count}"]
-        parts = {"parse": found[f"parseDocument/{count}"]["real_time"] / 1e9,
-                 "save, but for fsync": save["real_time"] / 1e9 - save["fsync"],
-                 "send": found[f"sendDescription/{count}"]["real_time"] / 1e9}
-        total = whole["real_time"] / 1e9 - whole["fsync"]
-        steps[count] = {**parts, "apply and describe (the rest)": total - sum(parts.values()),
+        parts = {"parse": per_second(found[f"parseDocument/{count}"]),
+                 "describe": per_second(found[f"describe/{count}"]),
+                 "save, but for fsync": per_second(save) - save["fsync"],
+                 "send": per_second(found[f"sendDescription/{count}"])}
+        total = per_second(whole) - whole["fsync"]
+        steps[count] = {**parts, "apply (the rest)": total - sum(parts.values()),
                         "**all, but for fsync**": total, "fsync": whole["fsync"]}
     for step in steps[4]:
         rows.append([step, *(seconds(steps[count][step]) for count in (4, 240))])

@@ -3,35 +3,41 @@
 
     private-pulseaudio whole_process.py BUILD_FOLDER
 
-Each program in turn records the same sound server to a mu-law file. What it takes to start is left
-out: the CPU time of all its threads is read twice, once it records and SECONDS later.
+The programs take turns in recording the same sound server to a mu-law file. What it takes to start
+is left out: the CPU time of all threads is read twice, once the program records and SECONDS later.
 """
 import glob
 import json
+import os
 import signal
+import statistics
 import subprocess
 import sys
 import tempfile
 import time
 
-SETTLING = 3  # seconds; a first callback comes after up to 2
-SECONDS = 9
+SETTLING = 4  # seconds; a first callback comes after up to 2
+SECONDS = 8
+TURNS = 3  # the middle one counts
+LEAST_GROWTH = 6000  # bytes a second, of 8000: a program that records less is not compared
 
 build = sys.argv[1]
 folder = tempfile.mkdtemp(prefix="tamborin-bench-")
 alsa = ["-D", "default", "-q", "-f", "MU_LAW", "-r", "8000", "-c", "1", "-t", "au"]
 programs = {
     "PortAudio, empty callback, no file": [build + "/empty_callback"],
+    "the same, with a pause of 1 ms after the other": [build + "/empty_callback", "1"],
     "tamborin-host record": [build + "/tamborin-host", "record", "--input", "0",
                              "--dir", folder, "--out", folder],
     "arecord": ["arecord", *alsa, folder + "/arecord.au"],
     "arecord, 256 ms periods": ["arecord", *alsa, "--period-size=2048", "--buffer-size=8192",
                                 folder + "/periods.au"],
-    "ffmpeg (alsa, pcm_mulaw)": ["ffmpeg", "-loglevel", "error", "-nostdin", "-f", "alsa",
+    "ffmpeg (alsa, pcm_mulaw)": ["ffmpeg", "-loglevel", "error", "-nostdin", "-y", "-f", "alsa",
                                  "-sample_rate", "8000", "-channels", "1", "-i", "default",
-                                 "-c:a", "pcm_mulaw", folder + "/ffmpeg.wav"],
-    "sox": ["sox", "-q", "-r", "8000", "-c", "1", "-b", "16", "-t", "alsa", "default",
-            "-e", "mu-law", folder + "/sox.wav"],
+                                 "-flush_packets", "1", "-c:a", "pcm_mulaw",
+                                 folder + "/ffmpeg.wav"],
+    "sox": ["sox", "-q", "--buffer", "4096", "-r", "8000", "-c", "1", "-b", "16", "-t", "alsa",
+            "default", "-e", "mu-law", folder + "/sox.wav"],
 }
 
 
@@ -46,22 +52,37 @@ def cpu_and_wakeups(pid):
     return nanoseconds, switches
 
 
-results = []
-for name, command in programs.items():
+def recorded_bytes():
+    return sum(os.path.getsize(file) for file in glob.glob(folder + "/*.[aw][uv]*"))
+
+
+def measure(command):
+    """CPU seconds and wake-ups per second, and whether sound was recorded meanwhile."""
     process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     time.sleep(SETTLING)
-    cpu, wakeups = cpu_and_wakeups(process.pid)
-    begin = time.monotonic()
+    (cpu, wakeups), size, begin = cpu_and_wakeups(process.pid), recorded_bytes(), time.monotonic()
     time.sleep(SECONDS)
-    cpu_after, wakeups_after = cpu_and_wakeups(process.pid)
+    (cpu_after, wakeups_after), size_after = cpu_and_wakeups(process.pid), recorded_bytes()
     seconds = time.monotonic() - begin
-    runs = process.poll() is None
+    runs = process.poll() is None and \
+        (command[0].endswith("empty_callback") or size_after - size >= LEAST_GROWTH * seconds)
     process.send_signal(signal.SIGINT)
     try:
         process.wait(5)
     except subprocess.TimeoutExpired:
         process.kill()
-    results.append({"name": name, "runs": runs, "cpu": (cpu_after - cpu) / 1e9 / seconds,
-                    "wakeups": (wakeups_after - wakeups) / seconds})
+        process.wait()
+    for file in glob.glob(folder + "/*.[aw][uv]*"):
+        os.remove(file)
+    return (cpu_after - cpu) / 1e9 / seconds, (wakeups_after - wakeups) / seconds, runs
+
+
+turns = {name: [] for name in programs}
+for _ in range(TURNS):
+    for name, command in programs.items():
+        turns[name].append(measure(command))
 subprocess.run(["rm", "-rf", folder], check=True)
-json.dump(results, sys.stdout, indent=1)
+json.dump([{"name": name, "cpu": statistics.median(cpu for cpu, _, _ in measured),
+            "wakeups": statistics.median(wakeups for _, wakeups, _ in measured),
+            "runs": all(runs for _, _, runs in measured)} for name, measured in turns.items()],
+          sys.stdout, indent=1)
