@@ -130,10 +130,8 @@ TEST_F(Endurance, NothingIsLostRepeatedOrReordered) {
     fakePortAudio.streamInfo.inputLatency = LatencyMs / 1000.0;
     fakePortAudio.whileStarting = [this](FakeStream& stream) { open_.push_back(&stream); };
     fakePortAudio.whileClosing = [this](FakeStream& stream) { std::erase(open_, &stream); };
-    for (const int number : {0, 2})
-        configure("<Varo><Devices ID='1310720'><Device><Codec><Encoder><AudioChannel Number='" +
-                  std::to_string(number) +
-                  "' Enabled='1'/></Encoder></Codec></Device></Devices></Varo>");
+    enable("0");
+    enable("2");
     int64_t passes = 0;
     size_t heap = 0;
     fakeClock.onPause = [&] {

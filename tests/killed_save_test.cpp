@@ -173,20 +173,12 @@ class KilledSave : public ModuleTest {
 TEST_F(KilledSave, LeavesTheOldOrTheNewDocument) {
     saveAndKillOn({});
     const auto length = printed(new_).size();
-    const std::vector<FaultyDisk> faults{{.error = 0, .shortLength = 0},
-                                         {.error = 0, .shortLength = 1},
-                                         {.error = 0, .shortLength = length / 2},
-                                         {.error = 0, .shortLength = length - 1},
-                                         {.error = ENOSPC, .shortLength = length / 2},
-                                         {.error = EIO, .shortLength = length},
-                                         {.error = EACCES},
-                                         {.error = ENOENT},
-                                         {.error = EXDEV},
-                                         {.error = EDQUOT},
-                                         {.error = EROFS},
-                                         {.error = EINTR},
-                                         {.error = EMFILE},
-                                         {.error = EAGAIN}};
+    std::vector<FaultyDisk> faults;
+    for (const size_t written : {size_t{0}, size_t{1}, length / 2, length - 1})
+        faults.push_back({.error = 0, .shortLength = written});
+    for (const int error :
+         {ENOSPC, EIO, EACCES, ENOENT, EXDEV, EDQUOT, EROFS, EINTR, EMFILE, EAGAIN})
+        faults.push_back({.error = error, .shortLength = length / 2});
     for (FaultyDisk fault : faults)
         for (fault.failingCall = 0; saveAndKillOn(fault); ++fault.failingCall) {
         }

@@ -46,6 +46,11 @@ class ModuleTest : public testing::Test {
     static bool configure(const std::string& xml) {
         return ioctl("document", xml, IoctlConfiguration);
     }
+    static bool enable(const std::string& number, const std::string& enabled = "1") {
+        return configure(
+            "<Varo><Devices ID='1310720'><Device><Codec><Encoder><AudioChannel Number='" + number +
+            "' Enabled='" + enabled + "'/></Encoder></Codec></Device></Devices></Varo>");
+    }
 
     // Buffers that the module has, or is being offered.
     static size_t lent() {

@@ -100,9 +100,7 @@ TEST_F(ModuleTest, OutOfMemory) {
 // Neither idle passes nor sending what was captured may allocate: a single allocation would fail.
 TEST_F(ModuleTest, SendsWithoutAllocating) {
     fakePortAudio.addDevice("default");
-    configure(
-        "<Varo><Devices ID='1310720'><Device><Codec><Encoder><AudioChannel Number='0' "
-        "Enabled='1'/></Encoder></Codec></Device></Devices></Varo>");
+    enable("0");
     fakeClock.onPause = [pass = 0]() mutable {
         if (++pass == 2) {
             fakePortAudio.streams.front().capture(std::vector<int16_t>(2048));

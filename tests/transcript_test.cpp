@@ -159,9 +159,7 @@ class Transcript : public ModuleTest {
         {"enable",
          [](auto& in) {
              const std::string channel = word(in);
-             tell(configure(Ours + std::string("><Device><Codec><Encoder><AudioChannel Number='") +
-                            channel + "' Enabled='" + word(in) +
-                            "'/></Encoder></Codec></Device></Devices></Varo>"));
+             tell(enable(channel, word(in)));
          }},
         {"ioctl",
          [](auto& in) {
