@@ -28,7 +28,7 @@ std::string flawOf(const std::filesystem::path& path) {
     if (access(path.c_str(), R_OK) != 0)
         return std::strerror(errno);
     TiXmlDocument document;
-    if (const std::string flaw = parseAsModule(document, contentOf(path)); !flaw.empty())
+    if (std::string flaw = parseAsModule(document, contentOf(path)); !flaw.empty())
         return flaw;
     return document.RootElement() == nullptr ? "it has no element" : "";
 }
