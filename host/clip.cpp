@@ -9,6 +9,7 @@
 #include <numeric>
 #include <sndfile.hh>
 #include <stdexcept>
+#include <utility>
 
 #include "audio/ulaw.h"
 #include "host/recorder.h"
@@ -17,13 +18,10 @@ namespace {
 
 constexpr float FullScale = 32767;
 
-std::vector<uint8_t> encode(std::span<const float> sound) {
-    std::vector<uint8_t> codes;
-    codes.reserve(sound.size());
+void encode(std::span<const float> sound, std::vector<uint8_t>& codes) {
     for (const float sample : sound)
         codes.push_back(
             linearToUlaw(static_cast<int16_t>(std::clamp(sample, -1.0F, 1.0F) * FullScale)));
-    return codes;
 }
 
 std::vector<float> decode(std::span<const uint8_t> codes) {
@@ -34,7 +32,7 @@ std::vector<float> decode(std::span<const uint8_t> codes) {
     return sound;
 }
 
-std::vector<float> toMono(const std::vector<float>& interleaved, size_t channels) {
+std::vector<float> toMono(std::span<const float> interleaved, size_t channels) {
     std::vector<float> mono(interleaved.size() / channels);
     for (size_t i = 0; i < mono.size(); ++i) {
         const float* frame = interleaved.data() + i * channels;
@@ -47,36 +45,45 @@ struct ResamplerCloser {
     void operator()(SRC_STATE* state) const { src_delete(state); }
 };
 
-std::vector<float> resample(const std::vector<float>& sound, int rate,
-                            const OnProgress& onProgress) {
-    constexpr size_t Step = 65536;  // samples between two reports
-    const double ratio = static_cast<double>(SampleRate) / rate;
-    std::vector<float> resampled(
-        static_cast<size_t>(std::ceil(static_cast<double>(sound.size()) * ratio)) + 1);
-    int error = 0;
-    const std::unique_ptr<SRC_STATE, ResamplerCloser> state(
-        src_new(SRC_SINC_BEST_QUALITY, 1, &error));
-    size_t taken = 0;
-    size_t made = 0;
-    SRC_DATA job{};
-    job.src_ratio = ratio;
-    while (error == 0 && job.end_of_input == 0) {
-        const size_t step = std::min(Step, sound.size() - taken);
-        job.data_in = sound.data() + taken;
-        job.input_frames = static_cast<long>(step);
-        job.data_out = resampled.data() + made;
-        job.output_frames = static_cast<long>(resampled.size() - made);
-        job.end_of_input = taken + step == sound.size() ? 1 : 0;
-        error = src_process(state.get(), &job);
-        taken += static_cast<size_t>(job.input_frames_used);
-        made += static_cast<size_t>(job.output_frames_gen);
-        onProgress(static_cast<double>(taken) / static_cast<double>(sound.size()));
+// Makes codes at SampleRate of a sound that comes in pieces.
+class Encoder {
+  public:
+    explicit Encoder(int rate) : ratio_(static_cast<double>(SampleRate) / rate) {
+        if (rate != SampleRate)
+            state_.reset(src_new(SRC_SINC_BEST_QUALITY, 1, &error_));
     }
-    if (error != 0)
-        throw std::runtime_error(std::string("cannot resample: ") + src_strerror(error));
-    resampled.resize(made);
-    return resampled;
-}
+
+    // An empty piece ends the sound.
+    void take(std::span<const float> sound) {
+        if (!state_ && error_ == 0)
+            return encode(sound, codes_);
+        static constexpr float None = 0;  // a null pointer would not end the sound
+        SRC_DATA job{};
+        job.src_ratio = ratio_;
+        job.end_of_input = sound.empty() ? 1 : 0;
+        job.data_out = resampled_.data();
+        job.output_frames = static_cast<long>(resampled_.size());
+        do {
+            job.data_in = sound.empty() ? &None : sound.data();
+            job.input_frames = static_cast<long>(sound.size());
+            if (error_ == 0)
+                error_ = src_process(state_.get(), &job);
+            if (error_ != 0)
+                throw std::runtime_error(std::string("cannot resample: ") + src_strerror(error_));
+            sound = sound.subspan(static_cast<size_t>(job.input_frames_used));
+            encode({resampled_.data(), static_cast<size_t>(job.output_frames_gen)}, codes_);
+        } while (!sound.empty() || job.output_frames_gen > 0);
+    }
+
+    std::vector<uint8_t> codes() && { return std::move(codes_); }
+
+  private:
+    const double ratio_;
+    int error_ = 0;
+    std::unique_ptr<SRC_STATE, ResamplerCloser> state_;  // none: the rate is right
+    std::vector<float> resampled_ = std::vector<float>(65536);
+    std::vector<uint8_t> codes_;
+};
 
 double dot(std::span<const float> a, std::span<const float> b) {
     return std::inner_product(a.begin(), a.end(), b.begin(), 0.0F);
@@ -85,17 +92,27 @@ double dot(std::span<const float> a, std::span<const float> b) {
 }  // namespace
 
 std::vector<uint8_t> loadClip(const std::filesystem::path& file, const OnProgress& onProgress) {
+    constexpr sf_count_t Step = 65536;  // frames between two reports
     SndfileHandle handle(file.string());
     if (handle.error() != SF_ERR_NO_ERROR)
         throw std::runtime_error("cannot play " + file.string() + ": " + handle.strError());
     const auto channels = static_cast<size_t>(handle.channels());
-    std::vector<float> interleaved(static_cast<size_t>(handle.frames()) * channels);
-    const sf_count_t read =
-        handle.readf(interleaved.data(), static_cast<sf_count_t>(handle.frames()));
-    interleaved.resize(static_cast<size_t>(std::max<sf_count_t>(read, 0)) * channels);
-    const std::vector<float> mono = toMono(interleaved, channels);
-    return encode(
-        handle.samplerate() == SampleRate ? mono : resample(mono, handle.samplerate(), onProgress));
+    // A file that was written to a pipe need not tell its length.
+    const sf_count_t length = handle.frames() < SF_COUNT_MAX ? handle.frames() : 0;
+    std::vector<float> interleaved(static_cast<size_t>(Step) * channels);
+    Encoder encoder(handle.samplerate());
+    sf_count_t taken = 0;
+    sf_count_t read = 0;
+    while ((read = handle.readf(interleaved.data(), Step)) > 0) {
+        encoder.take(toMono({interleaved.data(), static_cast<size_t>(read) * channels}, channels));
+        taken += read;
+        onProgress(length > 0 ? static_cast<double>(taken) / static_cast<double>(length) : 0);
+    }
+    encoder.take({});
+    std::vector<uint8_t> codes = std::move(encoder).codes();
+    if (codes.empty())
+        throw std::runtime_error("cannot play " + file.string() + ": it holds no sound");
+    return codes;
 }
 
 std::vector<uint8_t> builtInClip() {
@@ -112,7 +129,9 @@ std::vector<uint8_t> builtInClip() {
             sound.push_back(static_cast<float>(0.5 * envelope * std::sin(phase)));
         }
     }
-    return encode(sound);
+    std::vector<uint8_t> codes;
+    encode(sound, codes);
+    return codes;
 }
 
 ClipFound findClip(std::span<const uint8_t> clip, std::span<const uint8_t> recording,

@@ -7,11 +7,12 @@
 #include <span>
 #include <vector>
 
-// Told how much of a work is done, 0 to 1.
+// Told how much of a work is done, 0 to 1; 0 when that cannot be told. What it throws ends the
+// work.
 using OnProgress = std::function<void(double fraction)>;
 
 // Reads any file that libsndfile knows, mixes it to mono and resamples it. Throws
-// std::runtime_error.
+// std::runtime_error, also when it holds no sound.
 std::vector<uint8_t> loadClip(const std::filesystem::path& file, const OnProgress& onProgress);
 
 // A few rising chirps: sounds that cannot be mistaken for another, nor for a later part of

@@ -1,5 +1,4 @@
-#include <algorithm>
-#include <array>
+#include <string>
 
 #include "host/commands.h"
 #include "host/findings.h"
@@ -22,37 +21,35 @@ Mark markOf(Finding::Verdict verdict) {
     }
 }
 
+// Shows a chapter, and answers how many of its findings are wrong.
+int show(Console& console, const char* title, const Findings& findings) {
+    int wrong = 0;
+    console.remark(title);
+    for (const Finding& finding : findings) {
+        const bool isWrong = finding.verdict == Finding::Verdict::Wrong;
+        wrong += isWrong ? 1 : 0;
+        if (console.isQuiet() && !isWrong)
+            continue;
+        const Mark mark = markOf(finding.verdict);
+        console.result("  " + console.painted(mark.colour, mark.word) + "  " + finding.what);
+        if (!finding.advice.empty())
+            console.result("         -> " + finding.advice);
+    }
+    return wrong;
+}
+
 }  // namespace
 
+// Each chapter is shown before the next is examined, which may take long or go wrong.
 int runDoctor(const Options& options, Console& console) {
     const SoundServer server = askSoundServer();
-    const Discovery discovery = discover(options.session, console);
-    struct Chapter {
-        const char* title;
-        Findings findings;
-    };
-    const std::array chapters{
-        Chapter{"Sound server", examineSoundServer(server)},
-        Chapter{"Module", examineModule(discovery, options.session.module)},
-        Chapter{"Devices of PortAudio", examineDevices(discovery, server)},
-        Chapter{"ALSA cards and mixers", examineCards()},
-        Chapter{"Permissions", examinePermissions(server)},
-        Chapter{"Settings", examineSettings(options.session.folder, discovery)},
-    };
-    size_t wrong = 0;
-    for (const Chapter& chapter : chapters) {
-        console.remark(chapter.title);
-        for (const Finding& finding : chapter.findings) {
-            const bool isWrong = finding.verdict == Finding::Verdict::Wrong;
-            wrong += isWrong ? 1 : 0;
-            if (console.isQuiet() && !isWrong)
-                continue;
-            const Mark mark = markOf(finding.verdict);
-            console.result("  " + console.painted(mark.colour, mark.word) + "  " + finding.what);
-            if (!finding.advice.empty())
-                console.result("         -> " + finding.advice);
-        }
-    }
+    int wrong = show(console, "Sound server", examineSoundServer(server));
+    const Discovery discovery = discover(server, options.session, console);
+    wrong += show(console, "Module", examineModule(discovery, server, options.session.module));
+    wrong += show(console, "Devices of PortAudio", examineDevices(discovery, server));
+    wrong += show(console, "ALSA cards and mixers", examineCards());
+    wrong += show(console, "Permissions", examinePermissions(server));
+    wrong += show(console, "Settings", examineSettings(options.session.folder, discovery));
     console.remark(wrong == 0 ? "Nothing is wrong."
                               : std::to_string(wrong) + (wrong == 1 ? " thing is" : " things are") +
                                     " wrong.");

@@ -66,8 +66,12 @@ Findings explained(const std::string& line) {
 
 }  // namespace
 
-Discovery discover(const SessionOptions& options, Console& console) {
+Discovery discover(const SoundServer& server, const SessionOptions& options, Console& console) {
     Discovery discovery;
+    if (server.hangs) {
+        discovery.failure = "not run: it would wait for the sound server";
+        return discovery;
+    }
     std::mutex mutex;  // guards the discovery
     try {
         // The user's own folder stays as it is: the module writes its settings when it starts.
@@ -100,6 +104,9 @@ Discovery discover(const SessionOptions& options, Console& console) {
 }
 
 Findings examineSoundServer(const SoundServer& server) {
+    if (server.hangs)
+        return {{Verdict::Wrong, "the sound server does not answer",
+                 "restart it: 'systemctl --user restart pulseaudio', or pipewire-pulse"}};
     if (!server.isReachable)
         return {{Verdict::Note, "not reachable: " + server.failure,
                  "start PulseAudio or PipeWire as the user that runs the host, before the host; or "
@@ -118,9 +125,11 @@ Findings examineSoundServer(const SoundServer& server) {
     return findings;
 }
 
-Findings examineModule(const Discovery& discovery, const std::filesystem::path& library) {
+Findings examineModule(const Discovery& discovery, const SoundServer& server,
+                       const std::filesystem::path& library) {
     if (!discovery.failure.empty())
-        return {{Verdict::Wrong, discovery.failure, discovery.advice}};
+        return {
+            {server.hangs ? Verdict::Note : Verdict::Wrong, discovery.failure, discovery.advice}};
     return {{Verdict::Good, library.string() + ", version " + discovery.version, ""}};
 }
 
@@ -136,9 +145,12 @@ Findings examineDevices(const Discovery& discovery, const SoundServer& server) {
             return channel.isOutput == outputs && channel.hasDevice;
         });
     };
-    const char* advice = server.isReachable
-                             ? "install libasound2-plugins, which leads ALSA to the sound server"
-                             : "start a sound server first: the module looks only when it starts";
+    const char* advice =
+        server.isReachable
+            ? "install libasound2-plugins, which leads ALSA to the sound server; if it is "
+              "there, repair ALSA's configuration (~/.asoundrc, "
+              "/etc/asound.conf, what ALSA_CONFIG_PATH names)"
+            : "start a sound server first: the module looks only when it starts";
     if (!isUsed(false))
         findings.push_back({Verdict::Wrong, "no device to record from", advice});
     if (!isUsed(true))

@@ -1,5 +1,4 @@
 // The doctor's look at the settings file and its folder.
-#include <tinyxml.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "host/document_flaw.h"
 #include "host/findings.h"
 
 namespace {
@@ -28,23 +28,64 @@ std::string flawOf(const std::filesystem::path& path) {
     if (access(path.c_str(), R_OK) != 0)
         return std::strerror(errno);
     TiXmlDocument document;
-    document.Parse(contentOf(path).c_str());
-    if (document.Error())
-        return "line " + std::to_string(document.ErrorRow()) + ": " + document.ErrorDesc();
+    if (std::string flaw = parseAsModule(document, contentOf(path)); !flaw.empty())
+        return flaw;
     return document.RootElement() == nullptr ? "it has no element" : "";
 }
 
+// Empty when the user may make files and folders there, else why not.
+std::string whyNotWritable(const std::filesystem::path& folder) {
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(folder, ignored))
+        return "it is no folder";
+    return access(folder.c_str(), W_OK | X_OK) != 0 ? std::strerror(errno) : "";
+}
+
 Findings examineFolder(const std::filesystem::path& folder) {
-    std::error_code error;
-    if (!std::filesystem::is_directory(folder, error))
-        return {{Verdict::Wrong, folder.string() + " is no folder",
-                 "make it, or choose another with --dir"}};
-    if (access(folder.c_str(), W_OK | X_OK) != 0)
+    std::filesystem::path present = folder;
+    std::error_code ignored;
+    while (!std::filesystem::exists(std::filesystem::symlink_status(present, ignored)))
+        present = present.parent_path();
+    if (const std::string flaw = whyNotWritable(present); !flaw.empty())
         return {{Verdict::Wrong,
-                 folder.string() + " cannot be written: " + std::strerror(errno) +
+                 present.string() + " cannot be written: " + flaw +
                      "; settings are lost when the host ends",
                  "give the folder to the user that runs the host, or choose another with --dir"}};
+    if (present != folder)
+        return {{Verdict::Note, "there is no " + folder.string(),
+                 "nothing: every other command makes it"}};
     return {{Verdict::Good, folder.string() + " can be written", ""}};
+}
+
+// The device that the module gives to a channel of the settings; null when there is none. Without
+// settings, as in the discovery, channels are numbered as the devices were found.
+const ChannelDescription* deviceFor(const ChannelDescription& channel, const Discovery& discovery) {
+    const auto found = std::ranges::find_if(discovery.channels, [&](const auto& present) {
+        return present.hasDevice && present.isOutput == channel.isOutput &&
+               (channel.device.empty() ? present.number == channel.number
+                                       : present.device == channel.device);
+    });
+    return found != discovery.channels.end() ? &*found : nullptr;
+}
+
+Findings examineChannel(const ChannelDescription& channel, const Discovery& discovery) {
+    const std::string name =
+        "channel " + std::to_string(channel.number) + " '" + channel.name + "'";
+    const ChannelDescription* device = deviceFor(channel, discovery);
+    const Verdict missing = channel.enabled ? Verdict::Wrong : Verdict::Note;
+    if (device != nullptr && channel.device.empty())
+        return {{Verdict::Note,
+                 name + " has no OsName: its number chooses '" + device->device + "'", ""}};
+    if (device != nullptr || (!channel.enabled && discovery.channels.empty()))
+        return {};
+    if (channel.device.empty())
+        return {{missing,
+                 name + " has no device: its OsName is empty, and device " +
+                     std::to_string(channel.number) + " is no " +
+                     (channel.isOutput ? "output" : "input"),
+                 "set its OsName to the name of a device with 'tamborin-host send'"}};
+    return {{missing, name + ": its device '" + channel.device + "' is not there",
+             "start what provides the device, or set another OsName with 'tamborin-host send'"}};
 }
 
 // Whether the channels of the settings have their devices.
@@ -52,21 +93,9 @@ Findings examineChannels(const std::string& xml, const Discovery& discovery) {
     Description settings;
     parseDescription(xml, settings);
     Findings findings;
-    for (const ChannelDescription& channel : settings.channels) {
-        const bool isFound = std::ranges::any_of(discovery.channels, [&](const auto& present) {
-            return present.hasDevice && present.isOutput == channel.isOutput &&
-                   present.device == channel.device;
-        });
-        const std::string name =
-            "channel " + std::to_string(channel.number) + " '" + channel.name + "'";
-        if (channel.device.empty())
-            findings.push_back({Verdict::Note, name + " has no OsName: its number chooses", ""});
-        else if (!isFound && (channel.enabled || !discovery.channels.empty()))
-            findings.push_back({channel.enabled ? Verdict::Wrong : Verdict::Note,
-                                name + ": its device '" + channel.device + "' is not there",
-                                "start what provides the device, or set another OsName with "
-                                "'tamborin-host send'"});
-    }
+    for (const ChannelDescription& channel : settings.channels)
+        for (const Finding& finding : examineChannel(channel, discovery))
+            findings.push_back(finding);
     return findings;
 }
 
@@ -99,7 +128,7 @@ Findings examineSettings(const std::filesystem::path& folder, const Discovery& d
         findings.push_back({Verdict::Good, file.string() + " can be read", ""});
     }
     const std::filesystem::path inForce = isPendingWhole ? pending : file;
-    if (std::filesystem::exists(inForce) && flawOf(inForce).empty())
+    if (discovery.failure.empty() && std::filesystem::exists(inForce) && flawOf(inForce).empty())
         for (const Finding& finding : examineChannels(contentOf(inForce), discovery))
             findings.push_back(finding);
     return findings;

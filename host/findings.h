@@ -25,10 +25,12 @@ struct Discovery {
     std::vector<ChannelDescription> channels;
     std::vector<std::string> log;
 };
-Discovery discover(const SessionOptions& options, Console& console);
+// Runs the module, unless the sound server hangs, and the module would with it.
+Discovery discover(const SoundServer& server, const SessionOptions& options, Console& console);
 
 Findings examineSoundServer(const SoundServer& server);
-Findings examineModule(const Discovery& discovery, const std::filesystem::path& library);
+Findings examineModule(const Discovery& discovery, const SoundServer& server,
+                       const std::filesystem::path& library);
 Findings examineDevices(const Discovery& discovery, const SoundServer& server);
 // ALSA cards and their capture mixers.
 Findings examineCards();

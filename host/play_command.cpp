@@ -1,7 +1,6 @@
 #include <stdexcept>
 #include <thread>
 
-#include "host/clip.h"
 #include "host/commands.h"
 #include "host/player.h"
 #include "host/report.h"
@@ -14,10 +13,7 @@ using namespace std::chrono_literals;
 }  // namespace
 
 int runPlay(const Options& options, Console& console) {
-    const std::vector<uint8_t> clip = [&] {
-        Progress reading(console, "reading the clip");
-        return loadClip(options.clip, [&](double fraction) { reading.show(fraction); });
-    }();
+    const std::vector<uint8_t> clip = readClip(options.clip, console);
     Session session(options.session, console);
     const ChannelDescription output = session.choose(options.outputs, true).front();
     session.enable({output}, GaplessBufferLength);

@@ -1,8 +1,11 @@
 #include "host/player.h"
 
 #include <algorithm>
+#include <stdexcept>
 
+#include "host/clip.h"
 #include "host/recorder.h"
+#include "host/session.h"
 
 namespace {
 
@@ -15,6 +18,15 @@ constexpr uint8_t SilenceCode = 0xFF;
 constexpr auto Patience = 10s;
 
 }  // namespace
+
+std::vector<uint8_t> readClip(const std::filesystem::path& file, Console& console) {
+    Progress progress(console, "reading the clip");
+    return loadClip(file, [&](double fraction) {
+        if (stopAsked())
+            throw std::runtime_error("stopped while reading the clip; nothing was played");
+        progress.show(fraction);
+    });
+}
 
 Player::Player(ModuleHost& module, int32_t channelId, std::vector<uint8_t> clip)
     : module_(module), channelId_(channelId), codes_(std::move(clip)), clipLength_(codes_.size()) {

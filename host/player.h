@@ -3,13 +3,19 @@
 
 #include <chrono>
 #include <cstdint>
+#include <filesystem>
 #include <vector>
 
+#include "host/console.h"
 #include "host/module_host.h"
 
 // Buffering (ms) that an output needs to start without a gap: a device asks for three blocks at
 // once when it starts.
 constexpr int GaplessBufferLength = 1000;
+
+// Reads a clip (host/clip.h), showing how far it is. Throws std::runtime_error, also when the user
+// stops the tool.
+std::vector<uint8_t> readClip(const std::filesystem::path& file, Console& console);
 
 class Player {
   public:

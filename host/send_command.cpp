@@ -1,10 +1,9 @@
-#include <tinyxml.h>
-
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 
 #include "host/commands.h"
+#include "host/document_flaw.h"
 #include "host/report.h"
 
 namespace {
@@ -22,11 +21,9 @@ std::string contentOf(const std::filesystem::path& path) {
 // looked at before.
 void check(const std::string& text, const std::filesystem::path& path) {
     TiXmlDocument document;
-    document.Parse(text.c_str());
-    if (document.Error())
-        throw std::runtime_error(path.string() + " is no XML document (line " +
-                                 std::to_string(document.ErrorRow()) + ": " + document.ErrorDesc() +
-                                 "); nothing was sent");
+    if (const std::string flaw = parseAsModule(document, text); !flaw.empty())
+        throw std::runtime_error(path.string() + " is no XML document that the module reads (" +
+                                 flaw + "); nothing was sent");
     const TiXmlElement* root = document.RootElement();
     const TiXmlElement* devices = root != nullptr ? root->FirstChildElement("Devices") : nullptr;
     for (; devices != nullptr; devices = devices->NextSiblingElement("Devices")) {

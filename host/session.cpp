@@ -64,6 +64,8 @@ void stopOnSignals() {
         });
 }
 
+bool stopAsked() { return stopped != 0; }
+
 Session::Session(const SessionOptions& options, Console& console, const ModuleListener& listener,
                  int32_t listenerLevel)
     : options_(options),

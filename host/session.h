@@ -79,3 +79,5 @@ class Session {
 // Makes SIGINT, SIGTERM, SIGHUP and SIGPIPE end the running session; a second one ends the process.
 // Once, before any thread is started.
 void stopOnSignals();
+// Whether one of them came.
+bool stopAsked();

@@ -45,6 +45,7 @@ SoundServer askSoundServer() {
         server.failure = pa_strerror(pa_context_errno(context.get()));
     while (server.failure.empty() && !server.isReachable) {
         if (std::chrono::steady_clock::now() > deadline) {
+            server.hangs = true;
             server.failure = "it does not answer";
             break;
         }

@@ -5,6 +5,7 @@
 
 struct SoundServer {
     bool isReachable = false;
+    bool hangs = false;   // there is one, but it does not answer
     std::string failure;  // why not
     std::string name;     // with its version
     std::string source;   // what is recorded by default; empty: nothing

@@ -34,12 +34,8 @@ bool showFound(Console& console, const std::vector<uint8_t>& clip, const Recordi
 }  // namespace
 
 int runTalk(const Options& options, Console& console) {
-    const std::vector<uint8_t> clip = [&] {
-        Progress reading(console, "reading the clip");
-        return options.clip.empty()
-                   ? builtInClip()
-                   : loadClip(options.clip, [&](double fraction) { reading.show(fraction); });
-    }();
+    const std::vector<uint8_t> clip =
+        options.clip.empty() ? builtInClip() : readClip(options.clip, console);
     Recorder recorder;
     Session session(options.session, console,
                     {.onFrame = [&](const CapturedFrame& frame) { recorder.take(frame); }});

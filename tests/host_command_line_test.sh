@@ -20,6 +20,7 @@ expect() {  # STATUS PART-OF-THE-LINE ARGUMENTS...
 }
 echo '<Varo><Devices ID="1"/></Varo>' >foreign.xml
 echo '<Varo><Devices' >torn.xml
+printf '<a>%.0s' {1..100000} >deep.xml
 touch file
 echo "pcm.default.type none" >asound.conf
 expect 2 "name a command"
@@ -41,6 +42,7 @@ expect 1 "no input 'Door'.*doctor" record --input Door
 expect 1 "file.*--picture" record --picture file/x.png
 expect 1 "nothing for this module" send foreign.xml
 expect 1 "no XML document" send torn.xml
+expect 1 "nested deeper" send deep.xml
 
 # shellcheck disable=SC2016  # $1 is the inner shell's
 "$pulseaudio" bash -euc '
