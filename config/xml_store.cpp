@@ -16,8 +16,6 @@
 
 namespace {
 
-constexpr off_t LargestFile = 64 << 20;  // bytes; real ones have some thousand
-
 struct FileCloser {
     void operator()(FILE* file) const { std::fclose(file); }
 };
@@ -111,7 +109,7 @@ bool failLoad(TiXmlDocument& document, int error) {
 bool readRegularFile(const std::string& path, std::string& text) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
-        status.st_size > LargestFile)
+        static_cast<uint64_t>(status.st_size) > LargestXmlFile)
         return false;
     const FilePtr file(std::fopen(path.c_str(), "rb"));
     if (!file)

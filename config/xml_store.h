@@ -9,7 +9,10 @@
 
 #include <tinyxml.h>
 
+#include <cstdint>
 #include <string>
+
+constexpr uint64_t LargestXmlFile = 64 << 20;  // bytes; real ones have some thousand
 
 // True when the whole text was written and the rename succeeded (or found the pending file gone).
 // False leaves the file at `path` as it was; lastXmlSaveFailure tells why. Throws std::bad_alloc,
@@ -17,8 +20,8 @@
 bool SaveXmlFile(const TiXmlDocument& document, const char* path);
 
 // Fills `document` from the complete pending file of `path`, promoting it, or else from `path`.
-// False leaves TinyXML's error in the document; what is not a regular file or has more than 64 MiB
-// counts as missing. Throws std::bad_alloc.
+// False leaves TinyXML's error in the document; what is not a regular file or is larger than
+// LargestXmlFile counts as missing. Throws std::bad_alloc.
 bool LoadXmlFile(TiXmlDocument& document, const char* path);
 
 // What the last failed save in this process stumbled over, such as

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "config/xml_store.h"
 #include "host/document_flaw.h"
 #include "host/findings.h"
 
@@ -27,6 +28,8 @@ std::string flawOf(const std::filesystem::path& path) {
         return "it is no file";
     if (access(path.c_str(), R_OK) != 0)
         return std::strerror(errno);
+    if (std::filesystem::file_size(path) > LargestXmlFile)
+        return "it is larger than " + std::to_string(LargestXmlFile) + " bytes";
     TiXmlDocument document;
     if (std::string flaw = parseAsModule(document, contentOf(path)); !flaw.empty())
         return flaw;

@@ -130,19 +130,20 @@ TEST_F(ModuleTest, OutOfMemoryAtTheStart) {
     };
     if (__lsan_disable != nullptr)
         __lsan_disable();
-    for (long failing = 0; hasFailed; ++failing) {
+    long failing = 0;
+    do {
         std::ofstream("tamborin.xml") << ours +
                                              "><Device><Audio><Input Number='7' Name='Kept'/>"
                                              "</Audio></Device></Devices></Varo>";
         takeTrace();
         isBack = false;
-        allocationsLeft = failing;
+        allocationsLeft = failing++;
         run();
         EXPECT_NE(trace.find("Portaudio initialized."), std::string::npos) << failing;
         EXPECT_NE(fileContent("tamborin.xml").find("Kept"), std::string::npos) << failing;
         Unload();
         Load(&hostTable_, &moduleInfo_);
-    }
+    } while (hasFailed);
     if (__lsan_enable != nullptr)
         __lsan_enable();
 }
