@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <future>
 #include <stdexcept>
 
 #include "host/folders.h"
@@ -13,7 +15,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto DescriptionTimeout = 20s;
+constexpr auto ModuleTimeout = 20s;
+constexpr auto LookInterval = 100ms;
 
 volatile std::sig_atomic_t stopped = 0;
 
@@ -74,7 +77,7 @@ Session::Session(const SessionOptions& options, Console& console, const ModuleLi
 // Answers the buffering (ms) that the settings give.
 int Session::startModule() {
     module_.start();
-    await(1, "starting the module");
+    awaitDescription(1, "starting the module");
     const std::lock_guard held(mutex_);
     return latest_.bufferLength;
 }
@@ -116,20 +119,32 @@ void Session::onDocument(std::string_view xml) {
     described_.notify_all();
 }
 
-void Session::await(int generation, const std::string& what) {
+void Session::awaitDescription(int generation, const std::string& what) {
+    awaitModule(what, [&] {
+        std::unique_lock held(mutex_);
+        return described_.wait_for(held, LookInterval, [&] { return generation_ >= generation; });
+    });
+}
+
+void Session::awaitModule(const std::string& what, const std::function<bool()>& isDone) {
     Progress progress(console_, what);
     const auto begin = std::chrono::steady_clock::now();
-    std::unique_lock held(mutex_);
-    while (!described_.wait_for(held, 100ms, [&] { return generation_ >= generation; })) {
+    while (!isDone()) {
         const auto waited = std::chrono::steady_clock::now() - begin;
-        if (waited > DescriptionTimeout)
-            throw std::runtime_error(what +
-                                     " takes too long; does the sound server hang? "
-                                     "'tamborin-host doctor' tells more");
-        held.unlock();
-        progress.show(std::chrono::duration<double>(waited) / DescriptionTimeout);
-        held.lock();
+        if (waited > ModuleTimeout)
+            giveUp(what);
+        progress.show(std::chrono::duration<double>(waited) / ModuleTimeout);
     }
+}
+
+// The module's thread is inside a library that waits for the sound server, without a limit, and
+// cannot be stopped. To unwind would be to wait for it, so the process ends here. Files of
+// recordings are whole at any moment.
+void Session::giveUp(const std::string& what) {
+    console_.error(what +
+                   " takes too long; does the sound server hang? "
+                   "'tamborin-host doctor' tells more");
+    std::_Exit(EXIT_FAILURE);
 }
 
 void Session::send(const std::string& document) {
@@ -140,7 +155,7 @@ void Session::send(const std::string& document) {
     }
     if (!module_.configure(document))
         throw std::runtime_error("the module refuses a configuration");
-    await(next, "applying the configuration");
+    awaitDescription(next, "applying the configuration");
 }
 
 std::vector<ChannelDescription> Session::channels() const {
@@ -192,7 +207,9 @@ BufferAccount Session::finish() {
         bufferingChanged_ = false;
         send(document);
     }
-    module_.stop();
+    const auto stopping = std::async(std::launch::async, [this] { module_.stop(); });
+    awaitModule("stopping the module",
+                [&] { return stopping.wait_for(LookInterval) == std::future_status::ready; });
     return module_.buffers();
 }
 

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -24,8 +25,8 @@ class Session {
   public:
     // Loads and starts the module in the folder, which becomes the working directory and is made
     // when it is missing, and waits for its description. `listener` is called on the module's
-    // threads, for log lines from `listenerLevel` on. Throws std::runtime_error, also when the
-    // module does not describe itself in time.
+    // threads, for log lines from `listenerLevel` on. Throws std::runtime_error. Ends the process,
+    // with a line for the user, when the module hangs, here and in what follows.
     Session(const SessionOptions& options, Console& console, const ModuleListener& listener = {},
             int32_t listenerLevel = LogError);
     ~Session();
@@ -60,7 +61,9 @@ class Session {
     ModuleListener composed(const ModuleListener& listener);
     int startModule();
     void onDocument(std::string_view xml);
-    void await(int generation, const std::string& what);
+    void awaitDescription(int generation, const std::string& what);
+    void awaitModule(const std::string& what, const std::function<bool()>& isDone);
+    [[noreturn]] void giveUp(const std::string& what);
 
     const SessionOptions options_;
     Console& console_;
