@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 constexpr auto ModuleTimeout = 20s;
 constexpr auto LookInterval = 100ms;
 
-volatile std::sig_atomic_t stopped = 0;
+volatile std::sig_atomic_t stopped = 0;  // the signal that stopped us
 
 // Loads the module where its settings file is.
 const std::filesystem::path& libraryIn(const SessionOptions& options) {
@@ -59,13 +59,19 @@ ChannelDescription findChannel(const std::vector<ChannelDescription>& channels,
 }  // namespace
 
 void stopOnSignals() {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
-        std::signal(signal, [](int caught) {
-            if (stopped != 0 && caught != SIGPIPE)
-                std::signal(caught, SIG_DFL);
-            stopped = 1;
-        });
+    struct sigaction action {};
+    action.sa_handler = [](int caught) { stopped = caught; };
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+        // One broken pipe follows another.
+        const unsigned once = signal == SIGPIPE ? 0 : static_cast<unsigned>(SA_RESETHAND);
+        action.sa_flags = static_cast<int>(SA_RESTART | once);
+        sigaction(signal, &action, nullptr);
+    }
 }
+
+bool stopAsked() { return stopped != 0; }
+
+bool readerHasLeft() { return stopped == SIGPIPE; }
 
 Session::Session(const SessionOptions& options, Console& console, const ModuleListener& listener,
                  int32_t listenerLevel)
@@ -214,7 +220,7 @@ BufferAccount Session::finish() {
 }
 
 bool Session::running() const {
-    return stopped == 0 && (options_.seconds <= 0 || elapsedSeconds() < options_.seconds);
+    return !stopAsked() && (options_.seconds <= 0 || elapsedSeconds() < options_.seconds);
 }
 
 double Session::elapsedSeconds() const {
