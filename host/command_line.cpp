@@ -87,10 +87,11 @@ class Grammar {
         add("describe", "print the module's description", runDescribe);
         add("doctor", "examine what the module needs on this machine", runDoctor);
 
-        for (CLI::App* command : {record, play, talk, watch})
-            command
-                ->add_option("--for", session_.seconds, "seconds to run; until Ctrl-C if not given")
-                ->check(atLeast(0.001));
+        constexpr const char* FromSound = "seconds from the first sound; until Ctrl-C if not given";
+        addTime(*record, FromSound);
+        addTime(*talk, FromSound);
+        addTime(*watch, "seconds to run; until Ctrl-C if not given");
+        addTime(*play, "seconds to play; the whole file if not given");
         for (CLI::App* command : {record, watch})
             command->add_option("--input", options_.inputs,
                                 "channels, by number or name; those with a device if none");
@@ -116,6 +117,10 @@ class Grammar {
         send->add_option("file", options_.document, "the document (XML)")
             ->required()
             ->check(existingFile());
+    }
+
+    void addTime(CLI::App& command, const char* help) {
+        command.add_option("--for", session_.seconds, help)->check(atLeast(0.001));
     }
 
     // One channel, so that the argument behind it is the file.

@@ -29,6 +29,7 @@ int runRecord(const Options& options, Console& console) {
     const auto inputs = session.choose(options.inputs, false);
     recorder.begin(inputs, options.out, options.secondsPerFile);
     session.enable(inputs, 0);
+    session.awaitSound([&] { return recorder.hasSound(); });
     {
         Progress progress(console, "recording");
         while (session.running()) {

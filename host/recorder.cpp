@@ -153,10 +153,21 @@ void Recorder::draw(Track& track, std::span<const uint8_t> codes) const {
     track.expectedMs += durationOf(codes.size());
 }
 
-std::vector<Recording> Recorder::recordings() const {
-    const std::lock_guard held(mutex_);
+void Recorder::throwFailure() const {
     if (!failure_.empty())
         throw std::runtime_error(failure_);
+}
+
+bool Recorder::hasSound() const {
+    const std::lock_guard held(mutex_);
+    throwFailure();
+    return std::ranges::any_of(
+        tracks_, [](const auto& entry) { return entry.second.recording.frames > 0; });
+}
+
+std::vector<Recording> Recorder::recordings() const {
+    const std::lock_guard held(mutex_);
+    throwFailure();
     std::vector<Recording> all;
     for (const auto& [id, track] : tracks_)
         all.push_back(track.recording);

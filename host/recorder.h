@@ -55,6 +55,8 @@ class Recorder {
                double secondsPerFile = 0);
     // Appends a frame; frames of other channels are passed over. Module's thread.
     void take(const CapturedFrame& frame);
+    // Whether a frame was taken. Throws and threads as below.
+    bool hasSound() const;
     // How things stand. Throws std::runtime_error once something could not be written. Any thread.
     std::vector<Recording> recordings() const;
     // Closes the files.
@@ -87,6 +89,7 @@ class Recorder {
     void settle(Track& track, int64_t missingMs) const;
     void draw(Track& track, std::span<const uint8_t> codes) const;
     static void addGap(Track& track, int64_t milliseconds);
+    void throwFailure() const;
 
     mutable std::mutex mutex_;  // guards the tracks and the failure
     std::map<int32_t, Track> tracks_;

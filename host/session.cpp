@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <future>
 #include <stdexcept>
+#include <thread>
 
 #include "host/folders.h"
 #include "host/json_records.h"
@@ -17,6 +18,7 @@ using namespace std::chrono_literals;
 
 constexpr auto ModuleTimeout = 20s;
 constexpr auto LookInterval = 100ms;
+constexpr auto SoundTimeout = 10s;  // an input may take two to start, or be silent for good
 
 volatile std::sig_atomic_t stopped = 0;  // the signal that stopped us
 
@@ -201,6 +203,15 @@ void Session::enable(const std::vector<ChannelDescription>& channels, int buffer
         enabledHere_ = numbers;
         bufferingChanged_ = buffering;
         send(enablingDocument(numbers, true, buffering ? bufferLength : 0));
+    }
+    start_ = std::chrono::steady_clock::now();
+}
+
+void Session::awaitSound(const std::function<bool()>& isHeard) {
+    Progress progress(console_, "waiting for sound");
+    while (!isHeard() && !stopAsked() && elapsedSeconds() < SoundTimeout / 1.0s) {
+        progress.show(0);
+        std::this_thread::sleep_for(20ms);
     }
     start_ = std::chrono::steady_clock::now();
 }

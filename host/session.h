@@ -44,7 +44,10 @@ class Session {
                                            bool outputs) const;
 
     // Enables channels, sets the buffering when positive, and waits for the module's answer.
+    // The time to run begins then.
     void enable(const std::vector<ChannelDescription>& channels, int bufferLength);
+    // Waits until a first sound is heard, though not for long; the time to run begins anew.
+    void awaitSound(const std::function<bool()>& isHeard);
     // Sends a configuration document and waits for the description that answers it.
     void send(const std::string& document);
     // Restores what enable has changed, stops the module, and answers the final account.

@@ -47,6 +47,7 @@ int runTalk(const Options& options, Console& console) {
     const ChannelDescription output = session.choose(options.outputs, true).front();
     recorder.begin({input}, options.out);
     session.enable({input, output}, GaplessBufferLength);
+    session.awaitSound([&] { return recorder.hasSound(); });
 
     std::optional<Player> player;
     bool playing = true;
@@ -54,7 +55,7 @@ int runTalk(const Options& options, Console& console) {
         Progress progress(console, "talking");
         while (session.running()) {
             const auto recordings = recorder.recordings();
-            // An input may take two seconds to start: the clip waits until it is heard.
+            // The clip waits until the input is heard.
             if (!player && recordings.front().frames > 0)
                 player.emplace(session.module(), output.id, clip);
             if (player && playing)

@@ -45,7 +45,7 @@ expect 1 "no XML document" send torn.xml
 # shellcheck disable=SC2016  # $1 is the inner shell's
 "$pulseaudio" bash -euc '
     "$1" doctor --quiet || { echo "doctor: wrong"; exit 1; }
-    "$1" record --json --for 3 --input 0 --out json >json.out 2>/dev/null
+    "$1" record --json --for 1 --input 0 --out json >json.out 2>/dev/null
     "$1" record --quiet --rotate 1 --input "pulse (input)" --out killed & recorder=$!
     for _ in $(seq 600); do
         [ "$(find killed -name "*.wav" -size +2k 2>/dev/null | wc -l)" -lt 2 ] || break
