@@ -1,6 +1,8 @@
 #include "host/session.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -20,7 +22,7 @@ constexpr auto ModuleTimeout = 20s;
 constexpr auto LookInterval = 100ms;
 constexpr auto SoundTimeout = 10s;  // an input may take two to start, or be silent for good
 
-volatile std::sig_atomic_t stopped = 0;  // the signal that stopped us
+std::atomic<int> stopped = 0;  // the signal that stopped us
 
 // Loads the module where its settings file is.
 const std::filesystem::path& libraryIn(const SessionOptions& options) {
@@ -102,7 +104,9 @@ ModuleListener Session::composed(const ModuleListener& listener) {
     ModuleListener all = listener;
     if (options_.json)
         all.onRecord = [](const HostMessage& message, int32_t answer) {
-            writeJsonLine(stdout, message, answer);
+            // The module's thread may not be one that signals reach.
+            if (!writeJsonLine(stdout, message, answer) && errno == EPIPE)
+                stopped = SIGPIPE;
         };
     all.onLog = [this, heard = listener.onLog](int32_t level, std::string_view text) {
         if (level >= options_.logLevel)
