@@ -36,7 +36,7 @@ expect 1 "no function Load.*--module" channels --module libm.so.6
 expect 1 "file: .*--dir" channels --dir file
 expect 1 "start a sound server" channels
 expect 1 "start a sound server" record --quiet
-expect 1 "start a sound server" watch
+expect 1 "needs a terminal" watch
 expect 1 "no input 'Door'.*doctor" record --input Door
 expect 1 "file.*--picture" record --picture file/x.png
 expect 1 "nothing for this module" send foreign.xml
