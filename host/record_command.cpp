@@ -19,7 +19,7 @@ int runRecord(const Options& options, Console& console) {
     ModuleEvents events;
     const bool drawing = !options.picture.empty();
     if (drawing)
-        readyFolder(options.picture.parent_path(), "--picture");
+        readyFile(options.picture, "--picture");
     Session session(
         options.session, console,
         {.onLog = [&](int32_t, std::string_view text) { events.hearLog(text); },

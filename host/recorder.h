@@ -28,7 +28,8 @@ struct Gap {
 
 struct Recording {
     ChannelDescription channel;
-    std::vector<std::filesystem::path> files;
+    std::filesystem::path firstFile;  // the first of
+    size_t files = 0;
     uint64_t frames = 0;
     uint64_t samples = 0;
     uint64_t gaps = 0;  // where sound is missing
@@ -49,8 +50,8 @@ class Recorder {
   public:
     // Readies the folder; a channel's first file is made when its first frame comes, and is named
     // by channel and time: "channel0-20261124-093000.wav". Each can be played at any moment. Files
-    // end after so many seconds of sound; 0: never. Throws std::runtime_error when the folder
-    // cannot be written.
+    // end after so many seconds of sound, or else after days, at what the format can hold. Throws
+    // std::runtime_error when the folder cannot be written.
     void begin(const std::vector<ChannelDescription>& channels, const std::filesystem::path& folder,
                double secondsPerFile = 0);
     // Appends a frame; frames of other channels are passed over. Module's thread.
@@ -75,6 +76,7 @@ class Recorder {
         Recording recording;
         Outline outline;
         std::unique_ptr<SNDFILE, FileCloser> file;
+        std::filesystem::path path;  // of the file
         uint64_t samplesInFile = 0;
         int64_t expectedMs = 0;  // when the next frame should be stamped; 0 before the first
         // Frames that came late, until it shows whether sound is missing before them.

@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 
 bool showFound(Console& console, const std::vector<uint8_t>& clip, const Recording& recording) {
     Progress progress(console, "looking for the clip");
-    const ClipFound found = findClip(clip, readCodes(recording.files.front()),
+    const ClipFound found = findClip(clip, readCodes(recording.firstFile),
                                      [&](double fraction) { progress.show(fraction); });
     std::array<char, 128> text{};
     if (found.isFound())
