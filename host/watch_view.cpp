@@ -47,11 +47,13 @@ struct Layout {
     explicit Layout(size_t width) {
         constexpr size_t Gap = 2;
         constexpr size_t LeastMeter = 8;
+        constexpr size_t GoodMeter = 16;
         constexpr size_t MostMeter = 40;
         constexpr size_t LeastDevice = 12;
         constexpr size_t MostDevice = 32;
         constexpr size_t Fixed = 3 + Gap + 9 + Gap;  // number and state
-        size_t left = width > Fixed ? width - Fixed : 0;
+        // No gap follows the last.
+        size_t left = width + Gap > Fixed ? width + Gap - Fixed : 0;
         const auto grant = [&left](size_t wanted) {
             if (left < wanted + Gap)
                 return size_t{0};
@@ -69,6 +71,7 @@ struct Layout {
             column += wider;
             left -= wider;
         };
+        widen(meter, GoodMeter);
         widen(device, MostDevice);
         widen(meter, MostMeter);
         name += name > 0 ? left : 0;
