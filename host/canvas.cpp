@@ -62,3 +62,13 @@ void Canvas::text(const std::string& content, double x, double baseline, double 
     cairo_move_to(cairo_.get(), std::floor(x - align * width), std::floor(baseline));
     cairo_show_text(cairo_.get(), content.c_str());
 }
+
+void Canvas::label(const std::string& content, double left, double width, double baseline,
+                   const Paint& paint) {
+    constexpr double Size = 12;
+    const double needed = textWidth(content, Size) + Size;
+    if (needed > width)
+        return;
+    fillRectangle({1, 1, 1, 0.9}, left + (width - needed) / 2, baseline - 14, needed, 19);
+    text(content, left + width / 2, baseline, 0.5, Size, paint);
+}

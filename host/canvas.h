@@ -27,6 +27,9 @@ class Canvas {
     // `align` is 0 for a text that begins at x, 0.5 for one centred there, 1 for one that ends.
     void text(const std::string& content, double x, double baseline, double align, double size,
               const Paint& paint);
+    // A small text on a pale ground, in the middle of a width; none where it has no room.
+    void label(const std::string& content, double left, double width, double baseline,
+               const Paint& paint);
 
   private:
     void use(const Paint& paint);

@@ -1,23 +1,33 @@
 #include "host/command_line.h"
 
 #include <CLI/CLI.hpp>
-#include <array>
+#include <algorithm>
 #include <map>
 #include <string>
 
 namespace {
 
-// The library beside us, as we are built, or where we are installed.
+constexpr double MostSeconds = 10 * 365 * 24 * 3600.0;
+
+// The library beside us, as we are built, or where we are installed. Where there is no /proc to
+// tell, the dynamic linker looks for it.
 std::filesystem::path usualModule() {
     constexpr const char* Name = "libtamborin.so";
-    const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    std::error_code error;
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    if (error)
+        return Name;
     const auto built = folder / Name;
-    return exists(built) ? built : (folder / MODULE_FROM_BINDIR / Name).lexically_normal();
+    return exists(built, error) ? built : (folder / MODULE_FROM_BINDIR / Name).lexically_normal();
 }
 
 void makeAbsolute(std::filesystem::path& path) {
-    if (!path.empty())
-        path = std::filesystem::absolute(path).lexically_normal();
+    if (path.empty())
+        return;
+    std::error_code error;
+    path = std::filesystem::absolute(path, error).lexically_normal();
+    if (error)
+        throw std::runtime_error("the working directory is gone; change to another");
 }
 
 class Grammar {
@@ -43,6 +53,8 @@ class Grammar {
         } catch (const CLI::Success& success) {
             line_.command = nullptr;
             app_.exit(success);
+        } catch (const CLI::ExtrasError&) {
+            throw UsageError(unexpected() + "; see 'tamborin-host" + chosen() + " --help'");
         } catch (const CLI::ParseError& error) {
             std::string message = error.what();
             message = message.substr(0, message.find('\n'));
@@ -55,13 +67,13 @@ class Grammar {
         app_.add_option("--dir", session_.folder,
                         "the folder of the module's settings file, tamborin.xml")
             ->capture_default_str();
-        app_.add_option("--module", session_.module, "the module's library")->capture_default_str();
-        const std::map<std::string, int32_t> levels{
-            {"detail", LogDetail}, {"info", LogInfo}, {"notice", LogNotice}, {"error", LogError}};
+        app_.add_option("--module", session_.module, "the module's library")
+            ->check(notEmpty())
+            ->capture_default_str();
         app_.add_option("--log-level", session_.logLevel,
                         "show the module's log from this level on: detail, info, notice, error or "
                         "a number")
-            ->transform(CLI::Transformer(levels, CLI::ignore_case).description(""))
+            ->transform(logLevel())
             ->default_str("error");
         app_.add_flag("--json", line_.console.json,
                       "write every record of the module to stdout as a line of JSON, and all else "
@@ -74,6 +86,7 @@ class Grammar {
     CLI::App* add(const char* name, const char* help, Command command) {
         CLI::App* added = app_.add_subcommand(name, help);
         added->callback([this, command] { line_.command = command; });
+        added->footer("Options of all commands: tamborin-host --help");
         return added;
     }
 
@@ -87,10 +100,11 @@ class Grammar {
         add("describe", "print the module's description", runDescribe);
         add("doctor", "examine what the module needs on this machine", runDoctor);
 
-        for (CLI::App* command : {record, play, talk, watch})
-            command
-                ->add_option("--for", session_.seconds, "seconds to run; until Ctrl-C if not given")
-                ->check(atLeast(0.001));
+        constexpr const char* FromSound = "seconds from the first sound; until Ctrl-C if not given";
+        addTime(*record, FromSound);
+        addTime(*talk, FromSound);
+        addTime(*watch, "seconds to run; until Ctrl-C if not given");
+        addTime(*play, "seconds to play; the whole file if not given");
         for (CLI::App* command : {record, watch})
             command->add_option("--input", options_.inputs,
                                 "channels, by number or name; those with a device if none");
@@ -118,6 +132,10 @@ class Grammar {
             ->check(existingFile());
     }
 
+    void addTime(CLI::App& command, const char* help) {
+        command.add_option("--for", session_.seconds, help)->check(atLeast(0.001));
+    }
+
     // One channel, so that the argument behind it is the file.
     static void addChannel(CLI::App& command, const char* name,
                            std::vector<std::string>& channels) {
@@ -129,15 +147,51 @@ class Grammar {
     static CLI::Validator atLeast(double least) {
         return {[least](const std::string& text) {
                     double value = 0;
-                    return CLI::detail::lexical_cast(text, value) && value >= least
+                    return CLI::detail::lexical_cast(text, value) && value >= least &&
+                                   value <= MostSeconds
                                ? std::string()
                                : "'" + text + "' is not a number of seconds from " +
-                                     CLI::detail::to_string(least) + " on";
+                                     CLI::detail::to_string(least) + " to ten years";
+                },
+                ""};
+    }
+
+    static CLI::Validator notEmpty() {
+        return {[](const std::string& text) {
+                    return text.empty() ? std::string("the name is empty") : std::string();
+                },
+                ""};
+    }
+
+    // Turns the name of a level into its number.
+    static CLI::Validator logLevel() {
+        return {[](std::string& text) {
+                    static const std::map<std::string, int32_t> levels{{"detail", LogDetail},
+                                                                       {"info", LogInfo},
+                                                                       {"notice", LogNotice},
+                                                                       {"error", LogError}};
+                    const auto named = levels.find(CLI::detail::to_lower(text));
+                    int32_t number = 0;
+                    if (named != levels.end())
+                        text = std::to_string(named->second);
+                    else if (!CLI::detail::lexical_cast(text, number))
+                        return "'" + text +
+                               "' is not a level: detail, info, notice, error or a number";
+                    return std::string();
                 },
                 ""};
     }
 
     static CLI::Validator existingFile() { return CLI::ExistingFile.description(""); }
+
+    // Tells the first option that nobody knows, or else the first argument.
+    std::string unexpected() const {
+        const std::vector<std::string> extras = app_.remaining(true);
+        const auto option = std::ranges::find_if(
+            extras, [](const std::string& extra) { return extra.starts_with('-'); });
+        return option != extras.end() ? "there is no option " + *option + " here"
+                                      : "not expected: " + extras.front();
+    }
 
     std::string chosen() const {
         for (const CLI::App* command : app_.get_subcommands())
@@ -162,6 +216,8 @@ CommandLine parseCommandLine(int argc, char** argv) {
     options.session.module = usualModule();
     options.out = "recordings";
     Grammar(line).parse(argc, argv);
+    if (line.command == nullptr)
+        return line;
     options.session.json = line.console.json;
     // The module runs in its own folder, and a name without a slash is the dynamic linker's.
     if (options.session.module.has_parent_path())

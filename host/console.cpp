@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstdlib>
 
@@ -19,13 +20,33 @@ bool isTerminal(FILE* file) { return isatty(fileno(file)) != 0; }
 
 bool showsColours(FILE* file) {
     const char* terminal = std::getenv("TERM");
-    const char* noColour = std::getenv("NO_COLOR");
     return isTerminal(file) && terminal != nullptr && std::string_view(terminal) != "dumb" &&
-           (noColour == nullptr || *noColour == '\0');
+           areColoursWanted();
+}
+
+std::string colourSequence(Colour colour) {
+    return "\033[" + std::to_string(static_cast<int>(colour)) + "m";
 }
 
 std::string inColour(Colour colour, std::string_view text) {
-    return "\033[" + std::to_string(static_cast<int>(colour)) + "m" + std::string(text) + "\033[0m";
+    return colourSequence(colour) + printable(text) + "\033[0m";
+}
+
+// Only colours of ours get to the terminal: names and texts of others must not command it.
+std::string harmless(std::string_view line, bool isColoured) {
+    static const std::array ours{std::string("\033[0m"), colourSequence(Colour::Red),
+                                 colourSequence(Colour::Green), colourSequence(Colour::Yellow)};
+    std::string text;
+    while (!line.empty()) {
+        const auto* colour = std::ranges::find_if(
+            ours, [&](const std::string& sequence) { return line.starts_with(sequence); });
+        const bool isOurs = isColoured && colour != ours.end();
+        const std::string_view piece =
+            line.substr(0, isOurs ? colour->size() : line.find('\033', 1));
+        text += isOurs ? std::string(piece) : printable(piece);
+        line.remove_prefix(piece.size());
+    }
+    return text;
 }
 
 size_t widthOf(FILE* terminal) {
@@ -63,6 +84,11 @@ FILE* silenceLibraries() {
 
 }  // namespace
 
+bool areColoursWanted() {
+    const char* without = std::getenv("NO_COLOR");
+    return without == nullptr || *without == '\0';
+}
+
 Console::Console(const ConsoleOptions& options)
     : options_(options),
       err_(options.libraryNoise ? stderr : silenceLibraries()),
@@ -82,11 +108,11 @@ void Console::remark(std::string_view line) {
 void Console::error(std::string_view line) {
     const std::string_view name = "tamborin-host:";
     writeLine(err_, (errColours_ ? inColour(Colour::Red, name) : std::string(name)) + " " +
-                        std::string(line));
+                        printable(line));
 }
 
 void Console::logLine(int32_t level, std::string_view text) {
-    const std::string line = std::to_string(level) + " " + std::string(text);
+    const std::string line = std::to_string(level) + " " + printable(text);
     writeLine(err_, errColours_ && level >= LogError ? inColour(Colour::Red, line) : line);
 }
 
@@ -98,7 +124,7 @@ void Console::status(const std::vector<std::string>& lines) {
     // A line that wraps could not be erased.
     const size_t width = widthOf(err_) - 1;
     for (const std::string& line : lines)
-        std::fprintf(err_, "%s\n", (statusLive_ ? fitted(line, width) : line).c_str());
+        std::fprintf(err_, "%s\n", (statusLive_ ? fitted(line, width) : printable(line)).c_str());
     statusLines_ = statusLive_ ? lines.size() : 0;
     std::fflush(err_);
 }
@@ -115,7 +141,7 @@ std::string Console::painted(Colour colour, std::string_view text) const {
 void Console::writeLine(FILE* file, std::string_view line) {
     const std::lock_guard held(mutex_);
     eraseStatus();
-    std::fprintf(file, "%.*s\n", static_cast<int>(line.size()), line.data());
+    std::fprintf(file, "%s\n", harmless(line, file == out_ ? outColours_ : errColours_).c_str());
     std::fflush(file);
 }
 

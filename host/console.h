@@ -18,6 +18,9 @@ struct ConsoleOptions {
     bool libraryNoise = false;  // let others write to stderr, too
 };
 
+// What the user's environment says, whatever the terminal can do.
+bool areColoursWanted();
+
 enum class Colour { Red = 31, Green = 32, Yellow = 33 };
 
 // One in a process. Any thread, but for its construction, which comes before any thread is started.

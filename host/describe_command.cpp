@@ -1,5 +1,7 @@
 #include <tinyxml.h>
 
+#include <sstream>
+
 #include "host/commands.h"
 
 int runDescribe(const Options& options, Console& console) {
@@ -11,7 +13,8 @@ int runDescribe(const Options& options, Console& console) {
     TiXmlPrinter printer;
     printer.SetIndent("  ");
     document.Accept(&printer);
-    const std::string& text = printer.Str();
-    console.result(text.substr(0, text.find_last_not_of('\n') + 1));
+    std::istringstream text(printer.Str());
+    for (std::string line; std::getline(text, line);)
+        console.result(line);
     return Succeeded;
 }

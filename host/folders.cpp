@@ -1,10 +1,20 @@
 #include "host/folders.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <stdexcept>
 #include <string>
+
+namespace {
+
+void refuse(const std::string& what, const std::error_code& error, const char* option) {
+    throw std::runtime_error("cannot write to " + what + ": " + error.message() +
+                             "; choose another with " + option);
+}
+
+}  // namespace
 
 void readyFolder(const std::filesystem::path& folder, const char* option) {
     std::error_code error;
@@ -12,6 +22,17 @@ void readyFolder(const std::filesystem::path& folder, const char* option) {
     if (!error && access(folder.c_str(), W_OK | X_OK) != 0)
         error = {errno, std::generic_category()};
     if (error)
-        throw std::runtime_error("cannot write to the folder " + folder.string() + ": " +
-                                 error.message() + "; choose another with " + option);
+        refuse("the folder " + folder.string(), error, option);
+}
+
+void readyFile(const std::filesystem::path& file, const char* option) {
+    readyFolder(file.parent_path(), option);
+    std::error_code error;
+    const bool isThere = std::filesystem::exists(file, error);
+    const int opened = open(file.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0666);
+    if (opened < 0)
+        refuse(file.string(), {errno, std::generic_category()}, option);
+    close(opened);
+    if (!isThere)
+        std::filesystem::remove(file, error);
 }

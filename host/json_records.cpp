@@ -65,7 +65,7 @@ void addContent(Json& record, const HostMessage& message) {
 
 }  // namespace
 
-void writeJsonLine(FILE* file, const HostMessage& message, int32_t answer) {
+bool writeJsonLine(FILE* file, const HostMessage& message, int32_t answer) {
     Json record;
     record["record"] = nameOf(message);
     record["kind"] = message.kind;
@@ -76,6 +76,6 @@ void writeJsonLine(FILE* file, const HostMessage& message, int32_t answer) {
         record["answer"] = answer;
     // A name in the settings need not be UTF-8.
     const std::string line = record.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
-    std::fwrite(line.data(), 1, line.size(), file);  // one call: threads' lines do not mix
-    std::fflush(file);
+    // One call: threads' lines do not mix.
+    return std::fwrite(line.data(), 1, line.size(), file) == line.size() && std::fflush(file) == 0;
 }

@@ -1,13 +1,36 @@
 // tamborin-host: brings the module up on a machine, lists what it finds, records and plays.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <clocale>
+#include <cstdio>
 
 #include "host/command_line.h"
 
 namespace {
 
+// A closed one would be the next file or socket that is opened, and what is written to it would go
+// there. One that cannot be used as meant makes each use fail.
+void occupyStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(stream, F_GETFD) < 0) {
+            const int flags = stream == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+            [[maybe_unused]] const int opened = open("/dev/null", flags);
+        }
+}
+
+// Results that nobody can read are none; but who stops reading has enough.
+void checkResultsWritten() {
+    const bool written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    if (!written && !readerHasLeft())
+        throw std::runtime_error("cannot write the results to stdout; is there room for them?");
+}
+
 int run(const CommandLine& line, Console& console) {
     try {
-        return line.command(line.options, console);
+        const int status = line.command(line.options, console);
+        checkResultsWritten();
+        return status;
     } catch (const ModuleLoadError& error) {
         console.error("cannot load the module: " + std::string(error.what()) +
                       "; name its library with --module");
@@ -20,16 +43,22 @@ int run(const CommandLine& line, Console& console) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    occupyStandardStreams();
     std::setlocale(LC_CTYPE, "");  // widths of characters
     try {
         const CommandLine line = parseCommandLine(argc, argv);
-        if (line.command == nullptr)
+        if (line.command == nullptr) {
+            checkResultsWritten();
             return Succeeded;
+        }
         stopOnSignals();
         Console console(line.console);
         return run(line, console);
     } catch (const UsageError& error) {
         Console({}).error(error.what());
         return Misused;
+    } catch (const std::exception& error) {
+        Console({}).error(error.what());
+        return Failed;
     }
 }

@@ -131,15 +131,18 @@ int32_t ModuleHost::receive(const HostMessage* message, int32_t /*reserved*/) no
     if (host == nullptr)
         return 0;
     const int32_t answer = message->type == TypeLogLevelQuery ? host->logThreshold_ : 0;
+    // First, as what follows may fail, and this must not be missed.
+    if (message->kind == KindBufferRelease)
+        host->takeBack(message->data);
     try {
         host->listener_.onRecord(*message, answer);
-        host->handle(*message);
+        host->passOn(*message);
     } catch (const std::exception&) {  // memory is short: this one record is not heard
     }
     return answer;
 }
 
-void ModuleHost::handle(const HostMessage& message) {
+void ModuleHost::passOn(const HostMessage& message) {
     const auto text = [&message] {
         return std::string_view(static_cast<const char*>(message.data), message.length);
     };
@@ -157,9 +160,6 @@ void ModuleHost::handle(const HostMessage& message) {
         case KindModuleDocument:
         case KindStatusDocument:
             listener_.onDocument(text(), message.kind);
-            break;
-        case KindBufferRelease:
-            takeBack(message.data);
             break;
         default:
             break;

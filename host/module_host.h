@@ -32,7 +32,8 @@ struct ModuleLoadError : std::runtime_error {
 // What the module says. Called on the module's threads, several at once; what a call refers to is
 // gone when it returns. Must not call back into the ModuleHost, but for lending.
 struct ModuleListener {
-    // Every record as it is, before it is acted on, and what the host answers to it.
+    // Every record as it is, and what the host answers to it. A buffer that it returns is gone
+    // already.
     std::function<void(const HostMessage& message, int32_t answer)> onRecord = [](auto...) {};
     std::function<void(int32_t level, std::string_view text)> onLog = [](auto...) {};
     std::function<void(std::string_view xml, int64_t kind)> onDocument = [](auto...) {};
@@ -75,7 +76,7 @@ class ModuleHost {
     template <typename Function>
     Function* resolve(const std::filesystem::path& library, const char* name) const;
     static int32_t receive(const HostMessage* message, int32_t reserved) noexcept;
-    void handle(const HostMessage& message);
+    void passOn(const HostMessage& message);
     const void* lend(std::string_view bytes);
     bool settle(const void* buffer, bool accepted);
     void takeBack(const void* buffer);

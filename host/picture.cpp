@@ -184,17 +184,7 @@ class Drawing {
                                                            SampleRate;
         const double width = xOf(until) - Left;
         canvas_.fillRectangle(Waiting, Left, top + WaveHeight / 2 - 3, width, 6);
-        labelWithin("no sound yet", Left, width, top + WaveHeight / 2 - 10, Faint);
-    }
-
-    void labelWithin(const std::string& label, double left, double width, double baseline,
-                     const Paint& paint) {
-        const double needed = canvas_.textWidth(label, 12) + 12;
-        if (needed > width)
-            return;
-        canvas_.fillRectangle({1, 1, 1, 0.9}, left + (width - needed) / 2, baseline - 14, needed,
-                              19);
-        text(label, left + width / 2, baseline, 0.5, 12, paint);
+        canvas_.label("no sound yet", Left, width, top + WaveHeight / 2 - 10, Faint);
     }
 
     // What a column of pixels stands for.
@@ -248,8 +238,8 @@ class Drawing {
     void labelGaps(const Outline& outline, double top) {
         for (const Gap& gap : outline.gaps) {
             const double left = xOf(gap.begin);
-            labelWithin("gap " + inSeconds(gap.end - gap.begin), left, xOf(gap.end) - left,
-                        top + 24, GapEdge);
+            canvas_.label("gap " + inSeconds(gap.end - gap.begin), left, xOf(gap.end) - left,
+                          top + 24, GapEdge);
         }
     }
 

@@ -19,7 +19,7 @@ int runRecord(const Options& options, Console& console) {
     ModuleEvents events;
     const bool drawing = !options.picture.empty();
     if (drawing)
-        readyFolder(options.picture.parent_path(), "--picture");
+        readyFile(options.picture, "--picture");
     Session session(
         options.session, console,
         {.onLog = [&](int32_t, std::string_view text) { events.hearLog(text); },
@@ -29,6 +29,7 @@ int runRecord(const Options& options, Console& console) {
     const auto inputs = session.choose(options.inputs, false);
     recorder.begin(inputs, options.out, options.secondsPerFile);
     session.enable(inputs, 0);
+    session.awaitSound([&] { return recorder.hasSound(); });
     {
         Progress progress(console, "recording");
         while (session.running()) {

@@ -1,5 +1,8 @@
 #include "host/recorder.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -18,18 +21,28 @@ constexpr int64_t LateTolerance = 200;  // ms; stamps are taken when a frame is 
 constexpr int64_t DecisionTime = 2000;  // ms that late frames get to catch up
 constexpr int64_t EndTolerance = 3000;  // ms; the last frame is that late without any harm
 constexpr double FullScale = 32768;
+// The sizes in a WAV file have 32 bits, which is less than a week.
+constexpr double MostSecondsPerFile = 5 * 24 * 3600;
 
 int64_t durationOf(size_t samples) { return static_cast<int64_t>(samples) * 1000 / SampleRate; }
 
-// A name that is not taken: a clock that is set back must not cost a recording.
-std::filesystem::path freeName(const std::filesystem::path& folder, int number,
-                               int64_t milliseconds) {
+// Makes an empty file, whose name is not taken: neither a clock that is set back nor another
+// process must cost a recording. What keeps it from being made will keep it from being written.
+std::filesystem::path reservedName(const std::filesystem::path& folder, int number,
+                                   int64_t milliseconds) {
     const std::string stem =
         "channel" + std::to_string(number) + "-" + localTime(milliseconds, "%Y%m%d-%H%M%S");
     std::filesystem::path name = folder / (stem + ".wav");
-    for (int copy = 2; std::filesystem::exists(name); ++copy)
-        name = folder / (stem + "-" + std::to_string(copy) + ".wav");
-    return name;
+    for (int copy = 2;; ++copy) {
+        const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (file >= 0)
+            close(file);
+        else if (errno == EEXIST) {
+            name = folder / (stem + "-" + std::to_string(copy) + ".wav");
+            continue;
+        }
+        return name;
+    }
 }
 
 }  // namespace
@@ -46,7 +59,9 @@ void Recorder::begin(const std::vector<ChannelDescription>& channels,
     readyFolder(folder, "--out");
     const std::lock_guard held(mutex_);
     folder_ = folder;
-    samplesPerFile_ = static_cast<uint64_t>(std::llround(secondsPerFile * SampleRate));
+    const double seconds = secondsPerFile > 0 ? secondsPerFile : MostSecondsPerFile;
+    samplesPerFile_ =
+        static_cast<uint64_t>(std::llround(std::min(seconds, MostSecondsPerFile) * SampleRate));
     beginMs_ = unixMilliseconds();
     for (const ChannelDescription& channel : channels) {
         Track& track = tracks_[channel.id];
@@ -56,21 +71,21 @@ void Recorder::begin(const std::vector<ChannelDescription>& channels,
 }
 
 void Recorder::openFile(Track& track, int64_t milliseconds) {
-    const std::filesystem::path name =
-        freeName(folder_, track.recording.channel.number, milliseconds);
+    track.path = reservedName(folder_, track.recording.channel.number, milliseconds);
     SF_INFO format{};
     format.samplerate = SampleRate;
     format.channels = 1;
     format.format = SF_FORMAT_WAV | SF_FORMAT_ULAW;
-    track.file.reset(sf_open(name.c_str(), SFM_WRITE, &format));
+    track.file.reset(sf_open(track.path.c_str(), SFM_WRITE, &format));
     if (!track.file) {
-        failure_ = "cannot write " + name.string() + ": " + sf_strerror(nullptr);
+        failure_ = "cannot write " + track.path.string() + ": " + sf_strerror(nullptr);
         return;
     }
     // The header tells the length after every frame, so that a player needs no end.
     sf_command(track.file.get(), SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
     track.samplesInFile = 0;
-    track.recording.files.push_back(name);
+    if (track.recording.files++ == 0)
+        track.recording.firstFile = track.path;
 }
 
 void Recorder::write(Track& track, std::span<const uint8_t> codes, int64_t milliseconds) {
@@ -79,14 +94,11 @@ void Recorder::write(Track& track, std::span<const uint8_t> codes, int64_t milli
             openFile(track, milliseconds);
         if (!track.file)
             return;
-        const size_t room = samplesPerFile_ == 0
-                                ? codes.size()
-                                : static_cast<size_t>(samplesPerFile_ - track.samplesInFile);
+        const auto room = static_cast<size_t>(samplesPerFile_ - track.samplesInFile);
         const std::span<const uint8_t> piece = codes.first(std::min(room, codes.size()));
         const auto length = static_cast<sf_count_t>(piece.size());
         if (sf_write_raw(track.file.get(), piece.data(), length) != length)
-            failure_ = "cannot write " + track.recording.files.back().string() + ": " +
-                       std::strerror(errno);
+            failure_ = "cannot write " + track.path.string() + ": " + std::strerror(errno);
         track.samplesInFile += piece.size();
         if (track.samplesInFile == samplesPerFile_)
             track.file.reset();
@@ -153,10 +165,21 @@ void Recorder::draw(Track& track, std::span<const uint8_t> codes) const {
     track.expectedMs += durationOf(codes.size());
 }
 
-std::vector<Recording> Recorder::recordings() const {
-    const std::lock_guard held(mutex_);
+void Recorder::throwFailure() const {
     if (!failure_.empty())
         throw std::runtime_error(failure_);
+}
+
+bool Recorder::hasSound() const {
+    const std::lock_guard held(mutex_);
+    throwFailure();
+    return std::ranges::any_of(tracks_,
+                               [](const auto& entry) { return entry.second.recording.frames > 0; });
+}
+
+std::vector<Recording> Recorder::recordings() const {
+    const std::lock_guard held(mutex_);
+    throwFailure();
     std::vector<Recording> all;
     for (const auto& [id, track] : tracks_)
         all.push_back(track.recording);

@@ -28,7 +28,8 @@ struct Gap {
 
 struct Recording {
     ChannelDescription channel;
-    std::vector<std::filesystem::path> files;
+    std::filesystem::path firstFile;  // the first of
+    size_t files = 0;
     uint64_t frames = 0;
     uint64_t samples = 0;
     uint64_t gaps = 0;  // where sound is missing
@@ -49,12 +50,14 @@ class Recorder {
   public:
     // Readies the folder; a channel's first file is made when its first frame comes, and is named
     // by channel and time: "channel0-20261124-093000.wav". Each can be played at any moment. Files
-    // end after so many seconds of sound; 0: never. Throws std::runtime_error when the folder
-    // cannot be written.
+    // end after so many seconds of sound, or else after days, at what the format can hold. Throws
+    // std::runtime_error when the folder cannot be written.
     void begin(const std::vector<ChannelDescription>& channels, const std::filesystem::path& folder,
                double secondsPerFile = 0);
     // Appends a frame; frames of other channels are passed over. Module's thread.
     void take(const CapturedFrame& frame);
+    // Whether a frame was taken. Throws and threads as below.
+    bool hasSound() const;
     // How things stand. Throws std::runtime_error once something could not be written. Any thread.
     std::vector<Recording> recordings() const;
     // Closes the files.
@@ -73,6 +76,7 @@ class Recorder {
         Recording recording;
         Outline outline;
         std::unique_ptr<SNDFILE, FileCloser> file;
+        std::filesystem::path path;  // of the file
         uint64_t samplesInFile = 0;
         int64_t expectedMs = 0;  // when the next frame should be stamped; 0 before the first
         // Frames that came late, until it shows whether sound is missing before them.
@@ -87,6 +91,7 @@ class Recorder {
     void settle(Track& track, int64_t missingMs) const;
     void draw(Track& track, std::span<const uint8_t> codes) const;
     static void addGap(Track& track, int64_t milliseconds);
+    void throwFailure() const;
 
     mutable std::mutex mutex_;  // guards the tracks and the failure
     std::map<int32_t, Track> tracks_;

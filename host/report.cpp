@@ -18,10 +18,10 @@ std::string withDecimals(double value) {
 }
 
 std::string filesOf(const Recording& recording) {
-    if (recording.files.empty())
+    if (recording.files == 0)
         return "none";
-    const std::string first = recording.files.front().string();
-    const size_t others = recording.files.size() - 1;
+    const std::string first = recording.firstFile.string();
+    const size_t others = recording.files - 1;
     return others == 0 ? first : first + " and " + std::to_string(others) + " more";
 }
 
@@ -34,7 +34,7 @@ void showChannels(Console& console, const std::vector<ChannelDescription>& chann
                        (channel.isOutput ? "  output" : "  input ") +
                        (channel.enabled ? "  yes    " : "  no     ") + "  " +
                        fitted(channel.name, std::max(NameWidth, columnsOf(channel.name))) + "  " +
-                       channel.device +
+                       printable(channel.device) +
                        (channel.hasDevice ? "" : console.painted(Colour::Yellow, " (missing)")));
 }
 

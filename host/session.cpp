@@ -1,9 +1,14 @@
 #include "host/session.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <future>
 #include <stdexcept>
+#include <thread>
 
 #include "host/folders.h"
 #include "host/json_records.h"
@@ -13,9 +18,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto DescriptionTimeout = 20s;
+constexpr auto ModuleTimeout = 20s;
+constexpr auto LookInterval = 100ms;
+constexpr auto SoundTimeout = 10s;  // an input may take two to start, or be silent for good
 
-volatile std::sig_atomic_t stopped = 0;
+std::atomic<int> stopped = 0;  // the signal that stopped us
 
 // Loads the module where its settings file is.
 const std::filesystem::path& libraryIn(const SessionOptions& options) {
@@ -56,15 +63,19 @@ ChannelDescription findChannel(const std::vector<ChannelDescription>& channels,
 }  // namespace
 
 void stopOnSignals() {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
-        std::signal(signal, [](int caught) {
-            if (stopped != 0 && caught != SIGPIPE)
-                std::signal(caught, SIG_DFL);
-            stopped = 1;
-        });
+    struct sigaction action {};
+    action.sa_handler = [](int caught) { stopped = caught; };
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+        // One broken pipe follows another.
+        const unsigned once = signal == SIGPIPE ? 0 : static_cast<unsigned>(SA_RESETHAND);
+        action.sa_flags = static_cast<int>(SA_RESTART | once);
+        sigaction(signal, &action, nullptr);
+    }
 }
 
 bool stopAsked() { return stopped != 0; }
+
+bool readerHasLeft() { return stopped == SIGPIPE; }
 
 Session::Session(const SessionOptions& options, Console& console, const ModuleListener& listener,
                  int32_t listenerLevel)
@@ -76,7 +87,7 @@ Session::Session(const SessionOptions& options, Console& console, const ModuleLi
 // Answers the buffering (ms) that the settings give.
 int Session::startModule() {
     module_.start();
-    await(1, "starting the module");
+    awaitDescription(1, "starting the module");
     const std::lock_guard held(mutex_);
     return latest_.bufferLength;
 }
@@ -93,7 +104,9 @@ ModuleListener Session::composed(const ModuleListener& listener) {
     ModuleListener all = listener;
     if (options_.json)
         all.onRecord = [](const HostMessage& message, int32_t answer) {
-            writeJsonLine(stdout, message, answer);
+            // The module's thread may not be one that signals reach.
+            if (!writeJsonLine(stdout, message, answer) && errno == EPIPE)
+                stopped = SIGPIPE;
         };
     all.onLog = [this, heard = listener.onLog](int32_t level, std::string_view text) {
         if (level >= options_.logLevel)
@@ -118,20 +131,32 @@ void Session::onDocument(std::string_view xml) {
     described_.notify_all();
 }
 
-void Session::await(int generation, const std::string& what) {
+void Session::awaitDescription(int generation, const std::string& what) {
+    awaitModule(what, [&] {
+        std::unique_lock held(mutex_);
+        return described_.wait_for(held, LookInterval, [&] { return generation_ >= generation; });
+    });
+}
+
+void Session::awaitModule(const std::string& what, const std::function<bool()>& isDone) {
     Progress progress(console_, what);
     const auto begin = std::chrono::steady_clock::now();
-    std::unique_lock held(mutex_);
-    while (!described_.wait_for(held, 100ms, [&] { return generation_ >= generation; })) {
+    while (!isDone()) {
         const auto waited = std::chrono::steady_clock::now() - begin;
-        if (waited > DescriptionTimeout)
-            throw std::runtime_error(what +
-                                     " takes too long; does the sound server hang? "
-                                     "'tamborin-host doctor' tells more");
-        held.unlock();
-        progress.show(std::chrono::duration<double>(waited) / DescriptionTimeout);
-        held.lock();
+        if (waited > ModuleTimeout)
+            giveUp(what);
+        progress.show(std::chrono::duration<double>(waited) / ModuleTimeout);
     }
+}
+
+// The module's thread is inside a library that waits for the sound server, without a limit, and
+// cannot be stopped. To unwind would be to wait for it, so the process ends here. Files of
+// recordings are whole at any moment.
+void Session::giveUp(const std::string& what) {
+    console_.error(what +
+                   " takes too long; does the sound server hang? "
+                   "'tamborin-host doctor' tells more");
+    std::_Exit(EXIT_FAILURE);
 }
 
 void Session::send(const std::string& document) {
@@ -142,7 +167,7 @@ void Session::send(const std::string& document) {
     }
     if (!module_.configure(document))
         throw std::runtime_error("the module refuses a configuration");
-    await(next, "applying the configuration");
+    awaitDescription(next, "applying the configuration");
 }
 
 std::vector<ChannelDescription> Session::channels() const {
@@ -186,6 +211,15 @@ void Session::enable(const std::vector<ChannelDescription>& channels, int buffer
     start_ = std::chrono::steady_clock::now();
 }
 
+void Session::awaitSound(const std::function<bool()>& isHeard) {
+    Progress progress(console_, "waiting for sound");
+    while (!isHeard() && !stopAsked() && elapsedSeconds() < SoundTimeout / 1.0s) {
+        progress.show(0);
+        std::this_thread::sleep_for(20ms);
+    }
+    start_ = std::chrono::steady_clock::now();
+}
+
 BufferAccount Session::finish() {
     if (!enabledHere_.empty() || bufferingChanged_) {
         const std::string document =
@@ -194,12 +228,14 @@ BufferAccount Session::finish() {
         bufferingChanged_ = false;
         send(document);
     }
-    module_.stop();
+    const auto stopping = std::async(std::launch::async, [this] { module_.stop(); });
+    awaitModule("stopping the module",
+                [&] { return stopping.wait_for(LookInterval) == std::future_status::ready; });
     return module_.buffers();
 }
 
 bool Session::running() const {
-    return stopped == 0 && (options_.seconds <= 0 || elapsedSeconds() < options_.seconds);
+    return !stopAsked() && (options_.seconds <= 0 || elapsedSeconds() < options_.seconds);
 }
 
 double Session::elapsedSeconds() const {

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -24,8 +25,8 @@ class Session {
   public:
     // Loads and starts the module in the folder, which becomes the working directory and is made
     // when it is missing, and waits for its description. `listener` is called on the module's
-    // threads, for log lines from `listenerLevel` on. Throws std::runtime_error, also when the
-    // module does not describe itself in time.
+    // threads, for log lines from `listenerLevel` on. Throws std::runtime_error. Ends the process,
+    // with a line for the user, when the module hangs, here and in what follows.
     Session(const SessionOptions& options, Console& console, const ModuleListener& listener = {},
             int32_t listenerLevel = LogError);
     ~Session();
@@ -43,7 +44,10 @@ class Session {
                                            bool outputs) const;
 
     // Enables channels, sets the buffering when positive, and waits for the module's answer.
+    // The time to run begins then.
     void enable(const std::vector<ChannelDescription>& channels, int bufferLength);
+    // Waits until a first sound is heard, though not for long; the time to run begins anew.
+    void awaitSound(const std::function<bool()>& isHeard);
     // Sends a configuration document and waits for the description that answers it.
     void send(const std::string& document);
     // Restores what enable has changed, stops the module, and answers the final account.
@@ -60,7 +64,9 @@ class Session {
     ModuleListener composed(const ModuleListener& listener);
     int startModule();
     void onDocument(std::string_view xml);
-    void await(int generation, const std::string& what);
+    void awaitDescription(int generation, const std::string& what);
+    void awaitModule(const std::string& what, const std::function<bool()>& isDone);
+    [[noreturn]] void giveUp(const std::string& what);
 
     const SessionOptions options_;
     Console& console_;
@@ -76,8 +82,10 @@ class Session {
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
-// Makes SIGINT, SIGTERM, SIGHUP and SIGPIPE end the running session; a second one ends the process.
-// Once, before any thread is started.
+// Makes SIGINT, SIGTERM, SIGHUP and SIGPIPE end the running session; a second one ends the process,
+// but for SIGPIPE. Once, before any thread is started.
 void stopOnSignals();
 // Whether one of them came.
 bool stopAsked();
+// Whether the last that came was SIGPIPE: nobody reads the results any more.
+bool readerHasLeft();

@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 
 bool showFound(Console& console, const std::vector<uint8_t>& clip, const Recording& recording) {
     Progress progress(console, "looking for the clip");
-    const ClipFound found = findClip(clip, readCodes(recording.files.front()),
+    const ClipFound found = findClip(clip, readCodes(recording.firstFile),
                                      [&](double fraction) { progress.show(fraction); });
     std::array<char, 128> text{};
     if (found.isFound())
@@ -43,6 +43,7 @@ int runTalk(const Options& options, Console& console) {
     const ChannelDescription output = session.choose(options.outputs, true).front();
     recorder.begin({input}, options.out);
     session.enable({input, output}, GaplessBufferLength);
+    session.awaitSound([&] { return recorder.hasSound(); });
 
     std::optional<Player> player;
     bool playing = true;
@@ -50,7 +51,7 @@ int runTalk(const Options& options, Console& console) {
         Progress progress(console, "talking");
         while (session.running()) {
             const auto recordings = recorder.recordings();
-            // An input may take two seconds to start: the clip waits until it is heard.
+            // The clip waits until the input is heard.
             if (!player && recordings.front().frames > 0)
                 player.emplace(session.module(), output.id, clip);
             if (player && playing)

@@ -6,12 +6,14 @@
 #include <cstdio>
 #include <ctime>
 #include <cwchar>
+#include <cwctype>
 
 namespace {
 
 struct Character {
     size_t bytes;
     size_t columns;
+    std::string_view shown;
 };
 
 // What the locale does not know is taken byte by byte.
@@ -19,24 +21,37 @@ Character firstOf(std::string_view text) {
     wchar_t wide = 0;
     std::mbstate_t state{};
     const size_t bytes = std::mbrtowc(&wide, text.data(), text.size(), &state);
-    if (bytes == 0 || bytes > text.size())
-        return {1, 1};
-    return {bytes, static_cast<size_t>(std::max(wcwidth(wide), 0))};
+    if (bytes > text.size())
+        return {1, 1, text.substr(0, 1)};
+    if (std::iswcntrl(static_cast<wint_t>(wide)) != 0)
+        return {std::max(bytes, size_t{1}), 1, "?"};
+    return {bytes, static_cast<size_t>(std::max(wcwidth(wide), 0)), text.substr(0, bytes)};
 }
 
 }  // namespace
 
+std::string printable(std::string_view text) {
+    std::string shown;
+    while (!text.empty()) {
+        const Character next = firstOf(text);
+        shown += next.shown;
+        text.remove_prefix(next.bytes);
+    }
+    return shown;
+}
+
 std::string fitted(std::string_view text, size_t columns) {
-    size_t bytes = 0;
+    std::string shown;
     size_t taken = 0;
-    while (bytes < text.size()) {
-        const Character next = firstOf(text.substr(bytes));
+    while (!text.empty()) {
+        const Character next = firstOf(text);
         if (taken + next.columns > columns)
             break;
-        bytes += next.bytes;
+        shown += next.shown;
         taken += next.columns;
+        text.remove_prefix(next.bytes);
     }
-    return std::string(text.substr(0, bytes)) + std::string(columns - taken, ' ');
+    return shown + std::string(columns - taken, ' ');
 }
 
 size_t columnsOf(std::string_view text) {

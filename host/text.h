@@ -5,7 +5,10 @@
 #include <string>
 #include <string_view>
 
-// Cut or padded with spaces to exactly so many terminal columns, whole characters only.
+// Without control characters, which a terminal would obey: each becomes a '?'.
+std::string printable(std::string_view text);
+// Printable, and cut or padded with spaces to exactly so many terminal columns, whole characters
+// only.
 std::string fitted(std::string_view text, size_t columns);
 // Columns that the text takes on a terminal.
 size_t columnsOf(std::string_view text);

@@ -104,6 +104,7 @@ std::vector<ChannelDescription> inputsWithDevice(std::vector<ChannelDescription>
 }  // namespace
 
 int runWatch(const Options& options, Console& console) {
+    checkTerminal(console.stream());
     Watcher watcher(std::min<int32_t>(options.session.logLevel, LogInfo));
     SessionOptions session = options.session;
     session.logLevel = LogNothing;  // the view shows the log

@@ -1,11 +1,14 @@
 #include "host/watch_view.h"
 
 #include <ncurses.h>
+#include <termcap.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <stdexcept>
 
+#include "host/console.h"
 #include "host/text.h"
 #include "plugin/tamborin.h"
 
@@ -44,9 +47,13 @@ struct Layout {
     explicit Layout(size_t width) {
         constexpr size_t Gap = 2;
         constexpr size_t LeastMeter = 8;
+        constexpr size_t GoodMeter = 16;
         constexpr size_t MostMeter = 40;
+        constexpr size_t LeastDevice = 12;
+        constexpr size_t MostDevice = 32;
         constexpr size_t Fixed = 3 + Gap + 9 + Gap;  // number and state
-        size_t left = width > Fixed ? width - Fixed : 0;
+        // No gap follows the last.
+        size_t left = width + Gap > Fixed ? width + Gap - Fixed : 0;
         const auto grant = [&left](size_t wanted) {
             if (left < wanted + Gap)
                 return size_t{0};
@@ -57,11 +64,17 @@ struct Layout {
         name = grant(16);
         restarts = grant(8);
         decibels = grant(10);
+        device = grant(LeastDevice);
         kind = grant(6);
-        device = grant(12);
-        const size_t wider = std::min(left, meter > 0 ? MostMeter - LeastMeter : 0);
-        meter += wider;
-        name += name > 0 ? left - wider : 0;
+        const auto widen = [&left](size_t& column, size_t most) {
+            const size_t wider = column == 0 ? 0 : std::min(left, most - column);
+            column += wider;
+            left -= wider;
+        };
+        widen(meter, GoodMeter);
+        widen(device, MostDevice);
+        widen(meter, MostMeter);
+        name += name > 0 ? left : 0;
     }
     size_t meter = 0, name = 0, restarts = 0, decibels = 0, kind = 0, device = 0;
 };
@@ -120,26 +133,26 @@ void drawTop(const WatchContent& content) {
         piece(0, column, time, A_REVERSE);
 }
 
-screen* openScreen(FILE* out) {
-    screen* opened = isatty(fileno(out)) != 0 && isatty(STDIN_FILENO) != 0
-                         ? newterm(nullptr, out, stdin)
-                         : nullptr;
-    if (opened == nullptr)
+}  // namespace
+
+void checkTerminal(FILE* out) {
+    const char* name = std::getenv("TERM");
+    if (isatty(fileno(out)) == 0 || isatty(STDIN_FILENO) == 0 || name == nullptr ||
+        tgetent(nullptr, name) != 1)
         throw std::runtime_error(
             "watch needs a terminal that TERM names; for scripts there is "
             "'tamborin-host record --json'");
-    return opened;
 }
 
-}  // namespace
-
-WatchView::WatchView(FILE* out) : screen_(openScreen(out)) {
+WatchView::WatchView(FILE* out) : screen_(newterm(nullptr, out, stdin)) {
+    if (screen_ == nullptr)
+        throw std::runtime_error("the terminal cannot be drawn on");
     cbreak();
     noecho();
     keypad(stdscr, TRUE);
     timeout(KeyWait);
     curs_set(0);
-    if (has_colors() && std::getenv("NO_COLOR") == nullptr) {
+    if (has_colors() && areColoursWanted()) {
         start_color();
         use_default_colors();
         init_pair(Good, COLOR_GREEN, -1);

@@ -32,10 +32,13 @@ struct WatchContent {
     std::vector<WatchedLine> log;  // the last lines, oldest first
 };
 
+// Throws std::runtime_error when there is no terminal to draw on.
+void checkTerminal(FILE* out);
+
 // Has the terminal from construction to destruction. One at a time.
 class WatchView {
   public:
-    // Throws std::runtime_error when there is no terminal to draw on.
+    // The terminal has been checked.
     explicit WatchView(FILE* out);
     ~WatchView();
     WatchView(const WatchView&) = delete;

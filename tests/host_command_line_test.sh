@@ -37,7 +37,7 @@ expect 1 "no function Load.*--module" channels --module libm.so.6
 expect 1 "file: .*--dir" channels --dir file
 expect 1 "start a sound server" channels
 expect 1 "start a sound server" record --quiet
-expect 1 "start a sound server" watch
+expect 1 "needs a terminal" watch
 expect 1 "no input 'Door'.*doctor" record --input Door
 expect 1 "file.*--picture" record --picture file/x.png
 expect 1 "nothing for this module" send foreign.xml
@@ -47,7 +47,7 @@ expect 1 "nested deeper" send deep.xml
 # shellcheck disable=SC2016  # $1 is the inner shell's
 "$pulseaudio" bash -euc '
     "$1" doctor --quiet || { echo "doctor: wrong"; exit 1; }
-    "$1" record --json --for 3 --input 0 --out json >json.out 2>/dev/null
+    "$1" record --json --for 1 --input 0 --out json >json.out 2>/dev/null
     "$1" record --quiet --rotate 1 --input "pulse (input)" --out killed & recorder=$!
     for _ in $(seq 600); do
         [ "$(find killed -name "*.wav" -size +2k 2>/dev/null | wc -l)" -lt 2 ] || break
