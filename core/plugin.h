@@ -79,8 +79,8 @@ class CPlugin {
     std::atomic<bool> stopRequested{false};
 
     // The worker's own from here on, without a lock; only channels are looked up by host threads.
-    bool audioStarted = false;         // PortAudio is up
-    bool settingsRead = false;         // until both, a save would lose what the file holds
+    bool audioStarted = false;  // PortAudio is up
+    bool settingsRead = false;  // until both, a save would lose what the file holds
     bool settingsApplied = false;
     int32_t bufferLength = 250;        // ms of audio queued before an output starts
     int32_t passPeriodMs = 1;          // pause between passes

@@ -16,9 +16,9 @@ class TiXmlDocument;
 extern HostCallback g_hostCallback;
 
 // Asks the host for its threshold and, when `level` reaches it, formats the line and sends it.
-// Lines of 2048 characters and more are cut to 2047 and a zero byte; at level 0, only one of exactly
-// 2048. Answers what the host
-// answered to the line, 0 when nothing was sent. A null callback sends nothing.
+// Lines of 2048 characters and more are cut to 2047 and a zero byte; at level 0, only one of
+// exactly 2048. Answers what the host answered to the line, 0 when nothing was sent. A null
+// callback sends nothing.
 [[gnu::format(printf, 4, 5)]] int32_t logMessage(int64_t moduleId, HostCallback callback,
                                                  int32_t level, const char* format, ...) noexcept;
 
