@@ -4,14 +4,19 @@
 
 namespace {
 
-void removeDeclarations(TiXmlNode& parent) {
+// What follows a node and all that is in it, below `top`; null at the end.
+TiXmlNode* nodeAfter(TiXmlNode* node, const TiXmlNode* top) {
+    while (node != top && node->NextSibling() == nullptr)
+        node = node->Parent();
+    return node == top ? nullptr : node->NextSibling();
+}
+
+void removeDeclarations(TiXmlNode& top) {
     TiXmlNode* next = nullptr;
-    for (TiXmlNode* child = parent.FirstChild(); child != nullptr; child = next) {
-        next = child->NextSibling();
-        if (child->ToDeclaration() != nullptr)
-            parent.RemoveChild(child);
-        else
-            removeDeclarations(*child);
+    for (TiXmlNode* node = top.FirstChild(); node != nullptr; node = next) {
+        next = node->FirstChild() != nullptr ? node->FirstChild() : nodeAfter(node, &top);
+        if (node->ToDeclaration() != nullptr)
+            node->Parent()->RemoveChild(node);
     }
 }
 
