@@ -52,8 +52,12 @@ def cpu_and_wakeups(pid):
     return nanoseconds, switches
 
 
+def recordings():
+    return glob.glob(folder + "/*.au") + glob.glob(folder + "/*.wav")
+
+
 def recorded_bytes():
-    return sum(os.path.getsize(file) for file in glob.glob(folder + "/*.[aw][uv]*"))
+    return sum(os.path.getsize(file) for file in recordings())
 
 
 def measure(command):
@@ -72,7 +76,7 @@ def measure(command):
     except subprocess.TimeoutExpired:
         process.kill()
         process.wait()
-    for file in glob.glob(folder + "/*.[aw][uv]*"):
+    for file in recordings():
         os.remove(file)
     return (cpu_after - cpu) / 1e9 / seconds, (wakeups_after - wakeups) / seconds, runs
 
