@@ -11,12 +11,13 @@ TiXmlNode* nodeAfter(TiXmlNode* node, const TiXmlNode* top) {
     return node == top ? nullptr : node->NextSibling();
 }
 
-void removeDeclarations(TiXmlNode& top) {
+// An empty comment takes its place, so that the texts around it stay apart.
+void blankDeclarations(TiXmlNode& top) {
     TiXmlNode* next = nullptr;
     for (TiXmlNode* node = top.FirstChild(); node != nullptr; node = next) {
         next = node->FirstChild() != nullptr ? node->FirstChild() : nodeAfter(node, &top);
         if (node->ToDeclaration() != nullptr)
-            node->Parent()->RemoveChild(node);
+            node->Parent()->ReplaceChild(node, TiXmlComment());
     }
 }
 
@@ -34,6 +35,6 @@ std::unique_ptr<TiXmlElement> defaultSchedule() {
 
 std::unique_ptr<TiXmlElement> keptSchedule(const TiXmlElement& schedule) {
     std::unique_ptr<TiXmlElement> kept(schedule.Clone()->ToElement());
-    removeDeclarations(*kept);
+    blankDeclarations(*kept);
     return kept;
 }
