@@ -10,7 +10,7 @@ using SteadyTime = std::chrono::steady_clock::time_point;
 
 // Monotonic time; any thread.
 SteadyTime steadyNow() noexcept;
-// The same as of the system's last tick, 1 to 10 ms ago; reading it costs next to nothing.
+// The same as of the system's last tick, at most 1 to 10 ms ago; costs next to nothing to read.
 SteadyTime steadyTick() noexcept;
 // Wall-clock time, seconds and microseconds since 1970; any thread.
 timeval wallClockNow() noexcept;
