@@ -15,6 +15,7 @@
 #include <string>
 
 #include "audio/block_queue.h"
+#include "audio/open_retry.h"
 #include "core/clock.h"
 #include "core/mutex.h"
 #include "plugin/tamborin.h"
@@ -43,8 +44,12 @@ class Channel {
     // ---- stream (audio/channel_stream.cpp)
     // Opens and starts the stream when the channel has a device and no stream. A stream that is
     // open but not running is left alone: the watchdog restarts it. What went wrong stands in
-    // startResult. May wait inside PortAudio for seconds.
+    // startResult. After ten failures in a row the device is asked before, at most once a second.
+    // May wait inside PortAudio or ALSA for seconds.
     void openStream();
+    // True while the device has to be asked before an open. Such an input has no time-outs:
+    // openStream is to be called on every pass, and keeps its own pace.
+    bool isDeviceInDoubt() const { return retry.isDeviceInDoubt(); }
     // Closes the stream, dropping what the device still holds. Nothing when there is none.
     void closeStream();
     // True when the stream has not called back for the watchdog's period (3 s); then false again
@@ -71,7 +76,8 @@ class Channel {
     // ---- configuration (config/channel_elements.cpp)
     // Takes name, device name and schedule from an Input element, as far as they are there.
     void applyInputElement(const TiXmlElement& input);
-    // Takes Enabled from an AudioChannel element; disabling empties the queue. Leaves the stream.
+    // Takes Enabled from an AudioChannel element; disabling empties the queue, enabling forgets how
+    // often the device could not be opened. Leaves the stream.
     void applyEnabled(const TiXmlElement* audioChannel) EXCLUDES(queueLock);
     // Appends the channel's Input element to `audio` and its AudioChannel element to `encoder`.
     void describeChannel(TiXmlElement& audio, TiXmlElement& encoder) const;
@@ -108,6 +114,12 @@ class Channel {
     };
     Undecoded findUndecoded() EXCLUDES(queueLock);
     bool hasStream();
+    bool isOpenDue() EXCLUDES(queueLock);
+    void startStream();
+    void reportFailedOpen() const;
+    void keepOutputRunning() EXCLUDES(queueLock);
+    void reportMissingOutput();
+    void endOutput() EXCLUDES(queueLock);
     // Takes what a hint announces. Looks before it takes: most passes find nothing.
     static bool take(std::atomic<bool>& hint) noexcept { return hint && hint.exchange(false); }
     size_t queuedBlocks() const NO_THREAD_SAFETY_ANALYSIS { return blocks.size(); }
@@ -124,4 +136,5 @@ class Channel {
     SteadyTime nextWatchdogUnit{};  // when isTimedOut may take the next unit
     int64_t lastMissingReport = 0;  // unix seconds
     PaStream* stream = nullptr;
+    OpenRetry retry;
 };

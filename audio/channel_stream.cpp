@@ -1,6 +1,7 @@
 // The life of a channel's PortAudio stream. Worker thread.
 #include <algorithm>
 
+#include "audio/ask_device.h"
 #include "audio/channel.h"
 #include "plugin/host_link.h"
 
@@ -31,9 +32,31 @@ bool Channel::hasStream() {
 }
 
 void Channel::openStream() {
-    if (hasStream() || paIndex == NoDevice)
-        return;
+    if (!hasStream() && paIndex != NoDevice && isOpenDue())
+        startStream();
+}
 
+// Asks the device when opens have failed too often. Never under queueLock: Write would wait for it.
+bool Channel::isOpenDue() {
+    switch (retry.next(steadyTick())) {
+        case OpenRetry::Step::Open:
+            return true;
+        case OpenRetry::Step::Wait:
+            return false;
+        case OpenRetry::Step::AskDevice:
+            break;
+    }
+    const DeviceAnswer answer = askDevice(static_cast<PaDeviceIndex>(paIndex), isInput);
+    const SteadyTime now = steadyTick();
+    if (retry.takeAnswer(answer, now))
+        return true;
+    if (retry.isReportDue(now))
+        reportFailedOpen();
+    return false;
+}
+
+// Opens and starts the stream of a channel that has a device and no stream.
+void Channel::startStream() {
     PaStreamParameters parameters{};
     parameters.device = static_cast<PaDeviceIndex>(paIndex);
     parameters.channelCount = 1;
@@ -43,18 +66,24 @@ void Channel::openStream() {
     const PaError error =
         Pa_OpenStream(&stream, isInput ? &parameters : nullptr, isInput ? nullptr : &parameters,
                       SampleRate, FramesPerBuffer, paNoFlag, streamCallback, this);
-    if (error == paNoError)
+    if (error == paNoError) {
         startResult = Pa_StartStream(stream);
-    else
+        retry.reset();
+    } else {
         stream = nullptr;  // a failed open may leave anything in the handle
+    }
     beginWatchdogPeriod();
     if (error == paNoError)
         logMessage(ModuleId, g_hostCallback, LogInfo, "Started %s stream '%s'", directionWord(),
                    Name.c_str());
-    else
-        logMessage(ModuleId, g_hostCallback, LogInfo,
-                   "Failed to start %s stream '%s' (Pa_OpenStream error %d)", directionWord(),
-                   Name.c_str(), error);
+    else if (retry.takeFailure(error, steadyTick()))
+        reportFailedOpen();
+}
+
+void Channel::reportFailedOpen() const {
+    logMessage(ModuleId, g_hostCallback, LogInfo,
+               "Failed to start %s stream '%s' (Pa_OpenStream error %d)", directionWord(),
+               Name.c_str(), retry.lastError());
 }
 
 void Channel::closeStream() {
@@ -94,30 +123,45 @@ void Channel::rearmWatchdog() RT_SAFE { watchdog.exchange(WatchdogArmed); }
 void Channel::maintainOutput(int32_t bufferLengthMs) {
     const int32_t threshold = std::max(bufferLengthMs / MillisecondsPerBlock, 1);
     const size_t queued = queuedBlocks();
-    if (queued >= static_cast<size_t>(threshold)) {
-        const bool timedOut = isTimedOut();
-        if (hasStream() && !timedOut)
-            return;
-        const MutexLock held(queueLock);
-        if (timedOut) {
-            closeStream();
-            logMessage(ModuleId, g_hostCallback, LogDetail, "Restarting output stream %d", ID);
-        }
-        if (paIndex != NoDevice) {
-            openStream();
-            return;
-        }
-        const int64_t now = unixSeconds();
-        if (now > lastMissingReport + MissingReportPause) {
-            lastMissingReport = now;
-            logMessage(ModuleId, g_hostCallback, LogError,
-                       "Failed to start output stream '%s' - device missing.", Name.c_str());
-        }
-    } else if (queued == 0 && hasStream()) {
-        const MutexLock held(queueLock);
-        if (blocks.size() == 0)  // nothing has been written meanwhile
-            closeStream();
+    if (queued >= static_cast<size_t>(threshold))
+        keepOutputRunning();
+    else if (queued == 0)
+        endOutput();
+}
+
+void Channel::keepOutputRunning() {
+    const bool timedOut = isTimedOut();
+    if (hasStream() && !timedOut)
+        return;
+    if (paIndex != NoDevice && !isOpenDue())
+        return;
+    const MutexLock held(queueLock);
+    if (timedOut) {
+        closeStream();
+        logMessage(ModuleId, g_hostCallback, LogDetail, "Restarting output stream %d", ID);
     }
+    if (paIndex == NoDevice)
+        reportMissingOutput();
+    else if (!hasStream())
+        startStream();
+}
+
+void Channel::reportMissingOutput() {
+    const int64_t now = unixSeconds();
+    if (now <= lastMissingReport + MissingReportPause)
+        return;
+    lastMissingReport = now;
+    logMessage(ModuleId, g_hostCallback, LogError,
+               "Failed to start output stream '%s' - device missing.", Name.c_str());
+}
+
+void Channel::endOutput() {
+    retry.reset();
+    if (!hasStream())
+        return;
+    const MutexLock held(queueLock);
+    if (blocks.size() == 0)  // nothing has been written meanwhile
+        closeStream();
 }
 
 int Channel::streamCallback(const void* input, void* output, unsigned long frameCount,

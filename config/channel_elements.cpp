@@ -25,7 +25,9 @@ void Channel::applyEnabled(const TiXmlElement* audioChannel) {
         audioChannel->QueryIntAttribute("Enabled", &value) != TIXML_SUCCESS)
         return;
     Enabled = value > 0;
-    if (!Enabled)
+    if (Enabled)
+        retry.reset();
+    else
         purgeBlocks(false);
 }
 

@@ -71,7 +71,9 @@ void CPlugin::serveChannel(Channel& channel) {
     }
     if (!channel.Enabled)
         return;
-    if (channel.isTimedOut()) {
+    if (channel.isDeviceInDoubt()) {
+        channel.openStream();
+    } else if (channel.isTimedOut()) {
         logMessage(ModuleId, g_hostCallback, LogDetail, "Input stream %d timed out", channel.ID);
         channel.closeStream();
         if (!isStopRequested())

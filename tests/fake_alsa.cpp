@@ -13,9 +13,28 @@ struct _snd_mixer {
 
 namespace {
 FakeCard* current;  // the card last asked for its name: mixers are opened for that one
+snd_local_error_handler_t localErrorHandler;
 int failsAt(const char* step) { return current->failingStep == step ? -19 : 0; }
 }  // namespace
 
+int snd_pcm_open(snd_pcm_t** /*pcm*/, const char* name, snd_pcm_stream_t stream, int mode) {
+    EXPECT_EQ(mode, SND_PCM_NONBLOCK);
+    EXPECT_NE(localErrorHandler, nullptr) << "ALSA would write to the host's stderr";
+    note(std::string("ask ") + (stream == SND_PCM_STREAM_CAPTURE ? "input" : "output") + " of " +
+         name);
+    whileAsked();
+    fakePcmsOpen += fakePcmError == 0 ? 1 : 0;
+    return fakePcmError;
+}
+int snd_pcm_close(snd_pcm_t* /*pcm*/) {
+    --fakePcmsOpen;
+    return 0;
+}
+extern "C" snd_local_error_handler_t setErrorHandlerOfThread(
+    snd_local_error_handler_t handler) __asm__("snd_lib_error_set_local");
+snd_local_error_handler_t setErrorHandlerOfThread(snd_local_error_handler_t handler) {
+    return std::exchange(localErrorHandler, handler);
+}
 int snd_card_next(int* card) {
     *card = *card + 1 < static_cast<int>(fakeCards.size()) ? *card + 1 : -1;
     return 0;

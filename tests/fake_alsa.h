@@ -1,6 +1,7 @@
 // ALSA cards and mixers as the test describes them.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -23,3 +24,6 @@ struct FakeCard {
 };
 inline std::vector<FakeCard> fakeCards;
 inline int fakeMixersOpen = 0;
+inline int fakePcmsOpen = 0;
+inline int fakePcmError = 0;                      // what opening a PCM ends with
+inline std::function<void()> whileAsked = [] {};  // happens while a PCM is being opened

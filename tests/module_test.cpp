@@ -17,6 +17,8 @@ ModuleTest::ModuleTest() {
     fakePortAudio = {};
     fakePortAudio.hostApis.push_back({1, paALSA, "ALSA", 0, 0, 0});
     fakeCards.clear();
+    fakePcmError = 0;
+    whileAsked = [] {};
     loans_.clear();
     trace.clear();
     document.clear();
@@ -34,6 +36,7 @@ ModuleTest::~ModuleTest() {
     for (const FakeStream& stream : fakePortAudio.streams)
         EXPECT_EQ(stream.active, paBadStreamPtr) << "a stream was left open";
     EXPECT_EQ(fakeMixersOpen, 0);
+    EXPECT_EQ(fakePcmsOpen, 0);
     std::filesystem::current_path("/");
     std::filesystem::remove_all(folder_);
 }

@@ -3,6 +3,7 @@
 //
 // The worker runs from "> start" to "> stop", a pass at a time. A command's meaning stands with it
 // in commands().
+#include <future>
 #include <map>
 #include <set>
 #include <sstream>
@@ -195,7 +196,9 @@ class Transcript : public ModuleTest {
          }},
         {"host_api",
          [](auto& in) {
-             fakePortAudio.hostApis.push_back({1, paALSA, keep(word(in)), 0, 0, 0});
+             const std::string name = word(in);
+             fakePortAudio.hostApis.push_back(
+                 {1, name == "JACK" ? paJACK : paALSA, keep(name), 0, 0, 0});
              fakePortAudio.hostApis.back().defaultInputDevice = static_cast<int>(number(in));
              fakePortAudio.hostApis.back().defaultOutputDevice = static_cast<int>(number(in));
              fakePortAudio.defaultHostApi = static_cast<int>(number(in));
@@ -249,6 +252,21 @@ class Transcript : public ModuleTest {
              fakeCards.push_back(card);
          }},
         {"element", [](auto& in) { fakeCards.back().elements.push_back(element(in)); }},
+        // What it says of a device that is asked; whether Write waits for the answer.
+        {"pcm", [](auto& in) { fakePcmError = static_cast<int>(number(in)); }},
+        {"write_while_asked",
+         [](auto&) {
+             whileAsked = [] {
+                 whileAsked = [] {};
+                 const auto written = std::make_shared<std::promise<void>>();
+                 std::thread([written] {
+                     write("asked", std::vector<uint8_t>(2048, 1), Channel0 + 1, TypeAudio);
+                     written->set_value();
+                 }).detach();
+                 if (written->get_future().wait_for(60s) != std::future_status::ready)
+                     note("Write waits");
+             };
+         }},
         {"mixers", [](auto&) { note(configureCaptureMixers() ? "true" : "false"); }},
     };
 

@@ -1,0 +1,54 @@
+#include "audio/ask_device.h"
+
+#include <alsa/asoundlib.h>
+
+#include <cerrno>
+#include <cstdarg>
+
+// The module also loads beside an ALSA library that has only mixers: these are null there.
+#pragma weak snd_pcm_open
+#pragma weak snd_pcm_close
+// ALSA's header declares this C function as a C++ one, hence a declaration of our own.
+extern "C" [[gnu::weak]] snd_local_error_handler_t setErrorHandlerOfThread(
+    snd_local_error_handler_t handler) __asm__("snd_lib_error_set_local");
+
+namespace {
+
+// Keeps ALSA's messages about a device that is away from the host's stderr. For this thread alone.
+class QuietAlsa {
+  public:
+    QuietAlsa() : before_(setErrorHandlerOfThread(ignore)) {}
+    ~QuietAlsa() { setErrorHandlerOfThread(before_); }
+    QuietAlsa(const QuietAlsa&) = delete;
+    QuietAlsa& operator=(const QuietAlsa&) = delete;
+
+  private:
+    static void ignore(const char* /*file*/, int /*line*/, const char* /*function*/, int /*error*/,
+                       const char* /*format*/, va_list /*arguments*/) {}
+
+    const snd_local_error_handler_t before_;
+};
+
+// The name by which ALSA knows a device of PortAudio's; null when it belongs to another host API.
+const char* alsaName(PaDeviceIndex device) {
+    const PaDeviceInfo* info = Pa_GetDeviceInfo(device);
+    const PaHostApiInfo* hostApi = info != nullptr ? Pa_GetHostApiInfo(info->hostApi) : nullptr;
+    return hostApi != nullptr && hostApi->type == paALSA ? info->name : nullptr;
+}
+
+}  // namespace
+
+DeviceAnswer askDevice(PaDeviceIndex device, bool isInput) noexcept {
+    const char* name = alsaName(device);
+    if (name == nullptr || snd_pcm_open == nullptr || snd_pcm_close == nullptr ||
+        setErrorHandlerOfThread == nullptr)
+        return DeviceAnswer::CannotTell;
+    const QuietAlsa quiet;
+    snd_pcm_t* pcm = nullptr;
+    const int error = snd_pcm_open(
+        &pcm, name, isInput ? SND_PCM_STREAM_CAPTURE : SND_PCM_STREAM_PLAYBACK, SND_PCM_NONBLOCK);
+    if (error < 0)
+        return error == -EBUSY ? DeviceAnswer::Busy : DeviceAnswer::Away;
+    snd_pcm_close(pcm);
+    return DeviceAnswer::Openable;
+}
