@@ -62,6 +62,8 @@ class Channel {
     // ---- queue
     // Removes the played blocks, or all, and hands host buffers back, newest first.
     void purgeBlocks(bool onlyPlayed) EXCLUDES(queueLock);
+    // How many blocks are queued, read without the lock: as a hint.
+    size_t queuedBlocks() const NO_THREAD_SAFETY_ANALYSIS { return blocks.size(); }
     // The oldest captured block, the caller's from now on; none when the queue is empty or busy.
     AudioBlockPtr takeCaptured() EXCLUDES(queueLock);
     // Whole milliseconds between a sound and its callback; 0 without a stream.
@@ -122,7 +124,6 @@ class Channel {
     void endOutput() EXCLUDES(queueLock);
     // Takes what a hint announces. Looks before it takes: most passes find nothing.
     static bool take(std::atomic<bool>& hint) noexcept { return hint && hint.exchange(false); }
-    size_t queuedBlocks() const NO_THREAD_SAFETY_ANALYSIS { return blocks.size(); }
     const char* directionWord() const { return isInput ? "input" : "output"; }
 
     Mutex queueLock;  // waited for by the worker and Write, only tried by the callback

@@ -82,9 +82,13 @@ void CPlugin::serveChannel(Channel& channel) {
     drainCaptured(channel);
 }
 
+// Sends what was queued when the drain began, or the first four blocks if that is more. A host
+// whose callback takes longer than a frame lasts would otherwise keep the worker here for ever.
 void CPlugin::drainCaptured(Channel& channel) const {
-    while (const AudioBlockPtr block = channel.takeCaptured()) {
-        if (isStopRequested())
+    constexpr size_t FewestBlocks = 4;
+    for (size_t left = std::max(channel.queuedBlocks(), FewestBlocks); left > 0; --left) {
+        const AudioBlockPtr block = channel.takeCaptured();
+        if (!block || isStopRequested())
             return;
         sendCaptured(*block, channel);
     }

@@ -25,6 +25,7 @@ ModuleTest::ModuleTest() {
     threshold = 0;
     showsRecords = false;
     answer = 0;
+    whileSending = [] {};
     hostTable_.hostCallback = receive;
     Load(&hostTable_, &moduleInfo_);
 }
@@ -133,6 +134,7 @@ int32_t ModuleTest::receive(const HostMessage* message, int32_t reserved) {
         note("audio " + std::to_string(message->sourceId) + " at " +
              std::to_string(message->seconds) + "." + std::to_string(message->milliseconds) + ": " +
              std::to_string(frame.size()) + " of " + std::to_string(frame.empty() ? 0 : frame[0]));
+        whileSending();
     } else {
         document = text;
         if (message->kind == KindModuleDocument)

@@ -67,6 +67,7 @@ class ModuleTest : public testing::Test {
     static inline std::string document;        // the last one sent
     static inline std::string description;     // the last one of them that describes the channels
     static inline std::vector<uint8_t> frame;  // the last audio frame
+    static inline std::function<void()> whileSending;  // happens in the callback given a frame
 
   private:
     struct Loan {

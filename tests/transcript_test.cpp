@@ -230,6 +230,14 @@ class Transcript : public ModuleTest {
          }},
         {"capture_while_closing",
          [](auto&) { fakePortAudio.whileClosing = [](FakeStream&) { callBack({100}, 2048); }; }},
+        // A host in whose callback the next frame is captured, so many times.
+        {"capture_while_sending",
+         [](auto& in) {
+             whileSending = [left = number(in)]() mutable {
+                 if (left-- > 0)
+                     callBack({100}, 2048);
+             };
+         }},
         {"slow_start",
          [](auto& in) {
              fakePortAudio.whileStarting = [time = number(in)](FakeStream&) {
