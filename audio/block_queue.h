@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "core/mutex.h"
+#include "base/mutex.h"
 
 struct AudioBlock {
     const uint8_t* data = nullptr;   // captured: 16-bit samples; playback: the host's mu-law codes

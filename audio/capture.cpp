@@ -11,7 +11,7 @@ int Channel::captureBuffer(const void* input, uint32_t frameCount) RT_SAFE {
         const MutexLock held(queueLock, std::adopt_lock);
         blocks.pushFront(std::move(block));
     }
-    rearmWatchdog();
+    watchdog.rearm();
     return paContinue;
 }
 

@@ -21,7 +21,7 @@ Channel::Channel(uint32_t number, bool input)
 Channel::~Channel() { closeStream(); }
 
 void Channel::purgeBlocks(bool onlyPlayed) {
-    if (onlyPlayed && !take(somePlayed))
+    if (onlyPlayed && !playedHint.take())
         return;
     // Outlives the lock: destroying its blocks calls the host and frees memory.
     BlockQueue removed;

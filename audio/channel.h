@@ -15,18 +15,15 @@
 #include <string>
 
 #include "audio/block_queue.h"
+#include "audio/hint.h"
 #include "audio/open_retry.h"
-#include "core/clock.h"
-#include "core/mutex.h"
+#include "audio/watchdog.h"
+#include "base/mutex.h"
 #include "plugin/tamborin.h"
 
 constexpr int32_t ChannelSampleRate = 8000;  // Hz
 constexpr int32_t FramesPerBuffer = 2048;    // samples per callback: 256 ms
 constexpr uint32_t NoDevice = 0xFFFFFFFF;    // a channel's paIndex while it has no device
-
-// The watchdog's period: this many units of one second without a callback. A healthy stream may
-// call back for the first time almost 2 s after its start and pause for more than 1.2 s later.
-constexpr uint32_t WatchdogArmed = 3;
 
 // The address of a channel in host records and its key in the channel map. Numbers that differ by
 // a multiple of 256 share it.
@@ -52,9 +49,8 @@ class Channel {
     bool isDeviceInDoubt() const { return retry.isDeviceInDoubt(); }
     // Closes the stream, dropping what the device still holds. Nothing when there is none.
     void closeStream();
-    // True when the stream has not called back for the watchdog's period (3 s); then false again
-    // for a whole period, as after each opening. Cheap: ask on every pass.
-    bool isTimedOut();
+    // True when the stream has not called back for the watchdog's period. Cheap: for every pass.
+    bool isTimedOut() { return watchdog.isTimedOut(steadyTick()); }
     // Opens, restarts or closes an output's stream according to the queued audio, of which
     // `bufferLengthMs` milliseconds are wanted before it starts. Holds queueLock while it does.
     void maintainOutput(int32_t bufferLengthMs) EXCLUDES(queueLock);
@@ -108,33 +104,21 @@ class Channel {
     int captureBuffer(const void* input, uint32_t frameCount) RT_SAFE EXCLUDES(queueLock);
     int playBuffer(int16_t* output, uint32_t frameCount) RT_SAFE EXCLUDES(queueLock);
     uint32_t takeDecoded(int16_t* output, uint32_t frameCount) RT_SAFE REQUIRES(queueLock);
-    void rearmWatchdog() RT_SAFE;
-    void beginWatchdogPeriod();
-    struct Undecoded {
-        AudioBlock* oldest;  // null when there is none
-        AudioBlock* newest;
-    };
-    Undecoded findUndecoded() EXCLUDES(queueLock);
-    bool hasStream();
+    AudioBlock* oldestUndecoded() REQUIRES(queueLock);
+    void forgetDeadStream();
     bool isOpenDue() EXCLUDES(queueLock);
     void startStream();
     void reportFailedOpen() const;
     void keepOutputRunning() EXCLUDES(queueLock);
     void reportMissingOutput();
     void endOutput() EXCLUDES(queueLock);
-    // Takes what a hint announces. Looks before it takes: most passes find nothing.
-    static bool take(std::atomic<bool>& hint) noexcept { return hint && hint.exchange(false); }
     const char* directionWord() const { return isInput ? "input" : "output"; }
 
     Mutex queueLock;  // waited for by the worker and Write, only tried by the callback
     BlockQueue blocks GUARDED_BY(queueLock);
-    // A callback that finds the lock busy costs 256 ms of sound, so a pass takes the lock only of
-    // channels on which there is something to do. Set under the lock, taken without.
-    std::atomic<bool> someWritten{false};  // a block wants to be decoded
-    std::atomic<bool> somePlayed{false};   // a block wants to be purged
-    std::atomic<uint32_t> watchdog{
-        WatchdogArmed};             // units left: re-armed by the callback, taken by isTimedOut
-    SteadyTime nextWatchdogUnit{};  // when isTimedOut may take the next unit
+    Hint undecodedHint;  // a block was written
+    Hint playedHint;     // a block was played
+    Watchdog watchdog;
     int64_t lastMissingReport = 0;  // unix seconds
     PaStream* stream = nullptr;
     OpenRetry retry;

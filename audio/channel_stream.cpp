@@ -7,10 +7,6 @@
 
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto WatchdogUnit = 1s;
-
 constexpr int32_t MillisecondsPerBlock = 1000 * FramesPerBuffer / ChannelSampleRate;
 constexpr int64_t MissingReportPause = 10;  // seconds
 
@@ -23,16 +19,16 @@ double lowLatencyOf(uint32_t paIndex, bool isInput) {
 
 }  // namespace
 
-// A handle that PortAudio no longer knows is no stream. It is never asked about twice: PortAudio
-// looks into the handle's memory to answer.
-bool Channel::hasStream() {
+// Forgets a stream handle that PortAudio reports as invalid. Asking about it a second time would
+// read freed memory.
+void Channel::forgetDeadStream() {
     if (stream != nullptr && Pa_IsStreamActive(stream) == paBadStreamPtr)
         stream = nullptr;
-    return stream != nullptr;
 }
 
 void Channel::openStream() {
-    if (!hasStream() && paIndex != NoDevice && isOpenDue())
+    forgetDeadStream();
+    if (stream == nullptr && paIndex != NoDevice && isOpenDue())
         startStream();
 }
 
@@ -72,7 +68,7 @@ void Channel::startStream() {
     } else {
         stream = nullptr;  // a failed open may leave anything in the handle
     }
-    beginWatchdogPeriod();
+    watchdog.beginPeriod(steadyTick());  // PortAudio may have waited for seconds
     if (error == paNoError)
         logMessage(ModuleId, g_hostCallback, LogInfo, "Started %s stream '%s'", directionWord(),
                    Name.c_str());
@@ -87,38 +83,15 @@ void Channel::reportFailedOpen() const {
 }
 
 void Channel::closeStream() {
-    if (!hasStream())
+    forgetDeadStream();
+    if (stream == nullptr)
         return;
     Pa_CloseStream(stream);
     stream = nullptr;
+    watchdog.rearm();  // the next stream is not to be blamed for this one's silence
     logMessage(ModuleId, g_hostCallback, LogInfo, "Closed %s stream '%s'", directionWord(),
                Name.c_str());
 }
-
-// From now on, when all of PortAudio's waiting is over, the stream gets the whole period to call
-// back, whatever the watchdog still holds.
-void Channel::beginWatchdogPeriod() {
-    nextWatchdogUnit =
-        steadyTick() + (WatchdogArmed - std::min(watchdog.load(), WatchdogArmed)) * WatchdogUnit;
-}
-
-bool Channel::isTimedOut() {
-    const SteadyTime now = steadyTick();
-    const uint32_t units = watchdog.load();
-    // Fully armed: the stream has called back since the last look, its period starts here.
-    if (units < WatchdogArmed && now < nextWatchdogUnit)
-        return false;
-    if (units == 0) {
-        beginWatchdogPeriod();
-        return true;
-    }
-    // A callback that re-arms in between loses the unit that the next look would have taken anyway.
-    watchdog.fetch_sub(1);
-    nextWatchdogUnit = now + WatchdogUnit;
-    return false;
-}
-
-void Channel::rearmWatchdog() RT_SAFE { watchdog.exchange(WatchdogArmed); }
 
 void Channel::maintainOutput(int32_t bufferLengthMs) {
     const int32_t threshold = std::max(bufferLengthMs / MillisecondsPerBlock, 1);
@@ -131,7 +104,8 @@ void Channel::maintainOutput(int32_t bufferLengthMs) {
 
 void Channel::keepOutputRunning() {
     const bool timedOut = isTimedOut();
-    if (hasStream() && !timedOut)
+    forgetDeadStream();
+    if (stream != nullptr && !timedOut)
         return;
     if (paIndex != NoDevice && !isOpenDue())
         return;
@@ -142,7 +116,7 @@ void Channel::keepOutputRunning() {
     }
     if (paIndex == NoDevice)
         reportMissingOutput();
-    else if (!hasStream())
+    else if (stream == nullptr)
         startStream();
 }
 
@@ -157,7 +131,8 @@ void Channel::reportMissingOutput() {
 
 void Channel::endOutput() {
     retry.reset();
-    if (!hasStream())
+    forgetDeadStream();
+    if (stream == nullptr)
         return;
     const MutexLock held(queueLock);
     if (blocks.size() == 0)  // nothing has been written meanwhile

@@ -11,7 +11,7 @@
 #include <chrono>
 #include <cstdint>
 
-#include "core/clock.h"
+#include "base/clock.h"
 
 // What a device says about being opened now.
 enum class DeviceAnswer {

@@ -13,41 +13,47 @@ bool Channel::pushPlayback(const uint8_t* codes, uint32_t count) {
     const MutexLock held(queueLock);
     block->hostOwned = true;  // nothing can fail from here on: the codes are ours to hand back
     blocks.pushFront(std::move(block));
-    someWritten.store(true, std::memory_order_relaxed);
+    undecodedHint.set();
     return true;
 }
 
-// Blocks are decoded oldest first, so the undecoded ones are those at the front.
-Channel::Undecoded Channel::findUndecoded() {
-    const MutexLock held(queueLock);
-    Undecoded found{nullptr, blocks.front()};
+// Blocks are decoded oldest first, so the undecoded ones are those at the front. Returns null when
+// there is none.
+AudioBlock* Channel::oldestUndecoded() {
+    AudioBlock* oldest = nullptr;
     for (AudioBlock* block = blocks.front(); block != nullptr && !block->pcm; block = block->older)
-        found.oldest = block;
-    return found;
+        oldest = block;
+    return oldest;
 }
 
 // A block's data and count never change and only this thread removes blocks, so both are read
-// without the lock while the samples are made. What is written meanwhile waits for the next pass:
-// a host that writes faster than we decode must not keep us here.
+// without the lock while the samples are made. Blocks that are written meanwhile wait for the next
+// pass: a host that writes faster than the worker decodes would otherwise keep it here.
 void Channel::preparePlayback() {
-    if (!take(someWritten))
+    if (!undecodedHint.take())
         return;
-    const Undecoded undecoded = findUndecoded();
-    for (AudioBlock* block = undecoded.oldest; block != nullptr;) {
-        std::unique_ptr<int16_t[]> samples(new (std::nothrow) int16_t[block->count]);
+    AudioBlock* undecoded = nullptr;
+    const AudioBlock* newest = nullptr;
+    {
+        const MutexLock held(queueLock);
+        undecoded = oldestUndecoded();
+        newest = blocks.front();
+    }
+    while (undecoded != nullptr) {
+        std::unique_ptr<int16_t[]> samples(new (std::nothrow) int16_t[undecoded->count]);
         if (!samples) {
-            someWritten = true;  // tried again on the next pass
+            undecodedHint.set();  // tried again on the next pass
             return;
         }
-        ulawDecode(samples.get(), block->data, block->count);
+        ulawDecode(samples.get(), undecoded->data, undecoded->count);
         const MutexLock held(queueLock);
-        block->pcm = std::move(samples);
-        block = block == undecoded.newest ? nullptr : block->newer;
+        undecoded->pcm = std::move(samples);
+        undecoded = undecoded == newest ? nullptr : undecoded->newer;
     }
 }
 
 int Channel::playBuffer(int16_t* output, uint32_t frameCount) RT_SAFE {
-    rearmWatchdog();
+    watchdog.rearm();
     uint32_t filled = 0;
     if (queueLock.try_lock()) {
         const MutexLock held(queueLock, std::adopt_lock);
@@ -73,7 +79,7 @@ uint32_t Channel::takeDecoded(int16_t* output, uint32_t frameCount) RT_SAFE {
         filled += taking;
         if (block->taken == end) {
             block->played = true;
-            somePlayed.store(true, std::memory_order_relaxed);
+            playedHint.set();
         }
     }
     return filled;

@@ -2,7 +2,7 @@
 
 #include <ctime>
 
-#include "core/clock.h"
+#include "base/clock.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "config/settings_file.h"
 
 #include "config/xml_store.h"
-#include "core/contain.h"
+#include "base/contain.h"
 #include "core/plugin.h"
 #include "plugin/document.h"
 

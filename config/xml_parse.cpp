@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "config/xml_bounds.h"
-#include "plugin/utf8.h"
+#include "base/utf8.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "config/xml_parse.h"
-#include "core/mutex.h"
+#include "base/mutex.h"
 #include "plugin/document.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <portaudio.h>
 
-#include "core/contain.h"
+#include "base/contain.h"
 
 CPlugin* g_plugin = nullptr;
 

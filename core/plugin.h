@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "core/channel_map.h"
+#include "audio/channel_map.h"
 #include "core/messages.h"
-#include "core/mutex.h"
+#include "base/mutex.h"
 #include "devices/audio_device.h"
 
 class CPlugin {
@@ -62,6 +62,7 @@ class CPlugin {
     HostMessageQueue takeBatch(size_t maximum) EXCLUDES(queueMutex);
     void onIoctlMessage(const ipcam::IoctlMessage& message);
     void dispatch(const HostMessageVariant& message) const;
+    void pass();
     void serveChannel(Channel& channel);
     void drainCaptured(Channel& channel) const;
     bool sleepUnlessStopped(int32_t milliseconds) const;

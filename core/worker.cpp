@@ -3,7 +3,7 @@
 #include <array>
 
 #include "audio/ulaw.h"
-#include "core/contain.h"
+#include "base/contain.h"
 #include "core/plugin.h"
 
 namespace {
@@ -47,19 +47,23 @@ void sendCaptured(const AudioBlock& block, const Channel& channel) {
 void CPlugin::runWorker() {
     logMessage(ModuleId, g_hostCallback, LogInfo, "Starting worker thread.");
     contain([this] { startAudioSystem(); });
-    do {
-        if (isStopRequested())
+    while (!isStopRequested()) {
+        pass();
+        if (sleepUnlessStopped(passPeriodMs))
             break;
-        processQueue();
-        for (const auto& entry : channels) {
-            if (isStopRequested())
-                break;
-            contain([&] { serveChannel(*entry.second); });
-        }
-        contain([this] { emitDeviceStatus(); });
-    } while (!sleepUnlessStopped(passPeriodMs));
+    }
     for (const auto& [id, channel] : channels)
         channel->closeStream();
+}
+
+void CPlugin::pass() {
+    processQueue();
+    for (const auto& entry : channels) {
+        if (isStopRequested())
+            break;
+        contain([&] { serveChannel(*entry.second); });
+    }
+    contain([this] { emitDeviceStatus(); });
 }
 
 void CPlugin::serveChannel(Channel& channel) {

@@ -4,7 +4,7 @@
 
 #include "config/settings_file.h"
 #include "config/xml_store.h"
-#include "core/contain.h"
+#include "base/contain.h"
 #include "core/plugin.h"
 #include "plugin/host_link.h"
 

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "core/contain.h"
+#include "base/contain.h"
 #include "plugin/host_link.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "plugin/utf8.h"
+#include "base/utf8.h"
 
 TiXmlElement& addElement(TiXmlNode& parent, const char* name) {
     auto element = std::make_unique<TiXmlElement>(name);

@@ -2,7 +2,7 @@
 #include <memory>
 #include <utility>
 
-#include "core/contain.h"
+#include "base/contain.h"
 #include "core/plugin.h"
 #include "plugin/document.h"
 #include "plugin/host_link.h"

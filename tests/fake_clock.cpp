@@ -1,6 +1,6 @@
 #include "fake_clock.h"
 
-#include "core/clock.h"
+#include "base/clock.h"
 
 SteadyTime steadyNow() noexcept { return SteadyTime(fakeClock.steady); }
 SteadyTime steadyTick() noexcept { return steadyNow(); }

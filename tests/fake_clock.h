@@ -1,4 +1,4 @@
-// Replaces core/clock.cpp: time stands still but for the worker's pauses, in which tests act.
+// Replaces base/clock.cpp: time stands still but for the worker's pauses, in which tests act.
 #pragma once
 
 #include <chrono>

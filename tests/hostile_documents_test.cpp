@@ -8,7 +8,7 @@
 #include "config/xml_parse.h"
 #include "config/xml_store.h"
 #include "module_test.h"
-#include "plugin/utf8.h"
+#include "base/utf8.h"
 
 namespace {
 

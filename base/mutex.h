@@ -6,6 +6,8 @@
 
 #include <mutex>
 
+#include "base/real_time.h"
+
 #if defined(__clang__)
 #define THREAD_ANNOTATION(x) __attribute__((x))
 #else
@@ -22,10 +24,6 @@
 #define EXCLUDES(...) THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
 #define NO_THREAD_SAFETY_ANALYSIS THREAD_ANNOTATION(no_thread_safety_analysis)
 
-// Marks everything that a stream callback reaches: it never waits, logs, frees or calls the host,
-// and allocates at most the one block of a captured buffer. Written last in a declaration.
-#define RT_SAFE noexcept
-
 class CAPABILITY("mutex") Mutex {
   public:
     void lock() ACQUIRE() { mutex_.lock(); }
@@ -39,7 +37,7 @@ class CAPABILITY("mutex") Mutex {
 class SCOPED_CAPABILITY MutexLock {
   public:
     explicit MutexLock(Mutex& mutex) ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
-    // Takes over a lock that try_lock has won.
+    // Takes over a mutex that the caller has locked with try_lock.
     MutexLock(Mutex& mutex, std::adopt_lock_t /*held*/) RT_SAFE REQUIRES(mutex) : mutex_(mutex) {}
     ~MutexLock() RELEASE() { mutex_.unlock(); }
     MutexLock(const MutexLock&) = delete;

@@ -1,4 +1,4 @@
-#include "plugin/utf8.h"
+#include "base/utf8.h"
 
 #include <cstddef>
 #include <cstdint>

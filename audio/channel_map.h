@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "audio/channel.h"
-#include "core/mutex.h"
+#include "base/mutex.h"
 
 // The worker alone adds and removes channels, under the lock; it reads without. Host threads only
 // look channels up, under the lock, and let it go before they use what they found: a channel lives
