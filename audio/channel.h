@@ -7,7 +7,6 @@
 #pragma once
 
 #include <portaudio.h>
-#include <tinyxml.h>
 
 #include <atomic>
 #include <cstdint>
@@ -30,6 +29,8 @@ constexpr uint32_t NoDevice = 0xFFFFFFFF;    // a channel's paIndex while it has
 constexpr int32_t channelId(uint32_t number) {
     return static_cast<int32_t>(((number + 16) & 0xFF) | ChannelIdBase);
 }
+
+class TiXmlElement;
 
 class Channel {
   public:

@@ -13,7 +13,7 @@
 #include "audio/ulaw.h"
 #include "bench/module.h"
 #include "bench/passes.h"
-#include "config/settings_file.h"
+#include "config/settings_document.h"
 #include "config/xml_parse.h"
 #include "config/xml_store.h"
 #include "plugin/document.h"

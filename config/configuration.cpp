@@ -1,15 +1,11 @@
-// Applies configuration documents: the host's, and at start-up the settings file. Worker thread.
-//
-// Nothing in a document is an error: an element or number that is missing or unreadable leaves
-// things as they are.
-#include <tinyxml.h>
+#include "config/configuration.h"
 
 #include <algorithm>
 #include <limits>
 #include <optional>
 
-#include "core/plugin.h"
 #include "devices/capture_mixers.h"
+#include "plugin/host_link.h"
 
 namespace {
 
@@ -33,15 +29,16 @@ std::optional<uint32_t> channelNumber(const TiXmlElement& element) {
     return static_cast<uint32_t>(*number);
 }
 
-const TiXmlElement* ownDevices(const TiXmlElement* root) {
+// Returns the first Devices element with the module's ID; null when there is none.
+const TiXmlElement* findOurDevices(const TiXmlElement* root) {
     const TiXmlElement* devices = child(root, "Devices");
     while (devices != nullptr && intAttribute(*devices, "ID") != ModuleId)
         devices = devices->NextSiblingElement("Devices");
     return devices;
 }
 
-// Numbers end where the document's integers do and begin again at 0: the next one up would have
-// the same channel ID as 0, but could not be read back from the settings file.
+// Returns the channel number after `number`. The largest one wraps to 0: 2^31 has the same channel
+// ID as 0, but the settings file could not be read back with it.
 uint32_t numberAfter(int32_t number) {
     return number == std::numeric_limits<int32_t>::max() ? 0 : static_cast<uint32_t>(number + 1);
 }
@@ -55,48 +52,50 @@ void takeDevice(Channel& channel, AudioDevice& device) {
 
 }  // namespace
 
-void CPlugin::applyConfiguration(const TiXmlElement* root, bool fromSettings) {
-    int32_t highestNumber = -1;
-    const TiXmlElement* own = ownDevices(root);
-    const TiXmlElement* device = child(own, "Device");
-    if (own != nullptr) {
-        bufferLength = std::min(intAttribute(*own, "BufferLength").value_or(bufferLength),
-                                LongestBufferLength);
-        forceOsServices = intAttribute(*own, "ForceOsServices").value_or(forceOsServices) != 0;
-        if (const TiXmlElement* audio = child(device, "Audio"))
-            applyInputs(*audio, fromSettings, highestNumber);
+bool ConfigurationPass::apply(const TiXmlElement* root) {
+    const TiXmlElement* ourDevices = findOurDevices(root);
+    const TiXmlElement* device = child(ourDevices, "Device");
+    if (ourDevices != nullptr) {
+        applySettings(*ourDevices);
+        applyInputs(child(device, "Audio"));
     }
-    if (fromSettings)
-        createChannelsForUnclaimedDevices(highestNumber);
-    if (own != nullptr) {
-        const bool inputNewlyEnabled = applyEnabling(child(child(device, "Codec"), "Encoder"));
-        applyStreams(inputNewlyEnabled && !configureCaptureMixers());
-    }
-    settingsApplied = settingsApplied || fromSettings;
-    if (own != nullptr || fromSettings)
-        writeSettings();
+    if (fromSettings_)
+        createChannelsForUnclaimedDevices();
+    if (ourDevices == nullptr)
+        return false;
+    const bool inputNewlyEnabled = applyEnabling(child(child(device, "Codec"), "Encoder"));
+    applyStreams(inputNewlyEnabled && !configureCaptureMixers());
+    return true;
 }
 
-// Creates and names the channels of the document and raises `highestNumber` to theirs.
-void CPlugin::applyInputs(const TiXmlElement& audio, bool fromSettings, int32_t& highestNumber) {
-    for (const TiXmlElement* input = audio.FirstChildElement("Input"); input != nullptr;
+void ConfigurationPass::applySettings(const TiXmlElement& ourDevices) {
+    state_.bufferLength =
+        std::min(intAttribute(ourDevices, "BufferLength").value_or(state_.bufferLength),
+                 LongestBufferLength);
+    state_.forceOsServices =
+        intAttribute(ourDevices, "ForceOsServices").value_or(state_.forceOsServices) != 0;
+}
+
+// Creates and names the channels of the document.
+void ConfigurationPass::applyInputs(const TiXmlElement* audio) {
+    for (const TiXmlElement* input = child(audio, "Input"); input != nullptr;
          input = input->NextSiblingElement("Input")) {
         const std::optional<uint32_t> number = channelNumber(*input);
         if (!number)
             continue;
-        highestNumber = std::max(highestNumber, static_cast<int32_t>(*number));
+        highestNumber_ = std::max(highestNumber_, static_cast<int32_t>(*number));
         const bool isOutput = intAttribute(*input, "Output").value_or(0) != 0;
-        Channel& channel = channels.findOrCreate(*number, !isOutput);
+        Channel& channel = state_.channels.findOrCreate(*number, !isOutput);
         channel.applyInputElement(*input);
-        if (fromSettings)
+        if (fromSettings_)
             bindToDevices(channel);
     }
 }
 
-// A device with the channel's saved name is the channel's again; a channel that never had one goes
-// by its number. Of several that match, the last one stays.
-void CPlugin::bindToDevices(Channel& channel) {
-    for (AudioDevice& device : devices) {
+// Binds the channel to the device with its saved name or, when it never had a device, to the one
+// with its number. When several match, the last one stays.
+void ConfigurationPass::bindToDevices(Channel& channel) {
+    for (AudioDevice& device : state_.devices) {
         const bool matches = channel.OsName.empty()
                                  ? static_cast<uint32_t>(device.number) == channel.Number
                                  : device.osName == channel.OsName;
@@ -105,25 +104,25 @@ void CPlugin::bindToDevices(Channel& channel) {
     }
 }
 
-void CPlugin::createChannelsForUnclaimedDevices(int32_t highestNumber) {
-    for (AudioDevice& device : devices) {
+void ConfigurationPass::createChannelsForUnclaimedDevices() {
+    for (AudioDevice& device : state_.devices) {
         if (device.claimed)
             continue;
-        const uint32_t number = numberAfter(highestNumber);
-        highestNumber = static_cast<int32_t>(number);
-        Channel& channel = channels.findOrCreate(number, device.isInput);
+        const uint32_t number = numberAfter(highestNumber_);
+        highestNumber_ = static_cast<int32_t>(number);
+        Channel& channel = state_.channels.findOrCreate(number, device.isInput);
         takeDevice(channel, device);
         channel.Name = device.portAudioName + (channel.isInput ? " (input)" : " (output)");
     }
 }
 
-// True when an input was disabled before and is enabled now.
-bool CPlugin::applyEnabling(const TiXmlElement* encoder) {
+// Returns true when an input was disabled before and is enabled now.
+bool ConfigurationPass::applyEnabling(const TiXmlElement* encoder) {
     bool inputNewlyEnabled = false;
     for (const TiXmlElement* element = child(encoder, "AudioChannel"); element != nullptr;
          element = element->NextSiblingElement("AudioChannel")) {
         const std::optional<uint32_t> number = channelNumber(*element);
-        Channel* channel = number ? channels.find(channelId(*number)) : nullptr;
+        Channel* channel = number ? state_.channels.find(channelId(*number)) : nullptr;
         if (channel == nullptr)
             continue;
         const bool wasEnabled = channel->Enabled;
@@ -134,27 +133,32 @@ bool CPlugin::applyEnabling(const TiXmlElement* encoder) {
     return inputNewlyEnabled;
 }
 
-// Outputs are left to the playback path, which starts them when there is audio.
-void CPlugin::applyStreams(bool mixersFailed) {
-    for (const auto& [id, channel] : channels) {
+// Enabled outputs are left to the playback path, which starts them when there is audio.
+void ConfigurationPass::applyStreams(bool mixersFailed) {
+    for (const auto& [id, channel] : state_.channels) {
         if (!channel->Enabled) {
             channel->closeStream();
             // What an input has captured since it was disabled would be sent when it is enabled.
             if (channel->isInput)
                 channel->purgeBlocks(false);
-        } else if (channel->isInput && mixersFailed) {
-            channel->Enabled = false;
-            logMessage(ModuleId, g_hostCallback, LogError,
-                       "Force-disable input '%s' because mixer config failed.",
-                       channel->Name.c_str());
-            channel->closeStream();
-            channel->purgeBlocks(false);
-        } else if (channel->isInput && channel->paIndex == NoDevice) {
+        } else if (!channel->isInput) {
+            continue;
+        } else if (mixersFailed) {
+            disableAfterMixerFailure(*channel);
+        } else if (channel->paIndex == NoDevice) {
             logMessage(ModuleId, g_hostCallback, LogError,
                        "Failed to start input stream '%s' - device missing.",
                        channel->Name.c_str());
-        } else if (channel->isInput) {
+        } else {
             channel->openStream();
         }
     }
+}
+
+void ConfigurationPass::disableAfterMixerFailure(Channel& input) {
+    input.Enabled = false;
+    logMessage(ModuleId, g_hostCallback, LogError,
+               "Force-disable input '%s' because mixer config failed.", input.Name.c_str());
+    input.closeStream();
+    input.purgeBlocks(false);
 }

@@ -1,7 +1,5 @@
 #include "config/schedule.h"
 
-#include "plugin/document.h"
-
 namespace {
 
 // What follows a node and all that is in it, below `top`; null at the end.
@@ -22,16 +20,6 @@ void blankDeclarations(TiXmlNode& top) {
 }
 
 }  // namespace
-
-std::unique_ptr<TiXmlElement> defaultSchedule() {
-    constexpr int LastHourOfWeek = 167;
-    auto schedule = std::make_unique<TiXmlElement>("Schedule");
-    TiXmlElement& entry = addElement(*schedule, "Entry");
-    entry.SetAttribute("FirstHour", 0);
-    entry.SetAttribute("LastHour", LastHourOfWeek);
-    entry.SetAttribute("Record", 0);
-    return schedule;
-}
 
 std::unique_ptr<TiXmlElement> keptSchedule(const TiXmlElement& schedule) {
     std::unique_ptr<TiXmlElement> kept(schedule.Clone()->ToElement());

@@ -5,8 +5,6 @@
 
 #include <memory>
 
-// The schedule of a new channel: one entry over every hour of the week, nothing recorded.
-std::unique_ptr<TiXmlElement> defaultSchedule();
 // A schedule to keep: as it is, but with empty comments for declarations (which XML does not have
 // within an element). TinyXML prints their values as they are, quotes and all, and could not read
 // that again.

@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "config/xml_bounds.h"
 #include "base/utf8.h"
+#include "config/xml_bounds.h"
 
 namespace {
 

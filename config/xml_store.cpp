@@ -10,8 +10,8 @@
 #include <set>
 #include <string_view>
 
-#include "config/xml_parse.h"
 #include "base/mutex.h"
+#include "config/xml_parse.h"
 #include "plugin/document.h"
 
 namespace {

@@ -1,8 +1,7 @@
 // The module's one central object: created by Load, destroyed by Unload.
 //
 // It owns the channels, the device list, the settings and the queue through which the host's
-// documents reach the worker. Its operations stand with the behaviour they belong to; each says
-// which file below.
+// documents reach the worker.
 #pragma once
 
 #include <atomic>
@@ -13,9 +12,9 @@
 #include <vector>
 
 #include "audio/channel_map.h"
-#include "core/messages.h"
 #include "base/mutex.h"
-#include "devices/audio_device.h"
+#include "core/messages.h"
+#include "devices/device_scan.h"
 
 class CPlugin {
   public:
@@ -45,13 +44,13 @@ class CPlugin {
     void processQueue() EXCLUDES(queueMutex);
     // Tells the host when the devices turned faulty or healthy (core/device_status.cpp).
     void emitDeviceStatus();
-    // Initialises PortAudio, scans the devices, applies the settings file
-    // (devices/audio_system.cpp).
+    // Initialises PortAudio, scans the devices, applies the settings file and saves it
+    // (core/configuring.cpp, as the next two).
     void startAudioSystem();
     // Applies a configuration document, the host's or the settings file, as far as it goes; `root`
-    // may be null (config/configuration.cpp).
-    void applyConfiguration(const TiXmlElement* root, bool fromSettings);
-    // Saves the settings and channels and sends them to the host (config/settings_file.cpp).
+    // may be null. Returns false when it holds nothing for this module.
+    bool applyConfiguration(const TiXmlElement* root, bool fromSettings);
+    // Saves the settings and channels and sends them to the host.
     void writeSettings();
 
     // ---- Unload, once the worker has ended
@@ -66,12 +65,6 @@ class CPlugin {
     void serveChannel(Channel& channel);
     void drainCaptured(Channel& channel) const;
     bool sleepUnlessStopped(int32_t milliseconds) const;
-    void bindToDevices(Channel& channel);
-    void createChannelsForUnclaimedDevices(int32_t highestNumber);
-    void applyInputs(const TiXmlElement& audio, bool fromSettings, int32_t& highestNumber);
-    bool applyEnabling(const TiXmlElement* encoder);
-    void applyStreams(bool mixersFailed);
-    void describeChannels(TiXmlElement& own) const;
 
     HostMessageQueue messageQueue GUARDED_BY(queueMutex);
     Mutex queueMutex;  // host threads wait for it, the worker only tries it
@@ -81,8 +74,8 @@ class CPlugin {
 
     // The worker's own from here on, without a lock; only channels are looked up by host threads.
     bool audioStarted = false;  // PortAudio is up
-    bool settingsRead = false;  // until both, a save would lose what the file holds
-    bool settingsApplied = false;
+    // All that the settings file holds is in memory, too. Until then a save would lose it.
+    bool settingsHeld = false;
     int32_t bufferLength = 250;        // ms of audio queued before an output starts
     int32_t passPeriodMs = 1;          // pause between passes
     bool deviceAlarmed = false;        // the status last sent

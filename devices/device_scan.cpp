@@ -1,3 +1,5 @@
+#include "devices/device_scan.h"
+
 #include <portaudio.h>
 
 #include <algorithm>
@@ -5,7 +7,6 @@
 #include <string_view>
 
 #include "audio/channel.h"
-#include "devices/audio_device.h"
 #include "plugin/host_link.h"
 
 namespace {

@@ -1,0 +1,46 @@
+// What a configuration document does: the host's, and at start-up the settings file.
+//
+// Nothing in a document is an error. An element or number that is missing or unreadable leaves
+// things as they are. Worker thread.
+#pragma once
+
+#include <tinyxml.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "audio/channel_map.h"
+#include "devices/device_scan.h"
+
+// What a document changes; owned by the plug-in.
+struct Configured {
+    int32_t& bufferLength;  // ms of audio queued before an output starts
+    bool& forceOsServices;
+    std::vector<AudioDevice>& devices;
+    ChannelMap& channels;
+};
+
+// Applies one document. The settings file also binds channels to devices, and makes channels for
+// devices that no channel claims.
+class ConfigurationPass {
+  public:
+    ConfigurationPass(const Configured& state, bool fromSettings)
+        : state_(state), fromSettings_(fromSettings) {}
+
+    // `root` may be null. Returns false when the document holds nothing for this module; a host's
+    // document then has changed nothing. Throws std::bad_alloc, with the document partly applied.
+    bool apply(const TiXmlElement* root);
+
+  private:
+    void applySettings(const TiXmlElement& ourDevices);
+    void applyInputs(const TiXmlElement* audio);
+    void bindToDevices(Channel& channel);
+    void createChannelsForUnclaimedDevices();
+    bool applyEnabling(const TiXmlElement* encoder);
+    void applyStreams(bool mixersFailed);
+    void disableAfterMixerFailure(Channel& input);
+
+    Configured state_;
+    const bool fromSettings_;
+    int32_t highestNumber_ = -1;  // of the document's channels
+};

@@ -1,0 +1,21 @@
+// The document that holds all settings and channels: it is saved as the settings file and sent to
+// the host as the description.
+#pragma once
+
+#include <tinyxml.h>
+
+#include <cstdint>
+
+#include "audio/channel_map.h"
+
+// The settings file, in the process's working directory. Its pending file lies beside it.
+constexpr const char* SettingsPath = "tamborin.xml";
+
+struct Settings {
+    int32_t bufferLength;  // ms of audio queued before an output starts
+    bool forceOsServices;
+};
+
+// Fills an empty document. Worker thread; throws std::bad_alloc.
+void describeSettings(TiXmlDocument& document, const Settings& settings,
+                      const ChannelMap& channels);

@@ -1,0 +1,68 @@
+// The plug-in's start-up, and what it does with configuration documents. Worker thread.
+#include <tinyxml.h>
+
+#include "base/contain.h"
+#include "config/configuration.h"
+#include "config/settings_document.h"
+#include "config/xml_parse.h"
+#include "config/xml_store.h"
+#include "core/plugin.h"
+#include "devices/audio_system.h"
+
+namespace {
+
+class TinyOneDoc : public TiXmlDocument {};
+
+void readForceOsServices(bool& forceOsServices) {
+    TiXmlDocument document;
+    if (!LoadXmlFile(document, SettingsPath) || document.RootElement() == nullptr)
+        return;
+    const TiXmlElement* devices = document.RootElement()->FirstChildElement("Devices");
+    int value = 0;
+    if (devices != nullptr &&
+        devices->QueryIntAttribute("ForceOsServices", &value) == TIXML_SUCCESS)
+        forceOsServices = value != 0;
+}
+
+}  // namespace
+
+void CPlugin::startAudioSystem() {
+    if (audioStarted)
+        return;
+    // Each step by itself: when one runs out of memory the others are still taken.
+    contain([this] { readForceOsServices(forceOsServices); });
+    if (initializePortAudio(isOsAudioServiceStarted(forceOsServices))) {
+        audioStarted = true;
+        contain([this] { devices = scanDevices(); });
+    }
+    TiXmlDocument settings;
+    bool isLoaded = false;
+    const bool isRead = contain([&] { isLoaded = LoadXmlFile(settings, SettingsPath); });
+    applyConfiguration(isLoaded ? settings.RootElement() : nullptr, true);
+    settingsHeld = isRead;
+    writeSettings();
+}
+
+void CPlugin::onIoctlMessage(const ipcam::IoctlMessage& message) {
+    TinyOneDoc document;
+    if (message.data != nullptr && message.length != 0) {
+        textBuffer.assign(static_cast<const char*>(message.data), message.length);
+        parseXml(document, textBuffer);  // a text that breaks off is used as far as it goes
+    }
+    if (applyConfiguration(document.RootElement(), false))
+        writeSettings();
+}
+
+bool CPlugin::applyConfiguration(const TiXmlElement* root, bool fromSettings) {
+    return ConfigurationPass({bufferLength, forceOsServices, devices, channels}, fromSettings)
+        .apply(root);
+}
+
+void CPlugin::writeSettings() {
+    TiXmlDocument document;
+    describeSettings(document, {bufferLength, forceOsServices}, channels);
+    // A save that fails leaves the old file. The host is told in any case.
+    if (settingsHeld)
+        contain([&] { SaveXmlFile(document, SettingsPath); });
+    sendDocument(document, KindModuleDocument);
+}
