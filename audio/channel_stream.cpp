@@ -70,16 +70,14 @@ void Channel::startStream() {
     }
     watchdog.beginPeriod(steadyTick());  // PortAudio may have waited for seconds
     if (error == paNoError)
-        logMessage(ModuleId, g_hostCallback, LogInfo, "Started %s stream '%s'", directionWord(),
-                   Name.c_str());
+        logLine(LogInfo, "Started %s stream '%s'", directionWord(), Name.c_str());
     else if (retry.takeFailure(error, steadyTick()))
         reportFailedOpen();
 }
 
 void Channel::reportFailedOpen() const {
-    logMessage(ModuleId, g_hostCallback, LogInfo,
-               "Failed to start %s stream '%s' (Pa_OpenStream error %d)", directionWord(),
-               Name.c_str(), retry.lastError());
+    logLine(LogInfo, "Failed to start %s stream '%s' (Pa_OpenStream error %d)", directionWord(),
+            Name.c_str(), retry.lastError());
 }
 
 void Channel::closeStream() {
@@ -89,8 +87,7 @@ void Channel::closeStream() {
     Pa_CloseStream(stream);
     stream = nullptr;
     watchdog.rearm();  // the next stream is not to be blamed for this one's silence
-    logMessage(ModuleId, g_hostCallback, LogInfo, "Closed %s stream '%s'", directionWord(),
-               Name.c_str());
+    logLine(LogInfo, "Closed %s stream '%s'", directionWord(), Name.c_str());
 }
 
 void Channel::maintainOutput(int32_t bufferLengthMs) {
@@ -112,7 +109,7 @@ void Channel::keepOutputRunning() {
     const MutexLock held(queueLock);
     if (timedOut) {
         closeStream();
-        logMessage(ModuleId, g_hostCallback, LogDetail, "Restarting output stream %d", ID);
+        logLine(LogDetail, "Restarting output stream %d", ID);
     }
     if (paIndex == NoDevice)
         reportMissingOutput();
@@ -125,8 +122,7 @@ void Channel::reportMissingOutput() {
     if (now <= lastMissingReport + MissingReportPause)
         return;
     lastMissingReport = now;
-    logMessage(ModuleId, g_hostCallback, LogError,
-               "Failed to start output stream '%s' - device missing.", Name.c_str());
+    logLine(LogError, "Failed to start output stream '%s' - device missing.", Name.c_str());
 }
 
 void Channel::endOutput() {

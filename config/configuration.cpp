@@ -146,9 +146,8 @@ void ConfigurationPass::applyStreams(bool mixersFailed) {
         } else if (mixersFailed) {
             disableAfterMixerFailure(*channel);
         } else if (channel->paIndex == NoDevice) {
-            logMessage(ModuleId, g_hostCallback, LogError,
-                       "Failed to start input stream '%s' - device missing.",
-                       channel->Name.c_str());
+            logLine(LogError, "Failed to start input stream '%s' - device missing.",
+                    channel->Name.c_str());
         } else {
             channel->openStream();
         }
@@ -157,8 +156,7 @@ void ConfigurationPass::applyStreams(bool mixersFailed) {
 
 void ConfigurationPass::disableAfterMixerFailure(Channel& input) {
     input.Enabled = false;
-    logMessage(ModuleId, g_hostCallback, LogError,
-               "Force-disable input '%s' because mixer config failed.", input.Name.c_str());
+    logLine(LogError, "Force-disable input '%s' because mixer config failed.", input.Name.c_str());
     input.closeStream();
     input.purgeBlocks(false);
 }

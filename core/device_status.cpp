@@ -38,8 +38,7 @@ void CPlugin::emitDeviceStatus() {
         return;
     TiXmlDocument document;
     describeStatus(document, alarmed);
-    logMessage(ModuleId, g_hostCallback, LogNotice, "Emitting audio device status = %s.",
-               alarmed ? "alarmed" : "ok");
+    logLine(LogNotice, "Emitting audio device status = %s.", alarmed ? "alarmed" : "ok");
     sendDocument(document, KindStatusDocument);
     deviceAlarmed = alarmed;  // now that it is told: what has thrown on the way is told anew
 }

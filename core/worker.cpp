@@ -45,7 +45,7 @@ void sendCaptured(const AudioBlock& block, const Channel& channel) {
 }  // namespace
 
 void CPlugin::runWorker() {
-    logMessage(ModuleId, g_hostCallback, LogInfo, "Starting worker thread.");
+    logLine(LogInfo, "Starting worker thread.");
     contain([this] { startAudioSystem(); });
     while (!isStopRequested()) {
         pass();
@@ -78,7 +78,7 @@ void CPlugin::serveChannel(Channel& channel) {
     if (channel.isDeviceInDoubt()) {
         channel.openStream();
     } else if (channel.isTimedOut()) {
-        logMessage(ModuleId, g_hostCallback, LogDetail, "Input stream %d timed out", channel.ID);
+        logLine(LogDetail, "Input stream %d timed out", channel.ID);
         channel.closeStream();
         if (!isStopRequested())
             channel.openStream();

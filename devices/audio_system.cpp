@@ -7,19 +7,16 @@
 bool isOsAudioServiceStarted(bool /*forceOsServices*/) { return true; }
 
 bool initializePortAudio(bool isServiceStarted) {
-    logMessage(ModuleId, g_hostCallback, LogInfo, "Portaudio version %d '%s'", Pa_GetVersion(),
-               Pa_GetVersionText());
+    logLine(LogInfo, "Portaudio version %d '%s'", Pa_GetVersion(), Pa_GetVersionText());
     if (!isServiceStarted) {
-        logMessage(ModuleId, g_hostCallback, LogError,
-                   "Not initializing portaudio because service not started.");
+        logLine(LogError, "Not initializing portaudio because service not started.");
         return false;
     }
     const PaError error = Pa_Initialize();
     if (error != paNoError) {
-        logMessage(ModuleId, g_hostCallback, LogError, "Portaudio failed to initialize %d (%s)",
-                   error, Pa_GetErrorText(error));
+        logLine(LogError, "Portaudio failed to initialize %d (%s)", error, Pa_GetErrorText(error));
         return false;
     }
-    logMessage(ModuleId, g_hostCallback, LogInfo, "Portaudio initialized.");
+    logLine(LogInfo, "Portaudio initialized.");
     return true;
 }

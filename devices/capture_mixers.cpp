@@ -27,13 +27,11 @@ std::string cardLabel(int card, const std::string& device) {
     const int error = snd_card_get_name(card, &name);
     const std::unique_ptr<char, Freer> owned(error < 0 ? nullptr : name);
     if (error < 0) {
-        logMessage(ModuleId, g_hostCallback, LogError, "ALSA: %s snd_card_get_name error %d.",
-                   device.c_str(), error);
+        logLine(LogError, "ALSA: %s snd_card_get_name error %d.", device.c_str(), error);
         return {};
     }
     if (!owned) {
-        logMessage(ModuleId, g_hostCallback, LogError,
-                   "ALSA: %s snd_card_get_name error no name returned.", device.c_str());
+        logLine(LogError, "ALSA: %s snd_card_get_name error no name returned.", device.c_str());
         return {};
     }
     return device + " [" + owned.get() + "]";
@@ -44,8 +42,7 @@ MixerPtr openMixer(const std::string& device, const std::string& card) {
     const auto failed = [&card](int error, const char* step) {
         if (error >= 0)
             return false;
-        logMessage(ModuleId, g_hostCallback, LogError, "ALSA: %s %s error %s", card.c_str(), step,
-                   snd_strerror(error));
+        logLine(LogError, "ALSA: %s %s error %s", card.c_str(), step, snd_strerror(error));
         return true;
     };
     snd_mixer_t* opened = nullptr;
@@ -74,24 +71,21 @@ bool enableCapture(snd_mixer_elem_t* element, const char* label) {
     const int rightError =
         snd_mixer_selem_get_capture_switch(element, SND_MIXER_SCHN_FRONT_RIGHT, &right);
     if (rangeError < 0 || volumeError < 0 || leftError < 0 || rightError < 0) {
-        logMessage(ModuleId, g_hostCallback, LogError,
-                   "ALSA: %s failed to query settings (errors %d/%d/%d/%d", label, rangeError,
-                   volumeError, leftError, rightError);
+        logLine(LogError, "ALSA: %s failed to query settings (errors %d/%d/%d/%d", label,
+                rangeError, volumeError, leftError, rightError);
         return false;
     }
 
     const bool enabled = left == 1 && right == 1;
-    logMessage(ModuleId, g_hostCallback, LogInfo,
-               "ALSA: %s curr settings = %s vmin %ld vmax %ld vol %ld", label,
-               enabled ? "enabled" : "disabled", minimum, maximum, volume);
+    logLine(LogInfo, "ALSA: %s curr settings = %s vmin %ld vmax %ld vol %ld", label,
+            enabled ? "enabled" : "disabled", minimum, maximum, volume);
     if (!enabled) {
         const int error = snd_mixer_selem_set_capture_switch_all(element, 1);
         if (error < 0) {
-            logMessage(ModuleId, g_hostCallback, LogError, "ALSA: %s failed to enable (error %d)",
-                       label, error);
+            logLine(LogError, "ALSA: %s failed to enable (error %d)", label, error);
             return false;
         }
-        logMessage(ModuleId, g_hostCallback, LogNotice, "ALSA: %s now enabled.", label);
+        logLine(LogNotice, "ALSA: %s now enabled.", label);
     }
     if (volume == 0) {
         // Unsigned, because a driver's range may be the whole of long.
@@ -100,12 +94,10 @@ bool enableCapture(snd_mixer_elem_t* element, const char* label) {
         const long raised = range / 2 + 1;
         const int error = snd_mixer_selem_set_capture_volume_all(element, raised);
         if (error < 0) {
-            logMessage(ModuleId, g_hostCallback, LogError,
-                       "ALSA: %s failed to set volume %ld (error %d)", label, raised, error);
+            logLine(LogError, "ALSA: %s failed to set volume %ld (error %d)", label, raised, error);
             return false;
         }
-        logMessage(ModuleId, g_hostCallback, LogNotice, "ALSA: %s now set volume %ld", label,
-                   raised);
+        logLine(LogNotice, "ALSA: %s now set volume %ld", label, raised);
     }
     return true;
 }
@@ -114,8 +106,7 @@ void reportSource(snd_mixer_elem_t* element, const char* label) {
     unsigned int selected = 0;
     const int error = snd_mixer_selem_get_enum_item(element, SND_MIXER_SCHN_FRONT_LEFT, &selected);
     if (error < 0) {
-        logMessage(ModuleId, g_hostCallback, LogError,
-                   "ALSA: %s failed to query connector (error %d)", label, error);
+        logLine(LogError, "ALSA: %s failed to query connector (error %d)", label, error);
         return;
     }
     std::string current;
@@ -132,8 +123,7 @@ void reportSource(snd_mixer_elem_t* element, const char* label) {
             list += ", ";
         list += name.data();
     }
-    logMessage(ModuleId, g_hostCallback, LogInfo, "ALSA: %s connected to [%s] of [%s]", label,
-               current.c_str(), list.c_str());
+    logLine(LogInfo, "ALSA: %s connected to [%s] of [%s]", label, current.c_str(), list.c_str());
 }
 
 bool configureElement(snd_mixer_elem_t* element, const std::string& card) {
@@ -147,7 +137,7 @@ bool configureElement(snd_mixer_elem_t* element, const std::string& card) {
         snd_mixer_selem_is_enum_capture(element) == 1)
         reportSource(element, label.c_str());
     else
-        logMessage(ModuleId, g_hostCallback, LogDetail, "ALSA: %s ignored", label.c_str());
+        logLine(LogDetail, "ALSA: %s ignored", label.c_str());
     return true;
 }
 
@@ -159,8 +149,8 @@ bool configureCard(int card) {
     const MixerPtr mixer = openMixer(device, label);
     if (!mixer)
         return true;
-    logMessage(ModuleId, g_hostCallback, LogInfo, "ALSA: detected %s", label.c_str());
-    logMessage(ModuleId, g_hostCallback, LogDetail, "ALSA: %s query mixers.", label.c_str());
+    logLine(LogInfo, "ALSA: detected %s", label.c_str());
+    logLine(LogDetail, "ALSA: %s query mixers.", label.c_str());
     bool succeeded = true;
     for (snd_mixer_elem_t* element = snd_mixer_first_elem(mixer.get()); element != nullptr;
          element = snd_mixer_elem_next(element))

@@ -31,30 +31,27 @@ bool probeDeviceFormat(PaDeviceIndex device, const PaDeviceInfo& info, bool isIn
                                                 isInput ? nullptr : &parameters, ChannelSampleRate);
     if (answer == paFormatIsSupported)
         return true;
-    logMessage(ModuleId, g_hostCallback, LogInfo, "PORTAUDIO: Ignore device [%s] - %s", info.name,
-               Pa_GetErrorText(answer));
+    logLine(LogInfo, "PORTAUDIO: Ignore device [%s] - %s", info.name, Pa_GetErrorText(answer));
     return false;
 }
 
 // Answers the default host API when the device may be used on it, else null.
 const PaHostApiInfo* acceptedHostApi(const PaDeviceInfo& info) {
     if (std::ranges::find(AllowedNames, std::string_view(info.name)) == AllowedNames.end()) {
-        logMessage(ModuleId, g_hostCallback, LogInfo,
-                   "PORTAUDIO: Ignore device [%s] that can crash on opening stream.", info.name);
+        logLine(LogInfo, "PORTAUDIO: Ignore device [%s] that can crash on opening stream.",
+                info.name);
         return nullptr;
     }
     const PaHostApiInfo* defaultApi = Pa_GetHostApiInfo(Pa_GetDefaultHostApi());
     const PaHostApiInfo* deviceApi = Pa_GetHostApiInfo(info.hostApi);
     if (defaultApi == nullptr || deviceApi == nullptr) {
-        logMessage(ModuleId, g_hostCallback, LogNotice,
-                   "PORTAUDIO: Failed to get host API info for device [%s].", info.name);
+        logLine(LogNotice, "PORTAUDIO: Failed to get host API info for device [%s].", info.name);
         return nullptr;
     }
     if (info.hostApi != Pa_GetDefaultHostApi()) {
-        logMessage(
-            ModuleId, g_hostCallback, LogInfo,
-            "PORTAUDIO: Ignore device [%s] non-default API [%s] - only want default API [%s].",
-            info.name, nameOf(*deviceApi), nameOf(*defaultApi));
+        logLine(LogInfo,
+                "PORTAUDIO: Ignore device [%s] non-default API [%s] - only want default API [%s].",
+                info.name, nameOf(*deviceApi), nameOf(*defaultApi));
         return nullptr;
     }
     return defaultApi;
@@ -66,9 +63,8 @@ void addDirection(std::vector<AudioDevice>& devices, PaDeviceIndex device, const
     if (channels <= 0 || !probeDeviceFormat(device, info, isInput))
         return;
     const auto number = static_cast<int32_t>(devices.size());
-    logMessage(ModuleId, g_hostCallback, LogInfo, "PORTAUDIO: Found %s device %d [%s] %s",
-               directionWord(isInput), number, info.name,
-               isDefault ? "(default)" : "(not default)");
+    logLine(LogInfo, "PORTAUDIO: Found %s device %d [%s] %s", directionWord(isInput), number,
+            info.name, isDefault ? "(default)" : "(not default)");
     devices.push_back({info.name, info.name, number, device, isInput});
 }
 

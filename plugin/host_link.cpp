@@ -42,15 +42,9 @@ int32_t sendText(int64_t moduleId, HostCallback callback, int32_t level, const c
     return callback(&message, 0);
 }
 
-void sendAndObey(const HostMessage& message) {
-    if (g_hostCallback(&message, 0) == AskToStop)
-        Close();
-}
-
-}  // namespace
-
-int32_t logMessage(int64_t moduleId, HostCallback callback, int32_t level, const char* format,
-                   ...) noexcept {
+[[gnu::format(printf, 4, 0)]] int32_t formatAndSend(int64_t moduleId, HostCallback callback,
+                                                    int32_t level, const char* format,
+                                                    va_list arguments) {
     if (callback == nullptr)
         return 0;
     const HostMessage query = makeMessage(KindLog, TypeLogLevelQuery, moduleId);
@@ -58,10 +52,10 @@ int32_t logMessage(int64_t moduleId, HostCallback callback, int32_t level, const
         return 0;
 
     char buffer[LogBufferSize];
-    va_list arguments;
-    va_start(arguments, format);
-    const int needed = std::vsnprintf(buffer, sizeof buffer, format, arguments);
-    va_end(arguments);
+    va_list again;
+    va_copy(again, arguments);
+    const int needed = std::vsnprintf(buffer, sizeof buffer, format, again);
+    va_end(again);
     if (needed <= 0)
         return 0;
     const auto length = static_cast<uint32_t>(needed);
@@ -72,12 +66,32 @@ int32_t logMessage(int64_t moduleId, HostCallback callback, int32_t level, const
 
     const size_t wholeSize = size_t{length} + 1;
     const std::unique_ptr<char[]> whole(new (std::nothrow) char[wholeSize]);
-    if (!whole)
+    if (!whole || std::vsnprintf(whole.get(), wholeSize, format, arguments) < 0)
         return 0;
+    return sendText(moduleId, callback, level, whole.get(), length);
+}
+
+void sendAndObey(const HostMessage& message) {
+    if (g_hostCallback(&message, 0) == AskToStop)
+        Close();
+}
+
+}  // namespace
+
+int32_t logMessage(int64_t moduleId, HostCallback callback, int32_t level, const char* format,
+                   ...) noexcept {
+    va_list arguments;
     va_start(arguments, format);
-    const int written = std::vsnprintf(whole.get(), wholeSize, format, arguments);
+    const int32_t answer = formatAndSend(moduleId, callback, level, format, arguments);
     va_end(arguments);
-    return written < 0 ? 0 : sendText(moduleId, callback, level, whole.get(), length);
+    return answer;
+}
+
+void logLine(int32_t level, const char* format, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, format);
+    formatAndSend(ModuleId, g_hostCallback, level, format, arguments);
+    va_end(arguments);
 }
 
 void sendDocument(const TiXmlDocument& document, int32_t kind) {

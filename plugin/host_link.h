@@ -1,7 +1,7 @@
 // What the module says to its host: the only code that calls the host's callback.
 //
 // Every sender builds its record on its own stack and may be called on any thread but a stream
-// callback's. None may be called while a lock is held, except logMessage under a channel's
+// callback's. None may be called while a lock is held, except the two loggers under a channel's
 // queueLock.
 #pragma once
 
@@ -17,10 +17,13 @@ extern HostCallback g_hostCallback;
 
 // Asks the host for its threshold and, when `level` reaches it, formats the line and sends it.
 // Lines of 2048 characters and more are cut to 2047 and a zero byte; at level 0, only one of
-// exactly 2048. Answers what the host answered to the line, 0 when nothing was sent. A null
+// exactly 2048. Returns what the host answered to the line, 0 when nothing was sent. A null
 // callback sends nothing.
 [[gnu::format(printf, 4, 5)]] int32_t logMessage(int64_t moduleId, HostCallback callback,
                                                  int32_t level, const char* format, ...) noexcept;
+
+// The module's own log lines: logMessage to the host that loaded it.
+[[gnu::format(printf, 2, 3)]] void logLine(int32_t level, const char* format, ...) noexcept;
 
 // Prints `document` without indentation and sends it as KindModuleDocument or KindStatusDocument.
 // The answer 1 closes the module. Throws std::bad_alloc, with nothing sent.
