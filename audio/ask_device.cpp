@@ -5,16 +5,17 @@
 #include <cerrno>
 #include <cstdarg>
 
-// The module also loads beside an ALSA library that has only mixers: these are null there.
+// Weak, so that the module also loads beside an ALSA library that has only mixers. They are null
+// there.
 #pragma weak snd_pcm_open
 #pragma weak snd_pcm_close
-// ALSA's header declares this C function as a C++ one, hence a declaration of our own.
+// Declared here because ALSA's header gives this C function the linkage of C++.
 extern "C" [[gnu::weak]] snd_local_error_handler_t setErrorHandlerOfThread(
     snd_local_error_handler_t handler) __asm__("snd_lib_error_set_local");
 
 namespace {
 
-// Keeps ALSA's messages about a device that is away from the host's stderr. For this thread alone.
+// Keeps what ALSA writes about a device that is away from the host's stderr, on this thread only.
 class QuietAlsa {
   public:
     QuietAlsa() : before_(setErrorHandlerOfThread(ignore)) {}
@@ -29,7 +30,7 @@ class QuietAlsa {
     const snd_local_error_handler_t before_;
 };
 
-// The name by which ALSA knows a device of PortAudio's; null when it belongs to another host API.
+// Returns the name by which ALSA knows the device, or null when it belongs to another host API.
 const char* alsaName(PaDeviceIndex device) {
     const PaDeviceInfo* info = Pa_GetDeviceInfo(device);
     const PaHostApiInfo* hostApi = info != nullptr ? Pa_GetHostApiInfo(info->hostApi) : nullptr;

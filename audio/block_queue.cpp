@@ -70,7 +70,7 @@ AudioBlockPtr BlockQueue::takeBack() RT_SAFE {
 }
 
 void BlockQueue::moveTo(BlockQueue& target, bool onlyPlayed) noexcept {
-    // Blocks are played in their order: the first unplayed one ends the walk.
+    // Blocks are played in order, so no block newer than the first unplayed one has been played.
     while (back_ != nullptr && (back_->played || !onlyPlayed))
         target.pushFront(takeBack());
 }

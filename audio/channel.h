@@ -1,9 +1,10 @@
 // One capture input or playback output: its identity, its PortAudio stream, and the queue of audio
 // between that stream's real-time callback and the worker.
 //
-// Three kinds of thread reach a channel: the worker (everything not marked otherwise), the host's
-// threads (pushPlayback) and the stream's callback thread (streamCallback and what it calls, all
-// RT_SAFE). Created by the configuration, owned by the plug-in's channel map, alive until Unload.
+// Three kinds of thread reach a channel: the worker (every function not marked otherwise), the
+// host's threads (pushPlayback) and the stream's callback thread (streamCallback and what it calls,
+// all marked RT_SAFE). The configuration creates channels, the channel map owns them, and they live
+// until Unload.
 #pragma once
 
 #include <portaudio.h>
@@ -40,49 +41,51 @@ class Channel {
     Channel& operator=(const Channel&) = delete;
 
     // ---- stream (audio/channel_stream.cpp)
-    // Opens and starts the stream when the channel has a device and no stream. A stream that is
-    // open but not running is left alone: the watchdog restarts it. What went wrong stands in
-    // startResult. After ten failures in a row the device is asked before, at most once a second.
+    // Opens and starts the stream when the channel has a device and no stream. Leaves a stream that
+    // is open but not running alone, because the watchdog restarts it. Stores PortAudio's result in
+    // startResult. After ten failures in a row it first asks the device, at most once a second.
     // May wait inside PortAudio or ALSA for seconds.
     void openStream();
     // True while the device has to be asked before an open. Such an input has no time-outs:
     // openStream is to be called on every pass, and keeps its own pace.
     bool isDeviceInDoubt() const { return retry.isDeviceInDoubt(); }
-    // Closes the stream, dropping what the device still holds. Nothing when there is none.
+    // Closes the stream, if there is one. What the device still holds is dropped.
     void closeStream();
-    // True when the stream has not called back for the watchdog's period. Cheap: for every pass.
+    // True when the stream has not called back for the watchdog's period. Cheap enough for every
+    // pass.
     bool isTimedOut() { return watchdog.isTimedOut(steadyTick()); }
     // Opens, restarts or closes an output's stream according to the queued audio, of which
     // `bufferLengthMs` milliseconds are wanted before it starts. Holds queueLock while it does.
     void maintainOutput(int32_t bufferLengthMs) EXCLUDES(queueLock);
 
     // ---- queue
-    // Removes the played blocks, or all, and hands host buffers back, newest first.
+    // Removes the played blocks, or all blocks, and hands host buffers back, newest first.
     void purgeBlocks(bool onlyPlayed) EXCLUDES(queueLock);
     // How many blocks are queued, read without the lock: as a hint.
     size_t queuedBlocks() const NO_THREAD_SAFETY_ANALYSIS { return blocks.size(); }
-    // The oldest captured block, the caller's from now on; none when the queue is empty or busy.
+    // Removes and returns the oldest captured block. Returns null when the queue is empty or busy.
     AudioBlockPtr takeCaptured() EXCLUDES(queueLock);
-    // Whole milliseconds between a sound and its callback; 0 without a stream.
+    // Returns the whole milliseconds between a sound and its callback, or 0 without a stream.
     int64_t inputLatencyMs() const;
-    // Queues `count` mu-law codes for playback. Host threads; waits for the lock. True makes the
-    // codes the channel's, until they are handed back; false leaves them the host's (no memory).
+    // Queues `count` mu-law codes for playback. Returns true when the channel has taken them; it
+    // hands them back later. Returns false when memory is short; the host keeps them. Host threads;
+    // waits for the lock.
     bool pushPlayback(const uint8_t* codes, uint32_t count) EXCLUDES(queueLock);
-    // Decodes what was written since the last pass. A block that finds no memory stays undecoded,
-    // and those behind it with it, until a later pass.
+    // Decodes what was written since the last pass. When memory is short the block and those behind
+    // it stay undecoded until a later pass.
     void preparePlayback() EXCLUDES(queueLock);
 
     // ---- configuration (config/channel_elements.cpp)
-    // Takes name, device name and schedule from an Input element, as far as they are there.
+    // Takes the name, the device's name and the schedule from an Input element, if it has them.
     void applyInputElement(const TiXmlElement& input);
-    // Takes Enabled from an AudioChannel element; disabling empties the queue, enabling forgets how
-    // often the device could not be opened. Leaves the stream.
+    // Takes Enabled from an AudioChannel element. Disabling empties the queue. Enabling forgets how
+    // often the device could not be opened. Neither opens or closes the stream.
     void applyEnabled(const TiXmlElement* audioChannel) EXCLUDES(queueLock);
     // Appends the channel's Input element to `audio` and its AudioChannel element to `encoder`.
     void describeChannel(TiXmlElement& audio, TiXmlElement& encoder) const;
 
-    // PortAudio's callback; userData is the channel. Never waits: a buffer that finds the queue
-    // busy is lost (input) or silent (output).
+    // PortAudio's callback; userData is the channel. Never waits: when the queue is busy an input
+    // loses this buffer, and an output plays silence.
     static int streamCallback(const void* input, void* output, unsigned long frameCount,
                               const PaStreamCallbackTimeInfo* timeInfo, PaStreamCallbackFlags flags,
                               void* userData) RT_SAFE;

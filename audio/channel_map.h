@@ -7,33 +7,34 @@
 #include "audio/channel.h"
 #include "base/mutex.h"
 
-// The worker alone adds and removes channels, under the lock; it reads without. Host threads only
-// look channels up, under the lock, and let it go before they use what they found: a channel lives
-// until Unload, so the pointer stays good.
+// Only the worker adds and removes channels. It takes the lock to do so and reads without it. Host
+// threads look channels up under the lock and release it before they use what they found: a channel
+// lives until Unload, so the pointer stays valid.
 class ChannelMap {
   public:
     using Channels = std::map<int32_t, std::unique_ptr<Channel>>;
 
-    // Any thread; null when there is no such channel.
+    // Returns null when there is no such channel. Any thread.
     Channel* find(int32_t id) EXCLUDES(lock_) {
         const MutexLock held(lock_);
         const auto found = channels_.find(id);
         return found == channels_.end() ? nullptr : found->second.get();
     }
 
-    // Worker thread. The channel with `number`'s ID, made when there is none.
+    // Returns the channel with the ID of `number`, and creates it when there is none. Worker
+    // thread.
     Channel& findOrCreate(uint32_t number, bool isInput) EXCLUDES(lock_) {
         if (Channel* existing = find(channelId(number)))
             return *existing;
-        Channels one;
-        one.emplace(channelId(number), std::make_unique<Channel>(number, isInput));
-        Channel& created = *one.begin()->second;
+        Channels node;
+        node.emplace(channelId(number), std::make_unique<Channel>(number, isInput));
+        Channel& created = *node.begin()->second;
         const MutexLock held(lock_);
-        channels_.merge(one);
+        channels_.merge(node);
         return created;
     }
 
-    // Worker thread, or Unload once the worker has ended. Destroys all channels, by ascending ID.
+    // Destroys all channels, by ascending ID. Worker thread, or Unload once the worker has ended.
     void clear() EXCLUDES(lock_) {
         Channels leaving;
         {

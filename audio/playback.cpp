@@ -11,7 +11,7 @@ bool Channel::pushPlayback(const uint8_t* codes, uint32_t count) {
     if (!block)
         return false;
     const MutexLock held(queueLock);
-    block->hostOwned = true;  // nothing can fail from here on: the codes are ours to hand back
+    block->hostOwned = true;  // nothing can fail from here on, so the channel owns the codes
     blocks.pushFront(std::move(block));
     undecodedHint.set();
     return true;
@@ -63,21 +63,22 @@ int Channel::playBuffer(int16_t* output, uint32_t frameCount) RT_SAFE {
     return paContinue;
 }
 
-// Fills the buffer from the oldest decoded blocks and answers how many samples there were. A block
-// that ends within the buffer is continued by the next; one that is longer than a buffer loses
-// what is beyond.
+// Fills the buffer from the oldest decoded blocks and returns the number of samples filled. When a
+// block ends within the buffer the next one continues there. Of a block that is longer than a
+// buffer only the beginning is played.
 uint32_t Channel::takeDecoded(int16_t* output, uint32_t frameCount) RT_SAFE {
     uint32_t filled = 0;
     for (AudioBlock* block = blocks.back(); block != nullptr && filled < frameCount;
          block = block->newer) {
         if (block->played || !block->pcm)
             continue;
-        const uint32_t end = std::max(std::min(block->count, frameCount), block->taken);
-        const uint32_t taking = std::min(end - block->taken, frameCount - filled);
-        std::memcpy(output + filled, block->pcm.get() + block->taken, taking * sizeof(int16_t));
-        block->taken += taking;
+        const uint32_t end = std::max(std::min(block->count, frameCount), block->samplesPlayed);
+        const uint32_t taking = std::min(end - block->samplesPlayed, frameCount - filled);
+        std::memcpy(output + filled, block->pcm.get() + block->samplesPlayed,
+                    taking * sizeof(int16_t));
+        block->samplesPlayed += taking;
         filled += taking;
-        if (block->taken == end) {
+        if (block->samplesPlayed == end) {
             block->played = true;
             playedHint.set();
         }

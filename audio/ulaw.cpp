@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <bit>
 
-// Compiled once for each of these levels of x86-64; the program's loader takes the best that the
-// machine runs. Not by clang 14, whose callers in other files do not find the result, and not under
-// the thread sanitizer, which crashes in the loader's choice.
+// Compiles a function once for each of these levels of x86-64; the program's loader picks the best
+// one that the machine runs. Off for clang 14, whose callers in other files do not find the result,
+// and under the thread sanitizer, which crashes when the loader picks.
 #if defined(__x86_64__) && !defined(__clang__) && !defined(__SANITIZE_THREAD__)
 #define FOR_EACH_X86_64_LEVEL \
     __attribute__((target_clones("default", "arch=x86-64-v3", "arch=x86-64-v4")))
@@ -33,8 +33,9 @@ inline uint8_t encode(int16_t sample) noexcept {
     return static_cast<uint8_t>(~segmentAndStep ^ (static_cast<uint32_t>(negative) & SignBit));
 }
 
-// In 8 bits as long as it fits, and with the segment as a factor, made bit by bit: only the newest
-// machines shift each of many short numbers by a distance of its own. A code's bits are inverted.
+// Computes in 8 bits as long as possible, and multiplies by 2^segment, built from the segment's
+// three bits, instead of shifting: shifting each 16-bit lane by its own distance needs AVX-512. The
+// code's bits are inverted.
 inline int16_t decode(uint8_t code) noexcept {
     const auto biased = static_cast<uint8_t>(Step15OfSegment0 - ((code & 0x0F) << 3));
     auto factor = static_cast<uint8_t>((code & 0x40) != 0 ? 1 : 16);

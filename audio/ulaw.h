@@ -11,9 +11,9 @@
 uint8_t linearToUlaw(int16_t sample) noexcept;
 int16_t ulawToLinear(uint8_t code) noexcept;
 
-// Encodes sourceBytes / 2 samples (an odd last byte is ignored) into as many codes; answers how
-// many. `codes` has room for them and does not overlap the samples.
+// Encodes sourceBytes / 2 samples; an odd last byte is ignored. Returns the number of codes
+// written. `codes` has room for them and does not overlap the samples.
 int32_t ulawEncode(uint8_t* codes, const int16_t* samples, size_t sourceBytes) noexcept;
 
-// Decodes `count` codes into as many samples; answers the number of bytes written, count * 2.
+// Decodes `count` codes into as many samples. Returns the number of bytes written, count * 2.
 int32_t ulawDecode(int16_t* samples, const uint8_t* codes, size_t count) noexcept;

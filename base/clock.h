@@ -1,4 +1,4 @@
-// The module's clocks and its pause: the one place that reads time, so that a test can own it.
+// The module's clocks and its pause. Nothing else reads time, so that tests can replace it.
 #pragma once
 
 #include <sys/time.h>
@@ -10,11 +10,11 @@ using SteadyTime = std::chrono::steady_clock::time_point;
 
 // Monotonic time; any thread.
 SteadyTime steadyNow() noexcept;
-// The same as of the system's last tick, at most 1 to 10 ms ago; costs next to nothing to read.
+// The same clock at the kernel's last tick: up to 10 ms old. Much cheaper to read. Any thread.
 SteadyTime steadyTick() noexcept;
 // Wall-clock time, seconds and microseconds since 1970; any thread.
 timeval wallClockNow() noexcept;
 // Wall-clock time in whole seconds since 1970; any thread.
 int64_t unixSeconds() noexcept;
-// Sleeps 1 ms, or less when a signal ends the sleep; the worker's thread.
+// Sleeps 1 ms, or less when a signal ends the sleep. Worker thread.
 void pauseOneMillisecond() noexcept;

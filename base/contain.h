@@ -1,9 +1,9 @@
 // Keeps exceptions inside the module.
 #pragma once
 
-// Runs `work` and answers true, or false when it threw. What is thrown here is want of memory (or a
-// lock that the system refuses): the step is given up, its destructors keep every buffer's account
-// straight, and the module goes on with its next step, so there is nothing else to do about it.
+// Runs `work` and returns true, or false when it threw. Inside the module only std::bad_alloc is
+// ever thrown (and, in theory, a mutex's std::system_error). The caller gives this step up and goes
+// on with the next. Destructors have already freed or handed back every buffer.
 template <typename Work>
 bool contain(Work&& work) noexcept {
     try {

@@ -1,7 +1,7 @@
 // A mutex whose rules clang checks at compile time (-Wthread-safety, an error in the clang build).
 //
-// The module's locks are leaves: none is held while another is taken, and no host buffer is handed
-// back or freed under one. docs/architecture.md says which lock guards what.
+// No module lock is held while another is taken, and no host buffer is handed back or freed under a
+// lock. docs/architecture.md says which lock guards what.
 #pragma once
 
 #include <mutex>

@@ -8,8 +8,8 @@
 
 namespace {
 
-// A disabled channel does not count. Until its first start is through, a channel passes for
-// healthy.
+// A disabled channel does not count. A stream that could not be opened counts as healthy: each open
+// first stores paNotInitialized, and only a start replaces it.
 bool isHealthy(const Channel& channel) {
     return !channel.Enabled ||
            (channel.paIndex != NoDevice &&
@@ -40,5 +40,5 @@ void CPlugin::emitDeviceStatus() {
     describeStatus(document, alarmed);
     logLine(LogNotice, "Emitting audio device status = %s.", alarmed ? "alarmed" : "ok");
     sendDocument(document, KindStatusDocument);
-    deviceAlarmed = alarmed;  // now that it is told: what has thrown on the way is told anew
+    deviceAlarmed = alarmed;  // only after sending: if that threw, the next pass tries again
 }

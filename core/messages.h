@@ -11,8 +11,8 @@
 
 namespace ipcam {
 
-// A delivery owns the host buffer that it carries: destroying it hands the buffer back. Moving
-// leaves the source without one, so that each buffer goes back exactly once.
+// A delivery owns the host buffer that it carries. Destroying the delivery hands the buffer back.
+// Moving it leaves the source without a buffer, so that each goes back exactly once.
 struct HostDelivery {
     HostDelivery(const void* hostBuffer, uint64_t byteCount) noexcept
         : data(hostBuffer), length(byteCount) {}
@@ -33,12 +33,12 @@ struct IoctlMessage : HostDelivery {
     using HostDelivery::HostDelivery;
 };
 
-// A document that the module takes note of by handing it back.
+// A document sent with IoctlHostDocument: accepted, then handed back without effect.
 struct WriteMessage : HostDelivery {
     using HostDelivery::HostDelivery;
 };
 
-// Nothing produces these yet; queue and handlers accept them.
+// Nothing produces these yet. The queue and the handlers accept them.
 struct AudioMessage : HostDelivery {
     AudioMessage(const void* hostBuffer, uint64_t byteCount, uint32_t extra) noexcept
         : HostDelivery(hostBuffer, byteCount), value(extra) {}
@@ -55,11 +55,11 @@ struct AudioMessage : HostDelivery {
 using HostMessageVariant =
     std::variant<ipcam::IoctlMessage, ipcam::WriteMessage, ipcam::AudioMessage>;
 
-// Oldest at the front. A list, so that a message is allocated before the queue's lock is taken and
-// joins or leaves the queue by a few pointers.
+// The oldest message is at the front. A list, because its nodes are allocated before the queue's
+// lock is taken and join or leave the queue without allocating.
 using HostMessageQueue = std::list<HostMessageVariant>;
 
-// One handler per message type, called on the worker's thread; an empty one is skipped.
+// One handler for each message type, called on the worker's thread. An empty one is skipped.
 struct MessageHandlers {
     std::function<void(const ipcam::AudioMessage&)> onAudioMessage;
     std::function<void(const ipcam::WriteMessage&)> onWriteMessage;

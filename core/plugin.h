@@ -21,24 +21,24 @@ class CPlugin {
     CPlugin();
 
     // ---- any host thread
-    // Queues a delivery that owns the host's buffer from now on. Throws (std::bad_alloc) with
-    // nothing queued and the buffer still the host's.
+    // Queues a delivery, which owns the host's buffer from now on. Throws std::bad_alloc; nothing
+    // is queued then, and the host keeps the buffer.
     template <typename Message>
     void enqueue(const void* data, uint64_t length) EXCLUDES(queueMutex) {
-        HostMessageQueue one;
-        one.emplace_back(std::in_place_type<Message>, nullptr, length);
+        HostMessageQueue node;
+        node.emplace_back(std::in_place_type<Message>, nullptr, length);
         const MutexLock held(queueMutex);
-        std::get<Message>(one.back()).data = data;  // nothing can fail from here on: it is ours
-        messageQueue.splice(messageQueue.end(), one);
+        std::get<Message>(node.back()).data = data;  // nothing can fail from here on
+        messageQueue.splice(messageQueue.end(), node);
     }
-    // The channel that host records address by `id`; null when there is none.
+    // Returns the channel that host records address by `id`, or null.
     Channel* findChannel(int32_t id) { return channels.find(id); }
-    // Asks the worker to stop; never undone.
+    // Asks the worker to stop. This is never undone.
     void requestStop() { stopRequested.exchange(true); }
     bool isStopRequested() const { return stopRequested.load(); }
 
     // ---- the worker's thread
-    // The worker loop, until a stop is requested (core/worker.cpp).
+    // Runs the worker loop until a stop is requested (core/worker.cpp).
     void runWorker();
     // Hands up to 4 queued deliveries to their handlers; never waits for a host thread.
     void processQueue() EXCLUDES(queueMutex);
@@ -72,7 +72,7 @@ class CPlugin {
     std::string textBuffer;  // the document at hand
     std::atomic<bool> stopRequested{false};
 
-    // The worker's own from here on, without a lock; only channels are looked up by host threads.
+    // Only the worker uses what follows, without a lock; but host threads look channels up.
     bool audioStarted = false;  // PortAudio is up
     // All that the settings file holds is in memory, too. Until then a save would lose it.
     bool settingsHeld = false;
@@ -84,5 +84,5 @@ class CPlugin {
     bool forceOsServices = true;
 };
 
-// Null before Load and after Unload; written only by them.
+// Null before Load and after Unload, which are the only ones to write it.
 extern CPlugin* g_plugin;

@@ -8,8 +8,7 @@
 
 namespace {
 
-// The frame being sent. One for the module, used by the worker only; each frame overwrites the
-// last.
+// The frame that is being sent. The module has only this one, and only the worker uses it.
 std::array<uint8_t, 524288> frameBuffer;
 
 struct CaptureTime {
@@ -17,7 +16,7 @@ struct CaptureTime {
     uint16_t milliseconds;
 };
 
-// The wall clock less the time that the sound took to reach us.
+// Returns the wall-clock time less the time that the sound took to reach the callback.
 CaptureTime captureTime(int64_t latencyMs) {
     constexpr int64_t MsPerSecond = 1000;
     const timeval now = wallClockNow();
@@ -33,7 +32,7 @@ CaptureTime captureTime(int64_t latencyMs) {
 
 void sendCaptured(const AudioBlock& block, const Channel& channel) {
     const size_t samples = std::min<size_t>(block.count, frameBuffer.size());
-    // Captured data was copied from the callback's samples, behind the block and aligned for them.
+    // A captured block's data are 16-bit samples, which lie behind the block, aligned for them.
     const int32_t length =
         ulawEncode(frameBuffer.data(), reinterpret_cast<const int16_t*>(block.data),
                    samples * sizeof(int16_t));
@@ -86,8 +85,8 @@ void CPlugin::serveChannel(Channel& channel) {
     drainCaptured(channel);
 }
 
-// Sends what was queued when the drain began, or the first four blocks if that is more. A host
-// whose callback takes longer than a frame lasts would otherwise keep the worker here for ever.
+// Sends what was queued when the drain began, or the first four blocks if that is more. Without a
+// limit a host whose callback takes longer than a frame lasts would keep the worker in one channel.
 void CPlugin::drainCaptured(Channel& channel) const {
     constexpr size_t FewestBlocks = 4;
     for (size_t left = std::max(channel.queuedBlocks(), FewestBlocks); left > 0; --left) {
@@ -98,7 +97,7 @@ void CPlugin::drainCaptured(Channel& channel) const {
     }
 }
 
-// True when the pause ended because a stop was requested.
+// Returns true when the pause ended because a stop was requested.
 bool CPlugin::sleepUnlessStopped(int32_t milliseconds) const {
     using std::chrono::floor;
     const auto begin = floor<std::chrono::milliseconds>(steadyNow());

@@ -21,7 +21,8 @@ struct Freer {
     void operator()(char* text) const { std::free(text); }  // NOLINT: ALSA takes it from malloc
 };
 
-// "hw:0 [PCH]"; empty, and logged, when the card does not tell its name.
+// Returns a label such as "hw:0 [PCH]". Returns an empty one, and logs why, when the card does not
+// tell its name.
 std::string cardLabel(int card, const std::string& device) {
     char* name = nullptr;
     const int error = snd_card_get_name(card, &name);
@@ -37,7 +38,7 @@ std::string cardLabel(int card, const std::string& device) {
     return device + " [" + owned.get() + "]";
 }
 
-// The card's mixer with its elements loaded; none, and logged, when a step fails.
+// Returns the card's mixer with its elements loaded. Returns null, and logs why, when a step fails.
 MixerPtr openMixer(const std::string& device, const std::string& card) {
     const auto failed = [&card](int error, const char* step) {
         if (error >= 0)
@@ -56,7 +57,7 @@ MixerPtr openMixer(const std::string& device, const std::string& card) {
     return mixer;
 }
 
-// Switches a capture element on and gives it a volume; false when that fails.
+// Switches a capture element on and gives it a volume. Returns false when that fails.
 bool enableCapture(snd_mixer_elem_t* element, const char* label) {
     long minimum = 0;
     long maximum = 0;
@@ -88,7 +89,7 @@ bool enableCapture(snd_mixer_elem_t* element, const char* label) {
         logLine(LogNotice, "ALSA: %s now enabled.", label);
     }
     if (volume == 0) {
-        // Unsigned, because a driver's range may be the whole of long.
+        // Subtracted as unsigned, because a driver's range may span all values of long.
         const auto range = static_cast<long>(static_cast<unsigned long>(maximum) -
                                              static_cast<unsigned long>(minimum));
         const long raised = range / 2 + 1;

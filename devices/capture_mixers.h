@@ -1,8 +1,8 @@
 // The capture side of the machine's ALSA mixers.
 #pragma once
 
-// On every sound card switches on each capture switch that is off, raises each capture volume that
-// stands at zero to half of its range, and logs what each capture source selector is connected to.
-// False when a capture element could not be read or set; the walk goes on nevertheless. Worker
-// thread; keeps nothing between calls. What memory is too short for has not failed.
+// Walks all sound cards: switches on each capture switch that is off, raises each capture volume of
+// zero to half of its range, and logs what each capture source selector is connected to. Returns
+// false when a capture element could not be read or set; the walk goes on to the end all the same.
+// An element that runs out of memory is skipped and does not count as a failure. Worker thread.
 bool configureCaptureMixers() noexcept;

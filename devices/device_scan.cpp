@@ -35,7 +35,7 @@ bool probeDeviceFormat(PaDeviceIndex device, const PaDeviceInfo& info, bool isIn
     return false;
 }
 
-// Answers the default host API when the device may be used on it, else null.
+// Returns the default host API when the device may be used on it, else null.
 const PaHostApiInfo* acceptedHostApi(const PaDeviceInfo& info) {
     if (std::ranges::find(AllowedNames, std::string_view(info.name)) == AllowedNames.end()) {
         logLine(LogInfo, "PORTAUDIO: Ignore device [%s] that can crash on opening stream.",

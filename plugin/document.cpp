@@ -23,6 +23,6 @@ std::string printDocument(const TiXmlDocument& document, Layout layout) {
         printer.SetStreamPrinting();
     document.Accept(&printer);
     std::string text = printer.Str();
-    makeUtf8(text);  // TinyXML makes characters that there are not of entities such as "&#xD800;"
+    makeUtf8(text);  // TinyXML expands entities such as "&#xD800;" to bytes that are not UTF-8
     return text;
 }

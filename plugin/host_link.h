@@ -1,8 +1,8 @@
-// What the module says to its host: the only code that calls the host's callback.
+// Sends everything that the module says to its host. No other code calls the host's callback.
 //
-// Every sender builds its record on its own stack and may be called on any thread but a stream
-// callback's. None may be called while a lock is held, except the two loggers under a channel's
-// queueLock.
+// Every function builds its record on its own stack and may be called on any thread except a stream
+// callback's. None may be called while a lock is held, with one exception: the two loggers may be
+// called under a channel's queueLock.
 #pragma once
 
 #include <cstdint>
@@ -16,9 +16,9 @@ class TiXmlDocument;
 extern HostCallback g_hostCallback;
 
 // Asks the host for its threshold and, when `level` reaches it, formats the line and sends it.
-// Lines of 2048 characters and more are cut to 2047 and a zero byte; at level 0, only one of
-// exactly 2048. Returns what the host answered to the line, 0 when nothing was sent. A null
-// callback sends nothing.
+// Lines of 2048 characters and more are cut to 2047 characters and a zero byte. At level 0 only a
+// line of exactly 2048 characters is cut. Returns what the host answered to the line, 0 when
+// nothing was sent. A null callback sends nothing.
 [[gnu::format(printf, 4, 5)]] int32_t logMessage(int64_t moduleId, HostCallback callback,
                                                  int32_t level, const char* format, ...) noexcept;
 
@@ -33,6 +33,6 @@ void sendDocument(const TiXmlDocument& document, int32_t kind);
 void sendAudioFrame(std::span<const uint8_t> codes, uint64_t seconds, uint16_t milliseconds,
                     int32_t channelId) noexcept;
 
-// Hands an accepted buffer back: exactly once for each, never null. The caller has let go of every
-// lock and does not touch the buffer again.
+// Hands an accepted buffer back to the host, exactly once for each. `buffer` is not null. The
+// caller holds no lock and does not touch the buffer again.
 int32_t releaseHostBuffer(const void* buffer) noexcept;
