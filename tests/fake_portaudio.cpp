@@ -39,7 +39,8 @@ PaDeviceIndex Pa_GetDeviceCount() {
                                                : static_cast<int>(fakePortAudio.devices.size());
 }
 const PaDeviceInfo* Pa_GetDeviceInfo(PaDeviceIndex index) {
-    return at(fakePortAudio.devices, index);
+    const PaDeviceInfo* info = at(fakePortAudio.devices, index);
+    return info != nullptr && info->name == WithoutInfo ? nullptr : info;
 }
 PaHostApiIndex Pa_GetDefaultHostApi() { return fakePortAudio.defaultHostApi; }
 const PaHostApiInfo* Pa_GetHostApiInfo(PaHostApiIndex index) {

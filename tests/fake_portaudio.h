@@ -24,6 +24,9 @@ struct FakeStream {
     }
 };
 
+// The name of a device of which PortAudio gives no information.
+inline const char* const WithoutInfo = "without info";
+
 struct FakePortAudio {
     std::vector<PaHostApiInfo> hostApis;
     PaHostApiIndex defaultHostApi = 0;

@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <random>
 
+#include "base/utf8.h"
 #include "config/xml_bounds.h"
 #include "config/xml_parse.h"
 #include "config/xml_store.h"
 #include "module_test.h"
-#include "base/utf8.h"
 
 namespace {
 

@@ -4,8 +4,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
+#include <iomanip>
 #include <sstream>
+#include <utility>
 
 #include "fake_alsa.h"
 
@@ -26,8 +27,10 @@ ModuleTest::ModuleTest() {
     showsRecords = false;
     answer = 0;
     whileSending = [] {};
+    closingText.clear();
     hostTable_.hostCallback = receive;
-    Load(&hostTable_, &moduleInfo_);
+    moduleInfo_ = {};
+    load();
 }
 
 ModuleTest::~ModuleTest() {
@@ -41,6 +44,8 @@ ModuleTest::~ModuleTest() {
     std::filesystem::current_path("/");
     std::filesystem::remove_all(folder_);
 }
+
+int64_t ModuleTest::load() { return Load(&hostTable_, &moduleInfo_); }
 
 void ModuleTest::run() {
     IoctlRequest request{};
@@ -98,15 +103,70 @@ bool ModuleTest::ioctl(const std::string& name, const std::string& text, int32_t
     return settle(request.data, result.accepted == 1);
 }
 
-// The record's 64-bit words that are not zero, by their offset. Of data, only whether there is any.
-static void showRecord(const HostMessage& message) {
-    std::array<uint64_t, sizeof message / 8> words{};
-    std::memcpy(words.data(), &message, sizeof message);
+bool ModuleTest::writeNull() {
+    WriteRecord record{};
+    record.targetId = Channel0 + 1;
+    record.type = TypeAudio;
+    WriteResult result{};
+    Write(&record, &result);
+    return result.accepted != 0;
+}
+
+static constexpr std::array<std::pair<int32_t, const char*>, 5> Levels{{{LogDetail, "detail"},
+                                                                        {LogInfo, "info"},
+                                                                        {LogNotice, "notice"},
+                                                                        {LogError, "error"},
+                                                                        {99, "none"}}};
+
+int32_t levelNamed(const std::string& name) {
+    return std::ranges::find(Levels, name, [](const auto& level) { return level.second; })->first;
+}
+
+static std::string nameOf(uint64_t level) {
+    const auto found = std::ranges::find(Levels, static_cast<int32_t>(level),
+                                         [](const auto& known) { return known.first; });
+    return found != Levels.end() ? found->second : std::to_string(level);
+}
+
+// Every field of the record that is not zero, and whether any other byte is not.
+static void showRecord(HostMessage record) {
     std::ostringstream line;
-    for (size_t i = 0; i < words.size(); ++i)
-        if (words[i] != 0)
-            line << std::dec << " @" << i * 8 << std::hex << "=" << (i == 2 ? 1 : words[i]);
-    note("record" + line.str());
+    const auto show = [&](const char* name, auto& field) {
+        if (field != 0)
+            line << " " << name << "=" << std::exchange(field, 0);
+    };
+    line << "record";
+    show("size", record.size);
+    show("version", record.version);
+    show("length", record.length);
+    line << (std::exchange(record.data, nullptr) != nullptr ? " data" : "") << std::hex;
+    show("source", record.sourceId);
+    show("kind", record.kind);
+    show("type", record.type);
+    line << std::dec;
+    show("detail_size", record.detailSize);
+    show("detail_version", record.detailVersion);
+    show("level", record.level);
+    show("seconds", record.seconds);
+    show("milliseconds", record.milliseconds);
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&record);
+    if (std::any_of(bytes, bytes + sizeof record, [](uint8_t byte) { return byte != 0; }))
+        line << " and other bytes";
+    note(line.str());
+}
+
+static std::string describeFrame(const HostMessage& message, const std::vector<uint8_t>& codes) {
+    std::ostringstream line;
+    line << "audio ch" << message.sourceId - Channel0 << " at " << message.seconds << "."
+         << std::setw(3) << std::setfill('0') << message.milliseconds << ": " << codes.size()
+         << " of " << (codes.empty() ? 0 : codes[0]);
+    return line.str();
+}
+
+static std::string describeDocument(const HostMessage& message, const std::string& text) {
+    if (message.kind == KindStatusDocument)
+        return text.find("Fail=\"1\"") != std::string::npos ? "status alarmed" : "status ok";
+    return text.find("<Modules>") != std::string::npos ? "announcement" : "description";
 }
 
 int32_t ModuleTest::receive(const HostMessage* message, int32_t reserved) {
@@ -122,24 +182,24 @@ int32_t ModuleTest::receive(const HostMessage* message, int32_t reserved) {
         message->kind == KindBufferRelease ? takeBack(message->data) : std::string();
     const std::lock_guard held(mutex_);
     if (message->kind == KindLog) {
-        note(std::to_string(message->level) + " " + text.substr(0, 200));
-        return 1;  // means nothing
+        note(nameOf(message->level) + " " + text.substr(0, 200));
+        if (!closingText.empty() && text.find(closingText) != std::string::npos)
+            Close();
+        return 1;  // has no meaning here
     }
     if (message->kind == KindBufferRelease) {
         note("release " + released);
-        return 1;  // means nothing
+        return 1;  // has no meaning here
     }
     if (message->kind == KindAudio) {
         frame.assign(bytes, bytes + message->length);
-        note("audio " + std::to_string(message->sourceId) + " at " +
-             std::to_string(message->seconds) + "." + std::to_string(message->milliseconds) + ": " +
-             std::to_string(frame.size()) + " of " + std::to_string(frame.empty() ? 0 : frame[0]));
+        note(describeFrame(*message, frame));
         whileSending();
     } else {
         document = text;
         if (message->kind == KindModuleDocument)
             description = text;
-        note("document " + std::to_string(message->kind));
+        note(describeDocument(*message, text));
     }
     return answer;
 }

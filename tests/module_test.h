@@ -27,13 +27,17 @@ inline std::string fileContent(const char* path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+// A log level by its name ("detail", "info", "notice", "error"); "none" is above all.
+int32_t levelNamed(const std::string& name);
+
 class ModuleTest : public testing::Test {
-  protected:
+  public:
     // Loads the module into a working directory of its own, with no devices.
     ModuleTest();
     // Unloads it and checks that each accepted buffer came back exactly once, each other never.
     ~ModuleTest() override;
 
+    static int64_t load();
     // Runs the worker until something closes the module.
     static void run();
     // Lends the module a buffer; true when accepted. Its name appears in the trace when it is
@@ -59,14 +63,18 @@ class ModuleTest : public testing::Test {
     }
     static int32_t receive(const HostMessage* message, int32_t reserved);
 
-    HostTable hostTable_{};
-    ModuleInfo moduleInfo_{};
+    // Offers a null buffer; true when accepted.
+    static bool writeNull();
+
+    static inline HostTable hostTable_{};
+    static inline ModuleInfo moduleInfo_{};
     static inline int32_t threshold;           // what level queries are answered
     static inline int32_t answer;              // what documents and audio are answered
     static inline bool showsRecords;           // notes every record, byte for byte
     static inline std::string document;        // the last one sent
     static inline std::string description;     // the last one of them that describes the channels
     static inline std::vector<uint8_t> frame;  // the last audio frame
+    static inline std::string closingText;     // a log line at which the host closes the module
     static inline std::function<void()> whileSending;  // happens in the callback given a frame
 
   private:

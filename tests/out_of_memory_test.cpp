@@ -80,7 +80,7 @@ TEST_F(ModuleTest, OutOfMemory) {
                 break;
             }
             default:
-                EXPECT_NE(trace.find("document 256\nrelease document\n"), std::string::npos)
+                EXPECT_NE(trace.find("description\nrelease document\n"), std::string::npos)
                     << failing;
                 EXPECT_NE(trace.find("audio"), std::string::npos) << failing;
                 for (int i = 0; i < 2; ++i) {

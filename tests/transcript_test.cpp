@@ -1,334 +1,150 @@
-// Plays the transcripts in tests/transcripts: a line "> COMMAND" is what the host, a device or time
-// does, and the lines up to the next are everything that the module does about it, in order.
-//
-// The worker runs from "> start" to "> stop", a pass at a time. A command's meaning stands with it
-// in commands().
-#include <future>
-#include <map>
-#include <set>
-#include <sstream>
+// Plays the transcripts in tests/transcripts; README.txt there says how to read them.
+#include <filesystem>
+#include <fstream>
+#include <semaphore>
 #include <thread>
 
-#include "audio/ulaw.h"
-#include "devices/capture_mixers.h"
-#include "fake_alsa.h"
 #include "module_test.h"
+#include "transcript_commands.h"
 
 namespace {
 
 using namespace std::chrono_literals;
-using Arguments = std::istringstream;
 
-int64_t number(Arguments& in, int64_t otherwise = 0) {
-    std::string word;
-    return in >> word ? std::stoll(word, nullptr, 0) : otherwise;
-}
-std::string word(Arguments& in) {
-    std::string text;
-    in >> text;
-    return text;
-}
-std::string rest(Arguments& in) {
-    std::string text;
-    std::getline(in >> std::ws, text);
-    return text;
-}
-// For structures that keep a pointer only; "null" is null.
-const char* keep(const std::string& text) {
-    static std::set<std::string> kept;
-    return text == "null" ? nullptr : kept.insert(text).first->c_str();
-}
+// The module's worker on a thread of its own, which waits for the test at each pause.
+class Worker {
+  public:
+    Worker() {
+        fakeClock.onPause = [this] {
+            paused_.release();
+            goOn_.acquire();
+        };
+    }
+    ~Worker() { stop(); }
+    Worker(const Worker&) = delete;
+    Worker& operator=(const Worker&) = delete;
 
-// The beginning of a document of the module's, in transcripts "OURS".
-constexpr const char* Ours = R"(<Varo><Devices ID="1310720")";
+    // Each lets the worker run to its next pause, or to its end.
+    void start() {
+        ASSERT_FALSE(isRunning());
+        hasEnded_ = false;
+        thread_ = std::thread([this] {
+            ModuleTest::run();
+            hasEnded_ = true;
+            paused_.release();
+        });
+        await();
+    }
+    void pass() {
+        ASSERT_TRUE(isRunning()) << "the worker has ended";
+        goOn_.release();
+        await();
+    }
+    // The worker may have ended by itself.
+    void stop() {
+        EXPECT_EQ(Close(), 0);
+        if (!isRunning())
+            return;
+        pass();
+        EXPECT_FALSE(isRunning()) << "the worker goes on after Close";
+    }
+
+  private:
+    bool isRunning() const { return thread_.joinable(); }
+    void await() {
+        if (!paused_.try_acquire_for(120s)) {
+            std::fputs("the worker hangs\n", stderr);
+            std::_Exit(1);  // its thread cannot be ended
+        }
+        if (hasEnded_)
+            thread_.join();
+    }
+
+    std::thread thread_;
+    std::binary_semaphore paused_{0};
+    std::binary_semaphore goOn_{0};
+    bool hasEnded_ = false;  // handed over with paused_
+};
 
 class Transcript : public ModuleTest {
   public:
-    explicit Transcript(const std::filesystem::path& file) : name_(file), lines_(file) {}
-    void TestBody() override { play(); }
+    explicit Transcript(const std::filesystem::path& file) : name_(file.filename()) {
+        std::ifstream text(file);
+        for (std::string line; std::getline(text, line);)
+            lines_.push_back(line);
+    }
+    void TestBody() override {
+        Worker worker;
+        std::map<std::string, Command> commands = commandsOfTheWorld();
+        commands["start"] = [&](auto&) { worker.start(); };
+        commands["pass"] = [&](auto&) { worker.pass(); };
+        commands["stop"] = [&](auto&) { worker.stop(); };
+        commands["watch"] = [&](auto& in) { watch(worker, in); };
+
+        size_t next = 0;
+        EXPECT_EQ(expectedFrom(next), "") << name_ << " does not begin with a command";
+        while (next < lines_.size() && !HasFatalFailure()) {
+            const std::string command = lines_[next++];
+            Arguments arguments(withDocumentBegun(command.substr(2)));
+            const auto found = commands.find(arguments.word());
+            ASSERT_NE(found, commands.end()) << name_ << ": " << command;
+            const size_t line = next;
+            found->second(arguments);
+            arguments.finish();
+            EXPECT_EQ(takeTrace(), expectedFrom(next)) << name_ << ":" << line << " " << command;
+        }
+    }
 
   private:
-    // Takes commands up to one that lets the worker run on.
-    void play() {
-        for (goingOn_ = true; goingOn_ && check();) {
-            Arguments in(command_.substr(2));
-            const auto found = commands_.find(word(in));
-            ASSERT_NE(found, commands_.end()) << command_;
-            found->second(in);
-        }
-    }
-    // Compares what has happened with the lines before the next command; false when there is none.
-    bool check() {
+    // Takes the lines up to the next command; blank lines and comments do not count.
+    std::string expectedFrom(size_t& next) const {
         std::string expected;
-        std::string line;
-        while (std::getline(lines_, line) && !line.starts_with("> "))
-            if (!line.empty() && line[0] != '#')
-                expected += line + "\n";
-        EXPECT_EQ(takeTrace(), expected) << name_ << ": " << command_;
-        command_ = line;
-        if (const size_t at = line.find("OURS"); at != std::string::npos)
-            command_.replace(at, 4, Ours);
-        return static_cast<bool>(lines_) || (Close(), false);
+        for (; next < lines_.size() && !lines_[next].starts_with("> "); ++next)
+            if (!lines_[next].empty() && lines_[next][0] != '#')
+                expected += lines_[next] + "\n";
+        return expected;
     }
-    void onPause() {
-        if (watchLeft_ == 0ms)
-            return play();
-        std::istringstream events(takeTrace());
-        for (std::string event; std::getline(events, event);)
-            if (!event.starts_with("release") && !event.starts_with("audio"))
-                seen_ += std::to_string(watched_ / 1ms) + " ms: " + event + "\n";
-        if (callbackEvery_ > 0 && watched_ / 1ms % callbackEvery_ == 0)
-            callBack({}, 2048);
-        watched_ += 100ms;
-        fakeClock.steady += 99ms;  // and the pause's own
-        if ((watchLeft_ -= 100ms) == 0ms)
-            trace = seen_;
+    static std::string withDocumentBegun(std::string text) {
+        if (const size_t at = text.find("OURS"); at != std::string::npos)
+            text.replace(at, 4, R"(<Varo><Devices ID="1310720")");
+        return text;
     }
-
-    // A stream's callback on a thread of its own; what is played is noted as runs of codes.
-    static void callBack(const std::vector<int16_t>& captured, size_t frames) {
-        std::vector<int16_t> sound = captured;
-        sound.resize(frames, captured.empty() ? int16_t{0x5555} : captured.back());
-        FakeStream& stream = fakePortAudio.streams.back();
-        int result = paContinue;
-        std::thread([&] {
-            result = stream.isInput ? stream.capture(sound) : stream.play(sound);
-        }).join();
-        EXPECT_EQ(result, paContinue);
-        std::string heard;
-        for (size_t begin = 0, end = 0; begin < frames && !stream.isInput; begin = end) {
-            while (end < frames && sound[end] == sound[begin])
-                ++end;
-            heard += (sound[begin] == 0 ? " silence"
-                                        : " " + std::to_string(linearToUlaw(sound[begin]))) +
-                     "*" + std::to_string(end - begin);
+    // A pass each tenth of a second. Its events are shown with the time.
+    static void watch(Worker& worker, Arguments& in) {
+        const int64_t end = std::stoll(in.word());
+        const int64_t every = in.number("callback_every");
+        std::string seen;
+        for (int64_t now = 0; now <= end; now += 100) {
+            worker.pass();
+            std::istringstream events(takeTrace());
+            for (std::string event; std::getline(events, event);)
+                if (!event.starts_with("release") && !event.starts_with("audio"))
+                    seen += std::to_string(now) + " ms: " + event + "\n";
+            if (now == end)
+                break;
+            if (every > 0 && now % every == 0)
+                callBack();
+            fakeClock.steady += 99ms;  // and the pause's own
         }
-        if (!heard.empty())
-            note("heard" + heard);
+        trace = seen + trace;
     }
-    static void tell(bool accepted) { note(accepted ? "accepted" : "refused"); }
-    static FakeStream& stream(Arguments& in) {
-        return fakePortAudio.streams.at(static_cast<size_t>(number(in)));
-    }
-
-    const std::map<std::string, std::function<void(Arguments&)>> commands_{
-        // The worker: start, a pass (or the pauses of MS milliseconds, a tenth of a second each,
-        // with a callback every so often), stop; the end of a life and the next.
-        {"start",
-         [this](auto&) {
-             fakeClock.onPause = [this] { onPause(); };
-             run();
-             goingOn_ = true;
-         }},
-        {"pass", [this](auto&) { goingOn_ = false; }},
-        {"watch",
-         [this](auto& in) {
-             watchLeft_ = std::chrono::milliseconds(number(in));
-             callbackEvery_ = number(in);
-             watched_ = 0ms;
-             seen_.clear();
-             goingOn_ = false;
-         }},
-        {"stop",
-         [this](auto&) {
-             Close();
-             goingOn_ = false;
-         }},
-        {"open", [](auto&) { EXPECT_EQ(Open(), 0); }},
-        {"records", [](auto&) { showsRecords = true; }},
-        {"write_null",
-         [](auto&) {
-             WriteRecord null{};
-             null.targetId = Channel0 + 1;
-             null.type = TypeAudio;
-             WriteResult untouched{};
-             Write(&null, &untouched);
-             tell(untouched.accepted != 0);
-         }},
-        {"unload", [](auto&) { Unload(); }},
-        {"load", [this](auto&) { Load(&hostTable_, &moduleInfo_); }},
-        {"clock",
-         [](auto& in) {
-             fakeClock.wallSeconds = number(in);
-             fakeClock.wallMicroseconds = number(in);
-         }},
-
-        // The host: threshold of its log, answer to documents and audio; what it sends.
-        {"threshold", [](auto& in) { threshold = static_cast<int32_t>(number(in)); }},
-        {"answer", [](auto& in) { answer = static_cast<int32_t>(number(in)); }},
-        {"configure", [](auto& in) { tell(configure(rest(in))); }},
-        {"enable",
-         [](auto& in) {
-             const std::string channel = word(in);
-             tell(enable(channel, word(in)));
-         }},
-        {"ioctl",
-         [](auto& in) {
-             const auto code = static_cast<int32_t>(number(in));
-             const std::string buffer = word(in);
-             tell(ioctl(buffer, rest(in), code));
-         }},
-        // NAME CODE COUNT TARGET TYPE: a block of equal codes
-        {"write",
-         [](auto& in) {
-             const std::string buffer = word(in);
-             const auto code = static_cast<uint8_t>(number(in, 1));
-             const auto count = static_cast<size_t>(number(in, 2048));
-             const int64_t target = number(in, Channel0 + 1);
-             tell(write(buffer, std::vector<uint8_t>(count, code), target,
-                        static_cast<uint64_t>(number(in, TypeAudio))));
-         }},
-        {"document", [](auto&) { note(document); }},
-        {"channels", [](auto&) { note(describeChannels()); }},
-
-        // The settings file: written, shown.
-        {"settings", [](auto& in) { std::ofstream("tamborin.xml") << rest(in); }},
-        {"file", [](auto&) { trace += fileContent("tamborin.xml"); }},
-
-        // PortAudio: its devices and errors; callbacks of the last stream opened.
-        {"device",
-         [](auto& in) {
-             fakePortAudio.addDevice(keep(word(in)));
-             PaDeviceInfo& device = fakePortAudio.devices.back();
-             device.hostApi = static_cast<int>(number(in, 0));
-             device.maxInputChannels = static_cast<int>(number(in, 1));
-             device.maxOutputChannels = static_cast<int>(number(in, 1));
-         }},
-        {"host_api",
-         [](auto& in) {
-             const std::string name = word(in);
-             fakePortAudio.hostApis.push_back(
-                 {1, name == "JACK" ? paJACK : paALSA, keep(name), 0, 0, 0});
-             fakePortAudio.hostApis.back().defaultInputDevice = static_cast<int>(number(in));
-             fakePortAudio.hostApis.back().defaultOutputDevice = static_cast<int>(number(in));
-             fakePortAudio.defaultHostApi = static_cast<int>(number(in));
-         }},
-        {"errors",
-         [](auto& in) {
-             for (PaError* error : {&fakePortAudio.initialize, &fakePortAudio.open,
-                                    &fakePortAudio.start, &fakePortAudio.deviceCountError})
-                 *error = static_cast<PaError>(number(in));
-         }},
-        {"format",
-         [](auto& in) {
-             const int device = static_cast<int>(number(in));
-             fakePortAudio.formatErrors[{device, true}] = static_cast<PaError>(number(in));
-         }},
-        {"stream",
-         [](auto& in) {
-             FakeStream& changed = stream(in);
-             changed.active = static_cast<PaError>(number(in));
-         }},
-        {"latency", [](auto& in) { fakePortAudio.streamInfo.inputLatency = std::stod(word(in)); }},
-        {"capture", [](auto& in) { callBack({static_cast<int16_t>(number(in))}, 2048); }},
-        {"play", [](auto&) { callBack({}, 2048); }},
-        {"no_buffers",
-         [](auto&) {
-             const FakeStream& stream = fakePortAudio.streams.back();
-             EXPECT_EQ(stream.callback(nullptr, nullptr, 2048, nullptr, 0, stream.userData),
-                       paAbort);
-         }},
-        {"capture_while_closing",
-         [](auto&) { fakePortAudio.whileClosing = [](FakeStream&) { callBack({100}, 2048); }; }},
-        // A host in whose callback the next frame is captured, so many times.
-        {"capture_while_sending",
-         [](auto& in) {
-             whileSending = [left = number(in)]() mutable {
-                 if (left-- > 0)
-                     callBack({100}, 2048);
-             };
-         }},
-        {"slow_start",
-         [](auto& in) {
-             fakePortAudio.whileStarting = [time = number(in)](FakeStream&) {
-                 fakeClock.steady += std::chrono::milliseconds(time);
-             };
-         }},
-        {"play_when_started",
-         [](auto&) { fakePortAudio.whileStarting = [](FakeStream&) { callBack({}, 2048); }; }},
-
-        // ALSA: a card (error of its name, its name, the step that fails), its elements
-        // (FIELD=VALUE,
-        // as _snd_mixer_elem has them), the walk by itself.
-        {"no_cards", [](auto&) { fakeCards.clear(); }},
-        {"card",
-         [](auto& in) {
-             FakeCard card;
-             card.nameError = static_cast<int>(number(in));
-             card.name = keep(word(in));
-             card.failingStep = word(in);
-             fakeCards.push_back(card);
-         }},
-        {"element", [](auto& in) { fakeCards.back().elements.push_back(element(in)); }},
-        // What it says of a device that is asked; whether Write waits for the answer.
-        {"pcm", [](auto& in) { fakePcmError = static_cast<int>(number(in)); }},
-        {"write_while_asked",
-         [](auto&) {
-             whileAsked = [] {
-                 whileAsked = [] {};
-                 const auto written = std::make_shared<std::promise<void>>();
-                 std::thread([written] {
-                     write("asked", std::vector<uint8_t>(2048, 1), Channel0 + 1, TypeAudio);
-                     written->set_value();
-                 }).detach();
-                 if (written->get_future().wait_for(60s) != std::future_status::ready)
-                     note("Write waits");
-             };
-         }},
-        {"mixers", [](auto&) { note(configureCaptureMixers() ? "true" : "false"); }},
-    };
-
-    static std::string describeChannels();
-    static _snd_mixer_elem element(Arguments& in);
 
     const std::string name_;
-    std::ifstream lines_;
-    std::string command_ = "the beginning";
-    bool goingOn_ = true;
-    std::chrono::milliseconds watchLeft_{};
-    std::chrono::milliseconds watched_{};
-    int64_t callbackEvery_ = 0;
-    std::string seen_;
+    std::vector<std::string> lines_;
 };
 
-// The channels of the last document, a line each.
-std::string Transcript::describeChannels() {
-    TiXmlDocument parsed;
-    parsed.Parse(document.c_str());
-    std::string lines = "channels";
-    TiXmlHandle audio = TiXmlHandle(&parsed)
-                            .FirstChild("Varo")
-                            .FirstChild("Devices")
-                            .FirstChild("Device")
-                            .FirstChild("Audio");
-    for (const TiXmlElement* e = audio.FirstChild("Input").ToElement(); e != nullptr;
-         e = e->NextSiblingElement())
-        lines += std::string("\n") + e->Attribute("Number") + " " + e->Attribute("Name") + " @" +
-                 e->Attribute("OsName") + (e->Attribute("Output") != nullptr ? " out" : "") +
-                 (e->Attribute("Missing") != nullptr ? " missing" : "");
-    return lines;
-}
-
-_snd_mixer_elem Transcript::element(Arguments& in) {
-    _snd_mixer_elem made;
-    for (std::string field = word(in); !field.empty(); field = word(in)) {
-        const std::string key = field.substr(0, field.find('='));
-        const std::string value = field.substr(key.size() + 1);
-        if (key == "name")
-            made.name = keep(value);
-        else if (key == "item")
-            made.items.push_back(keep(value));
-        else
-            made.values[key] = std::stol(value, nullptr, 0);
-    }
-    return made;
-}
-
 const bool registered = [] {
-    for (const auto& entry : std::filesystem::directory_iterator(TRANSCRIPTS))
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(TRANSCRIPTS)) {
+        if (entry.path().extension() != ".transcript")
+            continue;
+        ++count;
         testing::RegisterTest(
             "Transcript", entry.path().stem().c_str(), nullptr, nullptr, __FILE__, __LINE__,
             [file = entry.path()]() -> ModuleTest* { return new Transcript(file); });
+    }
+    if (count == 0)
+        std::_Exit((std::fputs("no transcripts in " TRANSCRIPTS "\n", stderr), 1));
     return true;
 }();
 
