@@ -27,6 +27,13 @@ inline std::string fileContent(const char* path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+inline std::string repeat(const std::string& text, size_t times) {
+    std::string all;
+    while (times-- > 0)
+        all += text;
+    return all;
+}
+
 class ModuleTest : public testing::Test {
   protected:
     // Loads the module into a working directory of its own, with no devices.
