@@ -2,9 +2,10 @@
 
 #include <strings.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
-#include <vector>
+#include <utility>
 
 namespace {
 
@@ -12,21 +13,24 @@ namespace {
 // does. Every step answers false when the parser stops there for good.
 class Scanner {
   public:
-    Scanner(const char* text, const XmlBounds& bounds)
-        : at_(text), bounds_(bounds), open_(bounds.levels) {}
+    Scanner(const char* text, const XmlBounds& bounds) : text_(text), at_(text), bounds_(bounds) {}
 
-    // Where the first element that goes too far begins, null when none does.
-    const char* findExcess() {
-        while (skipSpace() && node()) {
+    std::vector<Excess> findExcess() {
+        for (bool isText = false; skipSpace(); isBehindText_ = isText) {
+            isText = *at_ != '<';
+            if (!node())
+                break;
+            if (isInExcess() && open_.size() == levelsOutside_)
+                found_.back().end = offsetOf(at_);
         }
-        return excess_;
+        return std::move(found_);
     }
 
   private:
     bool node() {
         if (*at_ != '<')
-            return depth_ > 0 && text();
-        if (depth_ > 0 && at_[1] == '/')
+            return !open_.empty() && text();
+        if (!open_.empty() && at_[1] == '/')
             return endTag();
         if (strncasecmp(at_, "<?xml", 5) == 0)
             return declaration();
@@ -67,35 +71,43 @@ class Scanner {
 
     bool startTag() {
         const char* start = at_++;
-        if (depth_ == bounds_.levels)
-            return exceededAt(start);
-        if (!skipSpace())
+        if (open_.size() == bounds_.levels)
+            beginExcess(start, true);
+        if (!skipSpace() || !skipName())
             return false;
-        const char* name = at_;
-        if (!skipName())
-            return false;
-        open_[depth_] = {name, static_cast<size_t>(at_ - name)};
-        for (size_t attributes = 0; skipSpace(); ++attributes) {
+        const std::string_view element = name_;
+        attributes_.clear();
+        while (skipSpace()) {
             if (*at_ == '/') {
                 at_ += 2;
-                return at_[-1] == '>';
+                return at_[-1] == '>' && areAttributesDistinct();
             }
             if (*at_ == '>') {
                 ++at_;
-                ++depth_;
-                return true;
+                open_.push_back(element);
+                return areAttributesDistinct();
             }
-            if (attributes == bounds_.attributes)
-                return exceededAt(start);
             if (!attribute() || *at_ == '\0')
                 return false;
+            attributes_.push_back(name_);
+            if (attributes_.size() == bounds_.attributes + 1) {
+                if (!areAttributesDistinct())
+                    return false;
+                beginExcess(start, false);
+            }
         }
         return false;
     }
 
+    bool areAttributesDistinct() {
+        std::sort(attributes_.begin(), attributes_.end());
+        return std::adjacent_find(attributes_.begin(), attributes_.end()) == attributes_.end();
+    }
+
     // The parser compares the name's beginning only, and wants a ">" right behind.
     bool endTag() {
-        const std::string_view name = open_[--depth_];
+        const std::string_view name = open_.back();
+        open_.pop_back();
         at_ += 2;
         if (std::strncmp(at_, name.data(), name.size()) != 0)
             return false;
@@ -151,11 +163,13 @@ class Scanner {
     }
 
     bool skipName() {
+        const char* start = at_;
         if (!isNameStart(*at_))
             return false;
         while (isNameStart(*at_) || (*at_ >= '0' && *at_ <= '9') || *at_ == '-' || *at_ == '.' ||
                *at_ == ':')
             ++at_;
+        name_ = {start, static_cast<size_t>(at_ - start)};
         return *at_ != '\0';
     }
 
@@ -167,11 +181,16 @@ class Scanner {
         return true;
     }
 
-    bool exceededAt(const char* start) {
-        excess_ = start;
-        return false;
+    // Nothing in an element that is left out is left out by itself.
+    void beginExcess(const char* start, bool isTooDeep) {
+        if (isInExcess())
+            return;
+        found_.push_back({offsetOf(start), Excess::NeverEnds, isTooDeep, isBehindText_});
+        levelsOutside_ = open_.size();
     }
+    bool isInExcess() const { return !found_.empty() && found_.back().end == Excess::NeverEnds; }
 
+    size_t offsetOf(const char* position) const { return static_cast<size_t>(position - text_); }
     bool startsWith(std::string_view what) const {
         return std::strncmp(at_, what.data(), what.size()) == 0;
     }
@@ -184,17 +203,36 @@ class Scanner {
                static_cast<unsigned char>(c) >= 127;
     }
 
+    const char* const text_;
     const char* at_;
     const XmlBounds bounds_;
-    size_t depth_ = 0;
-    std::vector<std::string_view> open_;  // names
-    const char* excess_ = nullptr;
+    bool isBehindText_ = false;
+    std::string_view name_;                     // the last one read
+    std::vector<std::string_view> open_;        // names of the elements around
+    std::vector<std::string_view> attributes_;  // names in the last start tag
+    std::vector<Excess> found_;
+    size_t levelsOutside_ = 0;  // of the last one found
 };
 
 }  // namespace
 
-size_t harmlessLength(const std::string& text, const XmlBounds& bounds) {
-    const char* begin = text.c_str();
-    const char* excess = Scanner(begin, bounds).findExcess();
-    return excess != nullptr ? static_cast<size_t>(excess - begin) : std::strlen(begin);
+std::vector<Excess> excessIn(const std::string& text, const XmlBounds& bounds) {
+    return Scanner(text.c_str(), bounds).findExcess();
+}
+
+void leaveOut(const std::vector<Excess>& excess, std::string& text) {
+    if (excess.empty())
+        return;
+    std::string kept;
+    size_t copied = 0;
+    for (const Excess& element : excess) {
+        kept.append(text, copied, element.begin - copied);
+        copied = std::min(element.end, text.size());
+        if (element.isBehindText)
+            kept += "<!---->";
+        kept.append(static_cast<size_t>(std::count(&text[element.begin], &text[copied], '\n')),
+                    '\n');
+    }
+    kept.append(text, copied);
+    text = std::move(kept);
 }

@@ -1,9 +1,6 @@
 #include "config/xml_parse.h"
 
-#include <cstring>
-
 #include "base/utf8.h"
-#include "config/xml_bounds.h"
 
 namespace {
 
@@ -11,12 +8,11 @@ constexpr size_t ParserOverrun = 8;  // bytes behind the text that must be there
 
 }  // namespace
 
-bool parseXml(TiXmlDocument& document, std::string& text) {
+bool parseXml(TiXmlDocument& document, std::string& text, const XmlBounds& bounds) {
     makeUtf8(text);
-    const size_t harmless = harmlessLength(text);
-    const bool isHarmless = text[harmless] == '\0';
-    text.resize(harmless);
+    const std::vector<Excess> excess = excessIn(text, bounds);
+    leaveOut(excess, text);
     text.append(ParserOverrun, '\0');
     document.Parse(text.c_str(), nullptr, TIXML_ENCODING_UTF8);
-    return isHarmless && !document.Error();
+    return !document.Error() && (excess.empty() || excess.back().end != Excess::NeverEnds);
 }

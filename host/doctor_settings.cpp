@@ -22,18 +22,26 @@ std::string contentOf(const std::filesystem::path& path) {
     return content.str();
 }
 
-// What hinders the module from reading the file; empty when nothing does.
-std::string flawOf(const std::filesystem::path& path) {
+// A file as the module reads it.
+struct SettingsText {
+    std::string flaw;  // what hinders the module from reading it; empty when nothing does
+    std::vector<std::string> leftOut;
+    std::string xml;
+};
+
+SettingsText readSettings(const std::filesystem::path& path) {
     if (!std::filesystem::is_regular_file(path))
-        return "it is no file";
+        return {"it is no file", {}, ""};
     if (access(path.c_str(), R_OK) != 0)
-        return std::strerror(errno);
+        return {std::strerror(errno), {}, ""};
     if (std::filesystem::file_size(path) > LargestXmlFile)
-        return "it is larger than " + std::to_string(LargestXmlFile) + " bytes";
+        return {"it is larger than " + std::to_string(LargestXmlFile) + " bytes", {}, ""};
     TiXmlDocument document;
-    if (std::string flaw = parseAsModule(document, contentOf(path)); !flaw.empty())
-        return flaw;
-    return document.RootElement() == nullptr ? "it has no element" : "";
+    std::string text = contentOf(path);
+    DocumentFlaws flaws = parseAsModule(document, text);
+    if (flaws.end.empty() && document.RootElement() == nullptr)
+        flaws.end = "it has no element";
+    return {flaws.end, flaws.leftOut, text};
 }
 
 // Empty when the user may make files and folders there, else why not.
@@ -91,12 +99,17 @@ Findings examineChannel(const ChannelDescription& channel, const Discovery& disc
              "start what provides the device, or set another OsName with 'tamborin-host send'"}};
 }
 
-// Whether the channels of the settings have their devices.
-Findings examineChannels(const std::string& xml, const Discovery& discovery) {
-    Description settings;
-    parseDescription(xml, settings);
+// What the module does not take of its settings, and whether their channels have devices.
+Findings examineContent(const SettingsText& settings, const std::filesystem::path& path,
+                        const Discovery& discovery) {
     Findings findings;
-    for (const ChannelDescription& channel : settings.channels)
+    for (const std::string& element : settings.leftOut)
+        findings.push_back({Verdict::Note, path.string() + ": the module leaves out: " + element,
+                            "repair it if you need that: the module's next save is without it"});
+    Description description;
+    if (discovery.failure.empty() && settings.flaw.empty())
+        parseDescription(settings.xml, description);
+    for (const ChannelDescription& channel : description.channels)
         for (const Finding& finding : examineChannel(channel, discovery))
             findings.push_back(finding);
     return findings;
@@ -111,7 +124,8 @@ Findings examineSettings(const std::filesystem::path& folder, const Discovery& d
     if (access(folder.c_str(), X_OK) != 0)
         return findings;
     const bool hasPending = std::filesystem::exists(pending);
-    const bool isPendingWhole = hasPending && flawOf(pending).empty();
+    const SettingsText pendingText = hasPending ? readSettings(pending) : SettingsText{};
+    const bool isPendingWhole = hasPending && pendingText.flaw.empty();
     if (isPendingWhole)
         findings.push_back({Verdict::Note,
                             pending.string() + " is whole: a save was broken off before its end",
@@ -119,20 +133,21 @@ Findings examineSettings(const std::filesystem::path& folder, const Discovery& d
     else if (hasPending)
         findings.push_back({Verdict::Note, pending.string() + " is torn: a save was broken off",
                             "nothing: the module ignores it and overwrites it with its next save"});
-    if (!std::filesystem::exists(file)) {
+    const bool hasFile = std::filesystem::exists(file);
+    const SettingsText fileText = hasFile ? readSettings(file) : SettingsText{};
+    if (!hasFile) {
         findings.push_back({Verdict::Note, "there is no " + file.string(),
                             "nothing: the module writes it when it starts there"});
-    } else if (const std::string flaw = flawOf(file); !flaw.empty()) {
+    } else if (!fileText.flaw.empty()) {
         findings.push_back({isPendingWhole ? Verdict::Note : Verdict::Wrong,
-                            file.string() + " cannot be read: " + flaw,
+                            file.string() + " cannot be read: " + fileText.flaw,
                             "repair it, or remove it: otherwise the module overwrites it with "
                             "fresh settings when it starts"});
     } else {
         findings.push_back({Verdict::Good, file.string() + " can be read", ""});
     }
-    const std::filesystem::path inForce = isPendingWhole ? pending : file;
-    if (discovery.failure.empty() && std::filesystem::exists(inForce) && flawOf(inForce).empty())
-        for (const Finding& finding : examineChannels(contentOf(inForce), discovery))
-            findings.push_back(finding);
+    for (const Finding& finding : examineContent(isPendingWhole ? pendingText : fileText,
+                                                 isPendingWhole ? pending : file, discovery))
+        findings.push_back(finding);
     return findings;
 }

@@ -19,11 +19,14 @@ std::string contentOf(const std::filesystem::path& path) {
 
 // The module applies what it can make out and answers nothing to what is not for it: so this is
 // looked at before.
-void check(const std::string& text, const std::filesystem::path& path) {
+void check(std::string text, const std::filesystem::path& path, Console& console) {
     TiXmlDocument document;
-    if (const std::string flaw = parseAsModule(document, text); !flaw.empty())
+    const DocumentFlaws flaws = parseAsModule(document, text);
+    for (const std::string& element : flaws.leftOut)
+        console.error(path.string() + ": the module leaves out: " + element);
+    if (!flaws.end.empty())
         throw std::runtime_error(path.string() + " is no XML document that the module reads (" +
-                                 flaw + "); nothing was sent");
+                                 flaws.end + "); nothing was sent");
     const TiXmlElement* root = document.RootElement();
     const TiXmlElement* devices = root != nullptr ? root->FirstChildElement("Devices") : nullptr;
     for (; devices != nullptr; devices = devices->NextSiblingElement("Devices")) {
@@ -39,7 +42,7 @@ void check(const std::string& text, const std::filesystem::path& path) {
 
 int runSend(const Options& options, Console& console) {
     const std::string document = contentOf(options.document);
-    check(document, options.document);
+    check(document, options.document, console);
     Session session(options.session, console);
     session.send(document);
     const auto channels = session.channels();

@@ -21,6 +21,7 @@ expect() {  # STATUS PART-OF-THE-LINE ARGUMENTS...
 echo '<Varo><Devices ID="1"/></Varo>' >foreign.xml
 echo '<Varo><Devices' >torn.xml
 printf '<a>%.0s' {1..100000} >deep.xml
+{ echo '<Varo>'; printf '<e'; printf ' a%s=""' {1..1001}; printf '\n/>\n<Devices'; } >wide.xml
 touch file
 echo "pcm.default.type none" >asound.conf
 expect 2 "name a command"
@@ -42,7 +43,10 @@ expect 1 "no input 'Door'.*doctor" record --input Door
 expect 1 "file.*--picture" record --picture file/x.png
 expect 1 "nothing for this module" send foreign.xml
 expect 1 "no XML document" send torn.xml
-expect 1 "nested deeper" send deep.xml
+expect 1 "line 1: element 'a' is nested deeper than 256 levels and cannot be read to its end" send deep.xml
+! "$host" send wide.xml 2>err || fail "sent"
+{ grep -q "leaves out: line 2: element 'e' has more than 1000 attributes" err &&
+    grep -q "line 4: " err; } || fail "$(cat err)"
 
 # shellcheck disable=SC2016  # $1 is the inner shell's
 "$pulseaudio" bash -euc '

@@ -1,14 +1,11 @@
 // Documents that would crash the parser, or keep it busy for hours.
 #include <pthread.h>
 
-#include <algorithm>
 #include <random>
 
-#include "base/utf8.h"
-#include "config/xml_bounds.h"
-#include "config/xml_parse.h"
 #include "config/xml_store.h"
 #include "module_test.h"
+#include "pruned_tree.h"
 
 namespace {
 
@@ -28,69 +25,54 @@ void onSmallStack(Work work) {
     pthread_attr_destroy(&attributes);
 }
 
-std::string repeat(const std::string& text, size_t times) {
-    std::string all;
-    while (times-- > 0)
-        all += text;
-    return all;
-}
-
-// The levels and the most attributes of a parsed tree.
-XmlBounds extentOf(const TiXmlNode& node) {
-    XmlBounds extent{0, 0};
-    for (const TiXmlNode* child = node.FirstChild(); child != nullptr;
-         child = child->NextSibling()) {
-        const XmlBounds below = extentOf(*child);
-        extent.levels = std::max(extent.levels, below.levels);
-        extent.attributes = std::max(extent.attributes, below.attributes);
-    }
-    if (const TiXmlElement* element = node.ToElement()) {
-        ++extent.levels;
-        size_t count = 0;
-        for (const TiXmlAttribute* a = element->FirstAttribute(); a != nullptr; a = a->Next())
-            ++count;
-        extent.attributes = std::max(extent.attributes, count);
-    }
-    return extent;
-}
-
-bool isWithin(const XmlBounds& extent, const XmlBounds& bounds) {
-    return extent.levels <= bounds.levels && extent.attributes <= bounds.attributes;
+std::string manyAttributes(int count) {
+    std::string attributes;
+    for (int i = 0; i < count; ++i)
+        attributes += " a" + std::to_string(i) + "=\"1\"";
+    return attributes;
 }
 
 using HostileDocuments = ModuleTest;
 
-// Each comes once as a host's document, behind an element that must still be applied, and once as
-// the settings file and its pending file, where the whole file must count as malformed.
-TEST_F(HostileDocuments, AreUsedUpToTheHarm) {
-    std::string attributes;
-    for (int i = 0; i < 700'000; ++i)
-        attributes += " a" + std::to_string(i) + "='1'";
-    const std::string ours =
-        "<Varo><Devices ID='1310720' BufferLength='777'><Device><Audio>"
-        "<Input Number='9' Name='Kept'/>";
-    for (const std::string& harm : {repeat("<a>", 100'000), repeat("<a>", 3'333'333),
-                                    repeat("<Input Number='1'><Schedule>", 400'000),
-                                    repeat("<a b='>'><!-- </a> -->", 500'000),
-                                    "<a" + attributes + ">", repeat("<a><b/>", 1'500'000)}) {
-        for (const char* file : {"tamborin.xml", "tamborin.xml.pending"})
-            std::ofstream(file) << "<Varo><Devices ID='1310720'><Device><Audio><Input Number='8' "
-                                   "Name='Lost'/>"
-                                << harm;
-        configure(ours + harm);
-        fakeClock.onPause = [] { Close(); };
-        onSmallStack([] { run(); });
-        EXPECT_NE(document.find("BufferLength=\"777\""), std::string::npos) << harm.substr(0, 30);
-        EXPECT_NE(document.find("Name=\"Kept\""), std::string::npos) << harm.substr(0, 30);
-        EXPECT_EQ(document.find("Lost"), std::string::npos) << harm.substr(0, 30);
-        EXPECT_LT(document.size(), 5000U);
-        EXPECT_EQ(fileContent("tamborin.xml").substr(0, 8), "<?xml ?>");
-        Unload();
-        Load(&hostTable_, &moduleInfo_);
-    }
+// Each comes as a host's document, before and behind elements that must still be applied, and in
+// the settings file and its pending file, which must still count: and once more without its end,
+// where what stands before it is applied of the host's document, and the files count as malformed.
+TEST_F(HostileDocuments, AreUsedWithoutTheHarm) {
+    const std::string behind = "</Audio></Device></Devices></Varo>";
+    for (const auto& [harm, end] : std::vector<std::pair<std::string, std::string>>{
+             {repeat("<a>", 100'000), repeat("</a>", 100'000)},
+             {repeat("<a>", 3'333'333), repeat("</a>", 3'333'333)},
+             {repeat("<Input Number='1'><Schedule>", 400'000),
+              repeat("</Schedule></Input>", 400'000)},
+             {repeat("<a b='>'><!-- </a> -->", 500'000), repeat("</a>", 500'000)},
+             {"<a" + manyAttributes(700'000) + ">", "</a>"},
+             {repeat("<a>", 256) + repeat("<b/>", 2'500'000), repeat("</a>", 256)},
+             {repeat("<a><b/>", 1'500'000), repeat("</a>", 1'500'000)}})
+        for (const bool ends : {false, true}) {
+            SCOPED_TRACE(harm.substr(0, 30) + (ends ? " ends" : ""));
+            const std::string ours = "<Devices ID='1310720'><Device><Audio><Input Number='";
+            for (const std::string file : {"tamborin.xml", "tamborin.xml.pending"})
+                std::ofstream(file) << "<Varo>" + ours + "8' Name='" + file + "'/>" + harm
+                                    << (ends ? end + behind : "");
+            configure("<Varo>" + (ends ? harm + end : "") + ours + "9' Name='Before'/>" + harm +
+                      (ends ? end + "<Input Number='10' Name='Behind'/>" + behind : ""));
+            fakeClock.onPause = [] { Close(); };
+            onSmallStack([] { run(); });
+            for (const auto& [text, isThere] :
+                 std::map<std::string, bool>{{"Name=\"Before\"", true},
+                                             {"Name=\"Behind\"", ends},
+                                             {"Name=\"tamborin.xml\"", false},
+                                             {"Name=\"tamborin.xml.pending\"", ends}})
+                EXPECT_EQ(document.find(text) != std::string::npos, isThere) << text;
+            EXPECT_LT(document.size(), 10'000U);
+            EXPECT_EQ(fileContent("tamborin.xml").substr(0, 8), "<?xml ?>");
+            Unload();
+            Load(&hostTable_, &moduleInfo_);
+        }
 }
 
-// What is wide but not deep is taken whole.
+// What is wide but not deep is taken whole, and so is a schedule at both bounds, now and at the
+// next start.
 TEST_F(HostileDocuments, HugeButHarmless) {
     const std::string wide = "<Varo>" + repeat("<a b='1'>x</a>", 700'000) + "</Varo>";
     std::ofstream("wide.xml") << wide;
@@ -99,9 +81,19 @@ TEST_F(HostileDocuments, HugeButHarmless) {
         EXPECT_TRUE(LoadXmlFile(loaded, "wide.xml"));
         EXPECT_STREQ(loaded.RootElement()->LastChild()->Value(), "a");
     });
-    const std::string deep = repeat("<a>", 64) + "x" + repeat("</a>", 64);
-    EXPECT_EQ(harmlessLength(deep), deep.size());
-    EXPECT_EQ(harmlessLength("<a>" + deep), 64U * 3);
+    const auto schedule = [](const std::string& innermost) {
+        return "<Schedule>" + repeat("<a>", 249) + "<a" + manyAttributes(1000) + ">x" + innermost +
+               "y</a><b />" + repeat("</a>", 249) + "</Schedule>";
+    };
+    configure("<Varo><Devices ID='1310720'><Device><Audio><Input Number='3'>" +
+              schedule("<c>z</c>") + "</Input></Audio></Device></Devices></Varo>");
+    fakeClock.onPause = [] { Close(); };
+    for (int start = 0; start < 2; ++start) {
+        onSmallStack([] { run(); });
+        EXPECT_NE(description.find(schedule("<!---->")), std::string::npos) << description;
+        Unload();
+        Load(&hostTable_, &moduleInfo_);
+    }
 }
 
 // A name in any encoding is UTF-8 from then on: one byte of another would take the quote behind it
@@ -136,38 +128,29 @@ TEST_F(HostileDocuments, NamesOutliveTheNextStart) {
 TEST_F(HostileDocuments, ScanAgreesWithTheParser) {
     // clang-format off
     const std::vector<std::string> pieces{
-        "<a>", "<a>", "<a>", "</a>", "</a>", "<b", "<b", ">", "/>", "</b>", "<a c='", "<a c=\"",
-        "'", "\"", "<!--", "-->", "<![CDATA[", "]]>", "<?xml", "?>", " version='",
-        " encoding='UTF-8'", "encoding='x'", "<!", "<", "/", "=", " ", "\n", "x", "-", "&#x", "&#",
-        ";", "41", "E9", "&amp;", "&", "\xEF\xBB\xBF", "\xEF\xBF\xBE", "\xEF", "\xC3", "\xF0",
-        "\xF7", "\xBF", "</", "<\xEF\xBB\xBF\x62", "d=e", "<a:b.c-d>"};
+        "<a>", "<a>", "<a c='1'>", "<a c='1' d='' e=2>", "</a>", "</a>", "</a>", "x", "<b/>",  // tidy
+        "<b", "<b", ">", "/>", "</b>", "<a c='", "<a c=\"", "'", "\"", "<!--", "-->", "<![CDATA[",
+        "]]>", "<?xml", "?>", " version='", " encoding='UTF-8'", "encoding='x'", "<!", "<", "/", "=",
+        " ", "\n", "-", "&#x", "&#", ";", "41", "E9", "&amp;", "&", "\xEF\xBB\xBF", "\xEF\xBF\xBE",
+        "\xEF", "\xC3", "\xF0", "\xF7", "\xBF", "</", "<\xEF\xBB\xBF\x62", "d=e", "<a:b.c-d>"};
     // clang-format on
+    constexpr size_t StartTags = 4;
+    constexpr size_t Tidy = 9;
     std::mt19937 random(20260117);
-    size_t parsedWhole = 0;
-    size_t exceeded = 0;
-    for (int round = 0; round < 300'000; ++round) {
+    size_t leftOut = 0;
+    for (size_t round = 0; round < 300'000; ++round) {
         std::string text = round % 3 == 0 ? "\xEF\xBB\xBF" : round % 3 == 1 ? "<?xml?>" : "";
-        for (auto length = random() % 16; length > 0; --length)
-            text += pieces[random() % (random() % 2 == 0 ? 6 : pieces.size())];
-        for (auto ends = random() % 3; ends > 0; --ends)
-            text += "</a>";
-        makeUtf8(text);
-        const XmlBounds bounds{1 + random() % 4, 1 + random() % 2};
-        const size_t harmless = harmlessLength(text, bounds);
-        TiXmlDocument whole;
-        TiXmlDocument cut;
-        whole.Parse(text.c_str(), nullptr, TIXML_ENCODING_UTF8);
-        cut.Parse(text.substr(0, harmless).c_str(), nullptr, TIXML_ENCODING_UTF8);
-        ASSERT_TRUE(isWithin(extentOf(cut), bounds)) << text;
-        const bool isFine = isWithin(extentOf(whole), bounds);
-        if (!whole.Error()) {
-            ASSERT_EQ(harmless == text.size(), isFine) << text;
+        size_t started = 0;
+        for (auto length = random() % 24; length > 0; --length) {
+            const size_t piece = random() % (random() % 16 < round % 8 ? pieces.size() : Tidy);
+            started += piece < StartTags ? 1 : 0;
+            text += pieces[piece];
         }
-        parsedWhole += !whole.Error() && extentOf(whole).levels > 1 ? 1 : 0;
-        exceeded += isFine ? 0 : 1;
+        text += repeat("</a>", started);
+        leftOut += expectPrunedTree(text, {1 + random() % 4, random() % 3});
+        ASSERT_FALSE(HasFailure()) << text;
     }
-    EXPECT_GT(parsedWhole, 100U);
-    EXPECT_GT(exceeded, 10'000U);
+    EXPECT_GT(leftOut, 20'000U);
 }
 
 }  // namespace

@@ -30,6 +30,13 @@ inline std::string fileContent(const char* path) {
 // A log level by its name ("detail", "info", "notice", "error"); "none" is above all.
 int32_t levelNamed(const std::string& name);
 
+inline std::string repeat(const std::string& text, size_t times) {
+    std::string all;
+    while (times-- > 0)
+        all += text;
+    return all;
+}
+
 class ModuleTest : public testing::Test {
   public:
     // Loads the module into a working directory of its own, with no devices.

@@ -28,9 +28,10 @@ constexpr const char* Pending = "f.xml.pending";
 
 TEST_F(TornSettings, LoadTakesTheCompletePendingFileOrElseTheTarget) {
     const std::string old = "<Old><a/></Old>\n";
-    const std::string fresh = "<New><b/></New>\n";
+    const std::string fresh = "<New>" + repeat("<b>", 256) + repeat("</b>", 256) + "</New>\n";
     TiXmlDocument loaded;
-    // Cut anywhere, the pending file loses to the target and stays; whole, it replaces the target.
+    // Cut anywhere, the pending file loses to the target and stays; whole, it replaces the target,
+    // though its innermost element is left out.
     for (size_t length = 0; length <= fresh.size(); ++length) {
         put(Target, old);
         put(Pending, fresh.substr(0, length));

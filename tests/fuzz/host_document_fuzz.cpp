@@ -10,7 +10,7 @@ class HostDocuments : public FuzzedModule {
             if (input.empty())
                 return void(Close());
             const size_t end = std::min(input.find(Separator), input.size());
-            configure(std::string(input.substr(0, end)));
+            configure(checked(input.substr(0, end)));
             input.remove_prefix(std::min(end + 1, input.size()));
         };
         run();

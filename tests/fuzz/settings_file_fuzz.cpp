@@ -7,9 +7,9 @@ class SettingsFiles : public FuzzedModule {
   public:
     explicit SettingsFiles(std::string_view input) {
         const size_t end = input.find(Separator);
-        std::ofstream("tamborin.xml") << input.substr(0, end);
+        std::ofstream("tamborin.xml") << checked(input.substr(0, end));
         if (end != std::string_view::npos)
-            std::ofstream("tamborin.xml.pending") << input.substr(end + 1);
+            std::ofstream("tamborin.xml.pending") << checked(input.substr(end + 1));
         fakeClock.onPause = [] { Close(); };
         run();
         expectSavedIsSent();
