@@ -1,6 +1,4 @@
 // Captured audio: from the stream's callback to the worker.
-#include <algorithm>
-
 #include "audio/channel.h"
 
 int Channel::captureBuffer(const void* input, uint32_t frameCount) RT_SAFE {
@@ -23,9 +21,9 @@ AudioBlockPtr Channel::takeCaptured() {
 }
 
 int64_t Channel::inputLatencyMs() const {
-    constexpr double LongestLatency = 86'400'000;  // ms; no device is a day late
+    constexpr double AbsurdLatency = 86'400;  // seconds
     const PaStreamInfo* info = stream != nullptr ? Pa_GetStreamInfo(stream) : nullptr;
-    if (info == nullptr || !(info->inputLatency > 0))
+    if (info == nullptr || !(info->inputLatency > 0 && info->inputLatency < AbsurdLatency))
         return 0;
-    return static_cast<int64_t>(std::min(info->inputLatency * 1000, LongestLatency));
+    return static_cast<int64_t>(info->inputLatency * 1000);
 }

@@ -65,7 +65,8 @@ class Channel {
     size_t queuedBlocks() const NO_THREAD_SAFETY_ANALYSIS { return blocks.size(); }
     // Removes and returns the oldest captured block. Returns null when the queue is empty or busy.
     AudioBlockPtr takeCaptured() EXCLUDES(queueLock);
-    // Returns the whole milliseconds between a sound and its callback, or 0 without a stream.
+    // Returns the whole milliseconds between a sound and its callback. Returns 0 without a stream,
+    // and for a latency of a day or more, which no device has.
     int64_t inputLatencyMs() const;
     // Queues `count` mu-law codes for playback. Returns true when the channel has taken them; it
     // hands them back later. Returns false when memory is short; the host keeps them. Host threads;

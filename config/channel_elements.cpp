@@ -15,8 +15,11 @@ void copyAttribute(const TiXmlElement& element, const char* name, std::string& t
 void Channel::applyInputElement(const TiXmlElement& input) {
     copyAttribute(input, "Name", Name);
     copyAttribute(input, "OsName", OsName);
-    if (const TiXmlElement* schedule = input.FirstChildElement("Schedule"))
-        Schedule = keptSchedule(*schedule);
+    const TiXmlElement* schedule = input.FirstChildElement("Schedule");
+    if (schedule == nullptr)
+        return;
+    if (std::unique_ptr<TiXmlElement> copy = storableCopy(*schedule))
+        Schedule = std::move(copy);
 }
 
 void Channel::applyEnabled(const TiXmlElement* audioChannel) {

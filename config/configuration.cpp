@@ -50,6 +50,13 @@ void takeDevice(Channel& channel, AudioDevice& device) {
     device.claimed = true;
 }
 
+void disableAfterMixerFailure(Channel& input) {
+    input.Enabled = false;
+    logLine(LogError, "Force-disable input '%s' because mixer config failed.", input.Name.c_str());
+    input.closeStream();
+    input.purgeBlocks(false);
+}
+
 }  // namespace
 
 bool ConfigurationPass::apply(const TiXmlElement* root) {
@@ -152,11 +159,4 @@ void ConfigurationPass::applyStreams(bool mixersFailed) {
             channel->openStream();
         }
     }
-}
-
-void ConfigurationPass::disableAfterMixerFailure(Channel& input) {
-    input.Enabled = false;
-    logLine(LogError, "Force-disable input '%s' because mixer config failed.", input.Name.c_str());
-    input.closeStream();
-    input.purgeBlocks(false);
 }

@@ -38,7 +38,6 @@ class ConfigurationPass {
     void createChannelsForUnclaimedDevices();
     bool applyEnabling(const TiXmlElement* encoder);
     void applyStreams(bool mixersFailed);
-    void disableAfterMixerFailure(Channel& input);
 
     Configured state_;
     const bool fromSettings_;

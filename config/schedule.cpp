@@ -1,28 +1,73 @@
 #include "config/schedule.h"
 
+#include <cstring>
+
 namespace {
 
-// What follows a node and all that is in it, below `top`; null at the end.
-TiXmlNode* nodeAfter(TiXmlNode* node, const TiXmlNode* top) {
-    while (node != top && node->NextSibling() == nullptr)
-        node = node->Parent();
-    return node == top ? nullptr : node->NextSibling();
+// The next node below `top` in document order, and how deep it lies below it.
+struct Place {
+    const TiXmlNode* node;
+    size_t depth;
+};
+
+// Returns what follows `place` and all that is in it; its node is null at the end.
+Place after(Place place, const TiXmlNode* top) {
+    while (place.node != top && place.node->NextSibling() == nullptr)
+        place = {place.node->Parent(), place.depth - 1};
+    return {place.node == top ? nullptr : place.node->NextSibling(), place.depth};
 }
 
-// An empty comment takes its place, so that the texts around it stay apart.
-void blankDeclarations(TiXmlNode& top) {
-    TiXmlNode* next = nullptr;
-    for (TiXmlNode* node = top.FirstChild(); node != nullptr; node = next) {
-        next = node->FirstChild() != nullptr ? node->FirstChild() : nodeAfter(node, &top);
-        if (node->ToDeclaration() != nullptr)
-            node->Parent()->ReplaceChild(node, TiXmlComment());
+Place next(const Place& place, const TiXmlNode* top) {
+    if (place.node->FirstChild() != nullptr)
+        return {place.node->FirstChild(), place.depth + 1};
+    return after(place, top);
+}
+
+// Returns at least as many bytes as the node takes in a file, without what is in it.
+size_t printedSize(const Place& place) {
+    constexpr size_t ScheduleLevel = 5;  // of the elements around it
+    constexpr size_t Indentation = 4;    // of a level
+    constexpr size_t Escaped = 6;        // the longest entity for a character: &quot;
+    constexpr size_t Punctuation = 16;   // brackets, quotes, line ends
+    const size_t line = (ScheduleLevel + place.depth) * Indentation + Punctuation;
+    size_t size = 2 * (line + place.node->ValueStr().size() * Escaped);
+    const TiXmlElement* element = place.node->ToElement();
+    for (const TiXmlAttribute* attribute = element != nullptr ? element->FirstAttribute() : nullptr;
+         attribute != nullptr; attribute = attribute->Next())
+        size +=
+            std::strlen(attribute->Name()) + attribute->ValueStr().size() * Escaped + Punctuation;
+    return size;
+}
+
+// Stops counting when the bound is passed: the elements of a small text, deeply indented, can make
+// a file of gigabytes.
+bool isTooLarge(const TiXmlElement& schedule) {
+    size_t size = 0;
+    for (Place at{&schedule, 0}; at.node != nullptr && size <= LargestSchedule;
+         at = next(at, &schedule))
+        size += printedSize(at);
+    return size > LargestSchedule;
+}
+
+// Replaces every declaration below `top` by an empty comment. Removing it would merge the texts
+// before and after it.
+void blankDeclarations(TiXmlElement& top) {
+    for (Place at = next({&top, 0}, &top); at.node != nullptr;) {
+        const Place following = next(at, &top);
+        if (at.node->ToDeclaration() != nullptr) {
+            auto* declaration = const_cast<TiXmlNode*>(at.node);  // of `top`, which is not const
+            declaration->Parent()->ReplaceChild(declaration, TiXmlComment());
+        }
+        at = following;
     }
 }
 
 }  // namespace
 
-std::unique_ptr<TiXmlElement> keptSchedule(const TiXmlElement& schedule) {
-    std::unique_ptr<TiXmlElement> kept(schedule.Clone()->ToElement());
-    blankDeclarations(*kept);
-    return kept;
+std::unique_ptr<TiXmlElement> storableCopy(const TiXmlElement& schedule) {
+    if (isTooLarge(schedule))
+        return nullptr;
+    std::unique_ptr<TiXmlElement> copy(schedule.Clone()->ToElement());
+    blankDeclarations(*copy);
+    return copy;
 }

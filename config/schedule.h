@@ -3,9 +3,15 @@
 
 #include <tinyxml.h>
 
+#include <cstddef>
 #include <memory>
 
-// A schedule to keep: as it is, but with empty comments for declarations (which XML does not have
-// within an element). TinyXML prints their values as they are, quotes and all, and could not read
-// that again.
-std::unique_ptr<TiXmlElement> keptSchedule(const TiXmlElement& schedule);
+// In bytes. A week by the minute, 10,080 entries, has 800,000; one schedule of this size is far
+// from filling a file that a load takes.
+constexpr size_t LargestSchedule = 4 << 20;
+
+// Returns a deep copy of `schedule` for a channel to keep, or null when it would take more than
+// LargestSchedule bytes in the settings file. Declarations (<?xml ...?>) within it become empty
+// comments: XML forbids them there, and TinyXML prints their values unescaped and could not read
+// the file again.
+std::unique_ptr<TiXmlElement> storableCopy(const TiXmlElement& schedule);

@@ -1,5 +1,6 @@
 #include "config/xml_store.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,8 +10,10 @@
 #include <memory>
 #include <set>
 #include <string_view>
+#include <system_error>
 
 #include "base/mutex.h"
+#include "base/never_destroyed.h"
 #include "config/xml_parse.h"
 #include "plugin/document.h"
 
@@ -47,17 +50,17 @@ class XmlFilesInUse {
     std::string lastFailure_ GUARDED_BY(lock_);
 };
 
-XmlFilesInUse filesInUse;
+NeverDestroyed<XmlFilesInUse> filesInUse;
 
-// Holds one path against every other guard of it. Spins: a load or save is over soon, and in the
-// module they all come from one thread.
+// Locks one path. Waits in a busy loop while another guard has it: a load or save is over soon, and
+// in the module they all come from one thread.
 class XmlFileGuard {
   public:
     explicit XmlFileGuard(const char* path) : path_(path) {
-        while (!filesInUse.tryInsert(path_)) {
+        while (!filesInUse.object.tryInsert(path_)) {
         }
     }
-    ~XmlFileGuard() { filesInUse.erase(path_); }
+    ~XmlFileGuard() { filesInUse.object.erase(path_); }
     XmlFileGuard(const XmlFileGuard&) = delete;
     XmlFileGuard& operator=(const XmlFileGuard&) = delete;
 
@@ -71,9 +74,15 @@ std::string withErrno(const char* what, int error) {
     return what + std::to_string(error) + " - " + std::strerror(error);
 }
 
-// Writes `text` to the disk; answers what went wrong, empty when nothing did.
+// Writes `text` to the disk. Returns what went wrong, or an empty text.
+//
+// What lies at the pending path is removed first, and "x" creates a file that was not there: so a
+// FIFO cannot stop the save, and a link cannot lead it to another file.
 std::string writePending(const std::string& pendingPath, std::string_view text) {
-    FilePtr file(std::fopen(pendingPath.c_str(), "wb"));
+    struct stat status {};
+    if (lstat(pendingPath.c_str(), &status) == 0 && unlink(pendingPath.c_str()) != 0)
+        return withErrno("remove error ", errno);
+    FilePtr file(std::fopen(pendingPath.c_str(), "wbx"));
     if (!file)
         return withErrno("create error ", errno);
     // Unbuffered, so that a full disk shows in the write: the C library forgets text that a flush
@@ -95,7 +104,7 @@ std::string writePending(const std::string& pendingPath, std::string_view text) 
 }
 
 bool fail(const std::string& message) {
-    filesInUse.recordFailure(message);
+    filesInUse.object.recordFailure(message);
     return false;
 }
 
@@ -105,21 +114,40 @@ bool failLoad(TiXmlDocument& document, int error) {
     return false;
 }
 
-// The file's text; false when it is missing, no regular file, too large, or unreadable.
-bool readRegularFile(const std::string& path, std::string& text) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
-        static_cast<uint64_t>(status.st_size) > LargestXmlFile)
+enum class Links { Follow, Refuse };
+
+// Opens a file for reading. Returns a negative value when it cannot be opened, now or ever. Throws
+// std::system_error when the file may be there, but the system is short of descriptors or memory.
+// Does not wait for the writer of a FIFO.
+int openForReading(const std::string& path, Links links) {
+    const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | (links == Links::Refuse ? O_NOFOLLOW : 0);
+    const int descriptor = open(path.c_str(), flags);
+    if (descriptor < 0 && (errno == EMFILE || errno == ENFILE || errno == ENOMEM))
+        throw std::system_error(errno, std::generic_category(), path);
+    return descriptor;
+}
+
+// Reads the file's text. Returns false when it is missing, no regular file, too large, or
+// unreadable.
+bool readRegularFile(const std::string& path, Links links, std::string& text) {
+    const int descriptor = openForReading(path, links);
+    if (descriptor < 0)
         return false;
-    const FilePtr file(std::fopen(path.c_str(), "rb"));
-    if (!file)
+    const FilePtr file(fdopen(descriptor, "rb"));
+    if (!file) {
+        close(descriptor);
+        throw std::bad_alloc();
+    }
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) ||
+        static_cast<uint64_t>(status.st_size) > LargestXmlFile)
         return false;
     text.resize(static_cast<size_t>(status.st_size));
     text.resize(std::fread(text.data(), 1, text.size(), file.get()));
     return std::ferror(file.get()) == 0;
 }
 
-// Line ends as XML has them: a carriage return, with or without a line feed, is a line feed.
+// Makes line ends those of XML: a carriage return, with or without a line feed, is a line feed.
 void normalizeLineEnds(std::string& text) {
     size_t kept = 0;
     char before = '\0';
@@ -131,10 +159,10 @@ void normalizeLineEnds(std::string& text) {
     text.resize(kept);
 }
 
-// What TinyXML's own LoadFile would answer, but for texts that would harm it.
-bool loadRegularFile(TiXmlDocument& document, const std::string& path) {
+// Does what TinyXML's own LoadFile does, except for texts that would harm it.
+bool loadRegularFile(TiXmlDocument& document, const std::string& path, Links links) {
     std::string text;
-    if (!readRegularFile(path, text))
+    if (!readRegularFile(path, links, text))
         return failLoad(document, TiXmlBase::TIXML_ERROR_OPENING_FILE);
     normalizeLineEnds(text);
     document.Clear();
@@ -147,6 +175,9 @@ bool loadRegularFile(TiXmlDocument& document, const std::string& path) {
 
 bool SaveXmlFile(const TiXmlDocument& document, const char* path) {
     const std::string text = printDocument(document, Layout::Indented);
+    if (text.size() > LargestXmlFile)
+        return fail("too large: " + std::to_string(text.size()) + " bytes, a load takes " +
+                    std::to_string(LargestXmlFile));
     const XmlFileGuard guard(path);
     const std::string pendingPath = pendingPathOf(path);
     if (const std::string message = writePending(pendingPath, text); !message.empty()) {
@@ -163,11 +194,12 @@ bool LoadXmlFile(TiXmlDocument& document, const char* path) {
     const XmlFileGuard guard(path);
     const std::string pendingPath = pendingPathOf(path);
     // Some torn files parse, but without a root element.
-    if (loadRegularFile(document, pendingPath) && document.RootElement() != nullptr) {
+    if (loadRegularFile(document, pendingPath, Links::Refuse) &&
+        document.RootElement() != nullptr) {
         std::rename(pendingPath.c_str(), path);
         return true;
     }
-    return loadRegularFile(document, path);
+    return loadRegularFile(document, path, Links::Follow);
 }
 
-std::string lastXmlSaveFailure() { return filesInUse.lastFailure(); }
+std::string lastXmlSaveFailure() { return filesInUse.object.lastFailure(); }

@@ -1,6 +1,8 @@
 // The plug-in's start-up, and what it does with configuration documents. Worker thread.
 #include <tinyxml.h>
 
+#include <system_error>
+
 #include "base/contain.h"
 #include "config/configuration.h"
 #include "config/settings_document.h"
@@ -36,11 +38,25 @@ void CPlugin::startAudioSystem() {
         contain([this] { devices = scanDevices(); });
     }
     TiXmlDocument settings;
-    bool isLoaded = false;
-    const bool isRead = contain([&] { isLoaded = LoadXmlFile(settings, SettingsPath); });
-    applyConfiguration(isLoaded ? settings.RootElement() : nullptr, true);
-    settingsHeld = isRead;
+    const bool isKnown = contain([&] { loadSettings(settings); });
+    applyConfiguration(settings.RootElement(), true);
+    settingsHeld = isKnown;
     writeSettings();
+}
+
+// Leaves `settings` without a root element when there is no usable file. A system that is short of
+// descriptors for a moment must not cost the settings: the load is tried for about a second.
+void CPlugin::loadSettings(TiXmlDocument& settings) const {
+    for (int pausesLeft = 100;; --pausesLeft) {
+        try {
+            if (!LoadXmlFile(settings, SettingsPath))
+                settings.Clear();
+            return;
+        } catch (const std::system_error&) {
+            if (pausesLeft == 0 || sleepUnlessStopped(10))
+                throw;
+        }
+    }
 }
 
 void CPlugin::onIoctlMessage(const ipcam::IoctlMessage& message) {

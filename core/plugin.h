@@ -61,6 +61,7 @@ class CPlugin {
     HostMessageQueue takeBatch(size_t maximum) EXCLUDES(queueMutex);
     void onIoctlMessage(const ipcam::IoctlMessage& message);
     void dispatch(const HostMessageVariant& message) const;
+    void loadSettings(TiXmlDocument& settings) const;
     void pass();
     void serveChannel(Channel& channel);
     void drainCaptured(Channel& channel) const;

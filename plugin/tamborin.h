@@ -224,9 +224,10 @@ TAMBORIN_API int64_t Load(const HostTable* hostTable, ModuleInfo* moduleInfo);
 TAMBORIN_API int64_t Open(void);
 
 /* Acts on request->code. IoctlRun: one thread, once; it blocks until Close and does all the
- * module's work. The other codes: any thread, any time between Load and Unload; they queue the
- * payload and return at once. After Close every code is ignored. A payload that memory is too
- * short to queue is not accepted. */
+ * module's work. That thread must not be cancelled (pthread_cancel): locks would stay locked.
+ * IoctlConfiguration and IoctlHostDocument: any thread, any time between Load and Unload; they
+ * queue the payload and return at once. After Close every code is ignored. A payload that memory
+ * is too short to queue is not accepted. */
 TAMBORIN_API int64_t IOCTL(const IoctlRequest* request, IoctlResult* result);
 
 /* Queues audio on an output channel; any thread between Load and Unload. Ignored, the buffer

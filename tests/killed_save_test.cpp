@@ -90,7 +90,7 @@ size_t __wrap_fwrite(const void* data, size_t size, size_t count, FILE* file) {
 int __wrap_ferror(FILE* file) { return disk.hasWriteError ? 1 : __real_ferror(file); }
 int __wrap_fflush(FILE* file) { return disk.fails() ? EOF : __real_fflush(file); }
 int __wrap_fsync(int descriptor) {
-    // A disk that will not sync is not looked after: only a missing call is.
+    // The store ignores a disk that fails to sync, so only a missing call is a fault.
     const bool fails = disk.fails();
     struct stat status {};
     if (disk.inUse && fstat(descriptor, &status) == 0)
@@ -200,6 +200,7 @@ TEST_F(KilledSave, SaysWhatFailed) {
              {5, EXDEV,
               "Failed to rename .xml.pending to .xml file 18 - Invalid cross-device link"},
              {5, ENOENT, ""}}) {
+        std::filesystem::remove(Pending);
         disk = {.inUse = true, .failingCall = call, .error = error, .shortLength = Short};
         const bool saved = SaveXmlFile(new_, Target);
         disk = {};

@@ -1,8 +1,12 @@
 // Settings files that a crash, a full disk or another program left behind.
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
+#include <system_error>
 
 #include "config/xml_store.h"
 #include "module_test.h"
@@ -95,6 +99,107 @@ TEST_F(TornSettings, FailedSavesLeaveTheOldFile) {
         EXPECT_FALSE(exists(Pending));
         EXPECT_EQ(fileContent(Target), "<Old/>");
     }
+}
+
+// Each lies at the pending path before a save. What can be removed is, and never what it leads to.
+TEST_F(TornSettings, ThePendingPathIsNotTrusted) {
+    const TiXmlDocument fresh = makeDocument("<New/>");
+    struct Case {
+        const char* what;
+        bool isReplaced;
+    };
+    for (const auto& [what, isReplaced] :
+         {Case{"mkfifo P", true}, Case{"ln -s /dev/null P", true}, Case{"ln -s other P", true},
+          Case{"ln other P", true}, Case{"ln -s nowhere P", true}, Case{"mkdir P", false}}) {
+        put(Target, "<Old/>");
+        put("other", "<Other/>");
+        std::string command = what;
+        ASSERT_EQ(std::system(command.replace(command.rfind('P'), 1, Pending).c_str()), 0);
+        const int reader = open(Pending, O_RDONLY | O_NONBLOCK);  // of a FIFO
+        TiXmlDocument loaded;
+        EXPECT_TRUE(LoadXmlFile(loaded, Target));
+        EXPECT_EQ(fileContent(Target), what[3] == 'o' ? "<Other/>" : "<Old/>") << what;
+        EXPECT_EQ(SaveXmlFile(fresh, Target), isReplaced) << what;
+        EXPECT_EQ(fileContent(Target), isReplaced ? "<New />\n" : "<Old/>") << what;
+        EXPECT_FALSE(std::filesystem::is_symlink(Target)) << what;
+        EXPECT_EQ(fileContent("other"), "<Other/>") << what;
+        close(reader);
+        std::filesystem::remove_all(Pending);
+    }
+    EXPECT_EQ(lastXmlSaveFailure(), "remove error 21 - Is a directory");
+}
+
+TEST_F(TornSettings, NothingIsSavedThatALoadRefuses) {
+    put(Target, "<Old/>");
+    EXPECT_FALSE(
+        SaveXmlFile(makeDocument("<a>" + std::string(LargestXmlFile, 'x') + "</a>"), Target));
+    EXPECT_TRUE(lastXmlSaveFailure().starts_with("too large: 67108")) << lastXmlSaveFailure();
+    EXPECT_EQ(fileContent(Target), "<Old/>");
+
+    // A week by the minute is kept. What would fill a file by its indentation alone is not.
+    const std::string week =
+        repeat("<Entry FirstMinute='0' LastMinute='10079' Record='0'/>", 10'080);
+    const std::string deep = repeat("<d>", 50) + repeat("<e/>", 300'000) + repeat("</d>", 50);
+    fakeClock.onPause = [&, schedules = std::vector{week, deep}, next = 0U]() mutable {
+        if (next == schedules.size())
+            return void(Close());
+        configure("<Varo><Devices ID='1310720'><Device><Audio><Input Number='0'><Schedule>" +
+                  schedules[next++] + "</Schedule></Input></Audio></Device></Devices></Varo>");
+    };
+    run();
+    EXPECT_GT(description.size(), week.size());
+    EXPECT_LT(fileContent("tamborin.xml").size(), 2 * week.size());
+    EXPECT_EQ(description.find("<e />"), std::string::npos);
+}
+
+// A start without a free descriptor: it is waited for; and when it does not come nothing is saved.
+TEST_F(TornSettings, AFileThatCannotBeOpenedNowIsNotMissing) {
+    const std::string settings =
+        "<Varo><Devices ID='1310720' BufferLength='77'/><!--kept--></Varo>";
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    for (const int pausesUntilFree : {5, 5000}) {
+        Unload();
+        load();
+        put("tamborin.xml", settings);
+        int pauses = 0;
+        fakeClock.onPause = [&] {
+            if (++pauses == pausesUntilFree)
+                setrlimit(RLIMIT_NOFILE, &before);
+            if (!description.empty() && pauses > 1000)
+                Close();
+        };
+        const rlimit none{0, before.rlim_max};
+        description.clear();
+        setrlimit(RLIMIT_NOFILE, &none);
+        run();
+        setrlimit(RLIMIT_NOFILE, &before);
+        const bool isFound = pausesUntilFree == 5;
+        EXPECT_EQ(description.find("BufferLength=\"77\"") != std::string::npos, isFound);
+        EXPECT_EQ(fileContent("tamborin.xml") == settings, !isFound);
+    }
+}
+
+// Destroyed after everything else: what a worker would find that saves while the process exits.
+struct LastOfAll {
+    std::string expected;
+    ~LastOfAll() {
+        if (!expected.empty())
+            _exit(lastXmlSaveFailure() == expected ? 0 : 1);
+    }
+};
+[[gnu::init_priority(101)]] LastOfAll lastOfAll;
+
+TEST_F(TornSettings, TheStoreOutlivesTheExit) {
+    const pid_t child = fork();
+    if (child == 0) {
+        SaveXmlFile(makeDocument("<a/>"), "nowhere/f.xml");
+        lastOfAll.expected = lastXmlSaveFailure();
+        std::exit(2);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
 }
 
 }  // namespace

@@ -15,6 +15,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
+FakePortAudio& audio = fakePortAudio;
+
 int64_t toNumber(const std::string& text) {
     return text.starts_with("ch") ? Channel0 + std::stoll(text.substr(2))
                                   : std::stoll(text, nullptr, 0);
@@ -136,7 +138,6 @@ void callBack(int16_t samples) {
 // The order and the meaning are those of tests/transcripts/README.txt.
 std::map<std::string, Command> commandsOfTheWorld() {
     using Test = ModuleTest;
-    FakePortAudio& audio = fakePortAudio;
     return {
         {"load", [](auto&) { EXPECT_EQ(Test::load(), 0); }},
         {"open", [](auto&) { EXPECT_EQ(Open(), 0); }},
@@ -174,7 +175,7 @@ std::map<std::string, Command> commandsOfTheWorld() {
              fakeClock.wallMicroseconds = in.number("microseconds");
          }},
         {"device",
-         [&audio](auto& in) {
+         [](auto& in) {
              const std::string name = in.word();
              audio.addDevice(name == "without_info" ? WithoutInfo : keep(name));
              PaDeviceInfo& device = audio.devices.back();
@@ -183,7 +184,7 @@ std::map<std::string, Command> commandsOfTheWorld() {
              device.maxOutputChannels = static_cast<int>(in.number("out", 1));
          }},
         {"host_api",
-         [&audio](auto& in) {
+         [](auto& in) {
              const std::string name = in.word();
              audio.hostApis.push_back({1, name == "JACK" ? paJACK : paALSA, keep(name), 0,
                                        static_cast<int>(in.number("default_in")),
@@ -191,34 +192,34 @@ std::map<std::string, Command> commandsOfTheWorld() {
              audio.defaultHostApi = static_cast<int>(in.number("default_api"));
          }},
         {"errors",
-         [&audio](auto& in) {
+         [](auto& in) {
              audio.initialize = static_cast<PaError>(in.number("initialize"));
              audio.deviceCountError = static_cast<PaError>(in.number("count"));
              audio.open = static_cast<PaError>(in.number("open"));
              audio.start = static_cast<PaError>(in.number("start"));
          }},
         {"format",
-         [&audio](auto& in) {
+         [](auto& in) {
              const int device = std::stoi(in.word());
              audio.formatErrors[{device, true}] = static_cast<PaError>(in.number("in"));
              audio.formatErrors[{device, false}] = static_cast<PaError>(in.number("out"));
          }},
         {"stream",
-         [&audio](auto& in) {
+         [](auto& in) {
              const size_t index = std::stoul(in.word());
              audio.streams.at(index).active = in.word() == "forgotten" ? paBadStreamPtr : 0;
          }},
-        {"latency", [&audio](auto& in) { audio.streamInfo.inputLatency = std::stod(in.word()); }},
+        {"latency", [](auto& in) { audio.streamInfo.inputLatency = std::stod(in.word()); }},
         {"capture", [](auto& in) { callBack(static_cast<int16_t>(std::stoi(in.word()))); }},
         {"play", [](auto&) { callBack(); }},
         {"no_buffers",
-         [&audio](auto&) {
+         [](auto&) {
              const FakeStream& stream = audio.streams.back();
              EXPECT_EQ(stream.callback(nullptr, nullptr, 2048, nullptr, 0, stream.userData),
                        paAbort);
          }},
         {"capture_while_closing",
-         [&audio](auto&) { audio.whileClosing = [](FakeStream&) { callBack(100); }; }},
+         [](auto&) { audio.whileClosing = [](FakeStream&) { callBack(100); }; }},
         {"capture_while_sending",
          [](auto& in) {
              Test::whileSending = [left = std::stoi(in.word())]() mutable {
@@ -226,10 +227,9 @@ std::map<std::string, Command> commandsOfTheWorld() {
                      callBack(100);
              };
          }},
-        {"play_when_started",
-         [&audio](auto&) { audio.whileStarting = [](FakeStream&) { callBack(); }; }},
+        {"play_when_started", [](auto&) { audio.whileStarting = [](FakeStream&) { callBack(); }; }},
         {"slow_start",
-         [&audio](auto& in) {
+         [](auto& in) {
              audio.whileStarting = [time = std::stoi(in.word())](FakeStream&) {
                  fakeClock.steady += std::chrono::milliseconds(time);
              };
