@@ -11,6 +11,7 @@
 #include "audio/ulaw.h"
 #include "devices/capture_mixers.h"
 #include "fake_alsa.h"
+#include "host/findings.h"
 #include "module_test.h"
 
 namespace {
@@ -238,7 +239,7 @@ class Transcript : public ModuleTest {
 
         // ALSA: a card (error of its name, its name, the step that fails), its elements
         // (FIELD=VALUE,
-        // as _snd_mixer_elem has them), the walk by itself.
+        // as _snd_mixer_elem has them), what the host's doctor foresees, the walk by itself.
         {"no_cards", [](auto&) { fakeCards.clear(); }},
         {"card",
          [](auto& in) {
@@ -249,6 +250,11 @@ class Transcript : public ModuleTest {
              fakeCards.push_back(card);
          }},
         {"element", [](auto& in) { fakeCards.back().elements.push_back(element(in)); }},
+        {"doctor",
+         [](auto&) {
+             for (const Finding& finding : examineCards())
+                 note((finding.verdict == Finding::Verdict::Wrong ? "WRONG" : "") + finding.what);
+         }},
         {"mixers", [](auto&) { note(configureCaptureMixers() ? "true" : "false"); }},
     };
 
