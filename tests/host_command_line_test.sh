@@ -9,14 +9,19 @@ trap 'rm -rf "$folder"' EXIT
 cd "$folder"
 fail() { echo "FAILED: $*" >&2; exit 1; }
 
+export PULSE_SERVER=unix:/nowhere ALSA_CONFIG_PATH=$folder/asound.conf
 expect() {  # STATUS PART-OF-THE-LINE ARGUMENTS...
     local status=0
-    PULSE_SERVER=unix:/nowhere ALSA_CONFIG_PATH=$folder/asound.conf \
-        "$host" "${@:3}" >out 2>err </dev/null || status=$?
+    "$host" "${@:3}" >out 2>err </dev/null || status=$?
     [ "$status" -eq "$1" ] || fail "${*:3}: exit status $status: $(cat err)"
     if [ -s out ] || [ "$(wc -l <err)" -ne 1 ] || ! grep -q "^tamborin-host: .*$2" err; then
         fail "${*:3}: $(cat out err)"
     fi
+}
+doctor() {  # PART-OF-A-FINDING about the folder "settings", which stays as it is
+    stat -c "%n %F %s %y" settings/* >before
+    "$host" doctor --dir settings >out 2>err || grep -q "$1" out || fail "doctor: $(cat out err)"
+    stat -c "%n %F %s %y" settings/* | cmp - before
 }
 echo '<Varo><Devices ID="1"/></Varo>' >foreign.xml
 echo '<Varo><Devices' >torn.xml
@@ -43,7 +48,16 @@ expect 1 "file.*--picture" record --picture file/x.png
 expect 1 "nothing for this module" send foreign.xml
 expect 1 "no XML document" send torn.xml
 expect 1 "nested deeper" send deep.xml
+mkdir settings
+cat >settings/tamborin.xml <<<'<Varo><Devices ID="1310720"><Device><Audio>
+    <Input Number="0" OsName="pulse"/><Input Number="1" OsName="pulse"/><Input Number="2"
+    OsName="default"/><Input Number="3" OsName="default" Output="1"/></Audio></Device></Devices></Varo>'
+(trap "" XFSZ && ulimit -f 32 && doctor "WRONG .* saved in .*File too large")
+mkfifo settings/tamborin.xml.pending && doctor "note .*pending is no regular file"
+rm settings/*.pending && mkdir settings/tamborin.xml.pending
+doctor "WRONG .*pending cannot be replaced: it is a folder"
 
+unset ALSA_CONFIG_PATH
 # shellcheck disable=SC2016  # $1 is the inner shell's
 "$pulseaudio" bash -euc '
     "$1" doctor --quiet || { echo "doctor: wrong"; exit 1; }
