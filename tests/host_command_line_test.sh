@@ -52,6 +52,8 @@ mkdir settings
 cat >settings/tamborin.xml <<<'<Varo><Devices ID="1310720"><Device><Audio>
     <Input Number="0" OsName="pulse"/><Input Number="1" OsName="pulse"/><Input Number="2"
     OsName="default"/><Input Number="3" OsName="default" Output="1"/></Audio></Device></Devices></Varo>'
+expect 1 "no input 'pulse'" record --dir settings --input pulse
+expect 1 "input 'default' has no device" record --dir settings --input default
 (trap "" XFSZ && ulimit -f 32 && doctor "WRONG .* saved in .*File too large")
 mkfifo settings/tamborin.xml.pending && doctor "note .*pending is no regular file"
 rm settings/*.pending && mkdir settings/tamborin.xml.pending
