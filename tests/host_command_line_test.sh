@@ -72,7 +72,7 @@ unset ALSA_CONFIG_PATH
     kill -KILL $recorder' - "$host" || fail "recording"
 grep -q '"record":"audio"' json.out || fail "no audio in: $(head -3 json.out)"
 ! grep -v '^{"record":.*}$' json.out || fail "stdout holds more than records"
-mapfile -t files < <(ls killed/channel0-*.wav)
+mapfile -t files < <(ls -tr killed/channel0-*.wav)
 [ "$(stat -c %s "${files[0]}")" -eq 8058 ] || fail "not one second: $(ls -l killed)"
 told=$(od -An -tu4 -j54 -N4 "${files[1]}") size=$(($(stat -c %s "${files[1]}") - 58))
 ((told > 0 && told <= size && told >= size - 2048)) || fail "the header tells $told of $size bytes"
