@@ -8,6 +8,7 @@
 #include <string>
 
 #include "base/contain.h"
+#include "devices/capture_element.h"
 #include "plugin/host_link.h"
 
 namespace {
@@ -59,28 +60,18 @@ MixerPtr openMixer(const std::string& device, const std::string& card) {
 
 // Switches a capture element on and gives it a volume. Returns false when that fails.
 bool enableCapture(snd_mixer_elem_t* element, const char* label) {
-    long minimum = 0;
-    long maximum = 0;
-    long volume = 0;
-    int left = 0;
-    int right = 0;
-    const int rangeError = snd_mixer_selem_get_capture_volume_range(element, &minimum, &maximum);
-    const int volumeError =
-        snd_mixer_selem_get_capture_volume(element, SND_MIXER_SCHN_FRONT_LEFT, &volume);
-    const int leftError =
-        snd_mixer_selem_get_capture_switch(element, SND_MIXER_SCHN_FRONT_LEFT, &left);
-    const int rightError =
-        snd_mixer_selem_get_capture_switch(element, SND_MIXER_SCHN_FRONT_RIGHT, &right);
-    if (rangeError < 0 || volumeError < 0 || leftError < 0 || rightError < 0) {
-        logLine(LogError, "ALSA: %s failed to query settings (errors %d/%d/%d/%d", label,
-                rangeError, volumeError, leftError, rightError);
+    const CaptureElement read = readCapture(element);
+    if (!read.isRead()) {
+        logLine(LogError,
+                   "ALSA: %s failed to query settings (errors %d/%d/%d/%d", label, read.rangeError,
+                   read.volumeError, read.leftError, read.rightError);
         return false;
     }
 
-    const bool enabled = left == 1 && right == 1;
-    logLine(LogInfo, "ALSA: %s curr settings = %s vmin %ld vmax %ld vol %ld", label,
-            enabled ? "enabled" : "disabled", minimum, maximum, volume);
-    if (!enabled) {
+    logLine(LogInfo,
+               "ALSA: %s curr settings = %s vmin %ld vmax %ld vol %ld", label,
+               read.isOn() ? "enabled" : "disabled", read.minimum, read.maximum, read.volume);
+    if (!read.isOn()) {
         const int error = snd_mixer_selem_set_capture_switch_all(element, 1);
         if (error < 0) {
             logLine(LogError, "ALSA: %s failed to enable (error %d)", label, error);
@@ -88,10 +79,10 @@ bool enableCapture(snd_mixer_elem_t* element, const char* label) {
         }
         logLine(LogNotice, "ALSA: %s now enabled.", label);
     }
-    if (volume == 0) {
+    if (read.volume == 0) {
         // Subtracted as unsigned, because a driver's range may span all values of long.
-        const auto range = static_cast<long>(static_cast<unsigned long>(maximum) -
-                                             static_cast<unsigned long>(minimum));
+        const auto range = static_cast<long>(static_cast<unsigned long>(read.maximum) -
+                                             static_cast<unsigned long>(read.minimum));
         const long raised = range / 2 + 1;
         const int error = snd_mixer_selem_set_capture_volume_all(element, raised);
         if (error < 0) {
@@ -128,11 +119,8 @@ void reportSource(snd_mixer_elem_t* element, const char* label) {
 }
 
 bool configureElement(snd_mixer_elem_t* element, const std::string& card) {
-    const auto index = static_cast<int32_t>(snd_mixer_selem_get_index(element));
-    const char* name = snd_mixer_selem_get_name(element);
-    const std::string label =
-        card + " mixer " + std::to_string(index) + " [" + (name != nullptr ? name : "NONAME") + "]";
-    if (name != nullptr && index >= 0 && snd_mixer_selem_has_capture_switch(element) == 1)
+    const std::string label = card + " " + labelOf(element);
+    if (isCaptureElement(element))
         return enableCapture(element, label.c_str());
     if (snd_mixer_selem_is_enumerated(element) == 1 &&
         snd_mixer_selem_is_enum_capture(element) == 1)

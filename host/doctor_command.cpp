@@ -43,12 +43,14 @@ int show(Console& console, const char* title, const Findings& findings) {
 // Each chapter is shown before the next is examined, which may take long or go wrong.
 int runDoctor(const Options& options, Console& console) {
     const SoundServer server = askSoundServer();
+    const CardAccess access = askCardAccess();
     int wrong = show(console, "Sound server", examineSoundServer(server));
     const Discovery discovery = discover(server, options.session, console);
     wrong += show(console, "Module", examineModule(discovery, server, options.session.module));
-    wrong += show(console, "Devices of PortAudio", examineDevices(discovery, server));
+    wrong += show(console, "Devices of PortAudio", examineDevices(discovery, server, access));
+    wrong += show(console, "ALSA's default device", examineDefault(server));
     wrong += show(console, "ALSA cards and mixers", examineCards());
-    wrong += show(console, "Permissions", examinePermissions(server));
+    wrong += show(console, "Permissions", examinePermissions(access, server, discovery));
     wrong += show(console, "Settings", examineSettings(options.session.folder, discovery));
     console.remark(wrong == 0 ? "Nothing is wrong."
                               : std::to_string(wrong) + (wrong == 1 ? " thing is" : " things are") +

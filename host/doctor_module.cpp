@@ -66,6 +66,12 @@ Findings explained(const std::string& line) {
 
 }  // namespace
 
+bool Discovery::has(bool outputs) const {
+    return std::ranges::any_of(channels, [outputs](const ChannelDescription& channel) {
+        return channel.isOutput == outputs && channel.hasDevice;
+    });
+}
+
 Discovery discover(const SoundServer& server, const SessionOptions& options, Console& console) {
     Discovery discovery;
     if (server.hangs) {
@@ -133,27 +139,26 @@ Findings examineModule(const Discovery& discovery, const SoundServer& server,
     return {{Verdict::Good, library.string() + ", version " + discovery.version, ""}};
 }
 
-Findings examineDevices(const Discovery& discovery, const SoundServer& server) {
+Findings examineDevices(const Discovery& discovery, const SoundServer& server,
+                        const CardAccess& access) {
     if (!discovery.failure.empty())
         return {{Verdict::Note, "not examined, as the module did not run", ""}};
     Findings findings;
     for (const std::string& line : discovery.log)
         for (const Finding& finding : explained(line))
             findings.push_back(finding);
-    const auto isUsed = [&](bool outputs) {
-        return std::ranges::any_of(discovery.channels, [&](const ChannelDescription& channel) {
-            return channel.isOutput == outputs && channel.hasDevice;
-        });
-    };
     const char* advice =
         server.isReachable
             ? "install libasound2-plugins, which leads ALSA to the sound server; if it is "
               "there, repair ALSA's configuration (~/.asoundrc, "
               "/etc/asound.conf, what ALSA_CONFIG_PATH names)"
+        : access.isBarred()
+            ? "see Permissions below, which keep the sound cards from the module; or start a "
+              "sound server before the host"
             : "start a sound server first: the module looks only when it starts";
-    if (!isUsed(false))
+    if (!discovery.has(false))
         findings.push_back({Verdict::Wrong, "no device to record from", advice});
-    if (!isUsed(true))
+    if (!discovery.has(true))
         findings.push_back({Verdict::Wrong, "no device to play on", advice});
     return findings;
 }

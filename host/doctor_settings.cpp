@@ -10,6 +10,7 @@
 #include "config/xml_store.h"
 #include "host/document_flaw.h"
 #include "host/findings.h"
+#include "host/trial_save.h"
 
 namespace {
 
@@ -30,7 +31,8 @@ struct SettingsText {
 };
 
 SettingsText readSettings(const std::filesystem::path& path) {
-    if (!std::filesystem::is_regular_file(path))
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(path, ignored))
         return {"it is no file", {}, ""};
     if (access(path.c_str(), R_OK) != 0)
         return {std::strerror(errno), {}, ""};
@@ -42,6 +44,17 @@ SettingsText readSettings(const std::filesystem::path& path) {
     if (flaws.end.empty() && document.RootElement() == nullptr)
         flaws.end = "it has no element";
     return {flaws.end, flaws.leftOut, text};
+}
+
+std::filesystem::file_type typeOf(const std::filesystem::path& path) {
+    std::error_code ignored;
+    return std::filesystem::symlink_status(path, ignored).type();
+}
+
+Finding cannotReplace(const std::filesystem::path& path, const std::string& why) {
+    return {Verdict::Wrong,
+            "nothing can be saved: " + path.string() + " cannot be replaced: " + why,
+            "move it away; instead of a mounted file, mount its folder"};
 }
 
 // Empty when the user may make files and folders there, else why not.
@@ -57,15 +70,19 @@ Findings examineFolder(const std::filesystem::path& folder) {
     std::error_code ignored;
     while (!std::filesystem::exists(std::filesystem::symlink_status(present, ignored)))
         present = present.parent_path();
-    if (const std::string flaw = whyNotWritable(present); !flaw.empty())
+    std::string flaw = whyNotWritable(present);
+    if (flaw.empty() && present == folder)
+        flaw = trySave(folder);
+    if (!flaw.empty())
         return {{Verdict::Wrong,
-                 present.string() + " cannot be written: " + flaw +
+                 "nothing can be saved in " + present.string() + ": " + flaw +
                      "; settings are lost when the host ends",
-                 "give the folder to the user that runs the host, or choose another with --dir"}};
+                 "make room there, give the folder to the user that runs the host, or choose "
+                 "another with --dir"}};
     if (present != folder)
         return {{Verdict::Note, "there is no " + folder.string(),
                  "nothing: every other command makes it"}};
-    return {{Verdict::Good, folder.string() + " can be written", ""}};
+    return {{Verdict::Good, "files can be written in " + folder.string(), ""}};
 }
 
 // The device that the module gives to a channel of the settings; null when there is none. Without
@@ -121,21 +138,31 @@ Findings examineSettings(const std::filesystem::path& folder, const Discovery& d
     const std::filesystem::path file = folder / "tamborin.xml";
     const std::filesystem::path pending = folder / "tamborin.xml.pending";
     Findings findings = examineFolder(folder);
+    std::error_code ignored;
     if (access(folder.c_str(), X_OK) != 0)
         return findings;
-    const bool hasPending = std::filesystem::exists(pending);
+    const std::string pendingObstacle = whyNotReplaceable(pending);
+    const std::string fileObstacle = whyNotReplaceable(file);
+    const bool hasPending = typeOf(pending) == std::filesystem::file_type::regular;
     const SettingsText pendingText = hasPending ? readSettings(pending) : SettingsText{};
     const bool isPendingWhole = hasPending && pendingText.flaw.empty();
-    if (isPendingWhole)
+    if (!pendingObstacle.empty())
+        findings.push_back(cannotReplace(pending, pendingObstacle));
+    else if (isPendingWhole)
         findings.push_back({Verdict::Note,
                             pending.string() + " is whole: a save was broken off before its end",
                             "nothing: the module takes it over when it starts"});
     else if (hasPending)
         findings.push_back({Verdict::Note, pending.string() + " is torn: a save was broken off",
-                            "nothing: the module ignores it and overwrites it with its next save"});
-    const bool hasFile = std::filesystem::exists(file);
+                            "nothing: the module ignores it, and saving replaces it"});
+    else if (typeOf(pending) != std::filesystem::file_type::not_found)
+        findings.push_back({Verdict::Note, pending.string() + " is no regular file",
+                            "nothing: the module removes it with its next save"});
+    const bool hasFile = std::filesystem::exists(file, ignored);
     const SettingsText fileText = hasFile ? readSettings(file) : SettingsText{};
-    if (!hasFile) {
+    if (!fileObstacle.empty()) {
+        findings.push_back(cannotReplace(file, fileObstacle));
+    } else if (!hasFile) {
         findings.push_back({Verdict::Note, "there is no " + file.string(),
                             "nothing: the module writes it when it starts there"});
     } else if (!fileText.flaw.empty()) {

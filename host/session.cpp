@@ -42,12 +42,18 @@ std::string listed(const std::vector<ChannelDescription>& channels, bool outputs
     return list;
 }
 
+// By number or name, else by the name of a device that only one channel has.
 ChannelDescription findChannel(const std::vector<ChannelDescription>& channels,
                                const std::string& name, bool outputs) {
-    const auto found = std::ranges::find_if(channels, [&](const ChannelDescription& channel) {
+    auto found = std::ranges::find_if(channels, [&](const ChannelDescription& channel) {
         return channel.isOutput == outputs &&
                (std::to_string(channel.number) == name || channel.name == name);
     });
+    const auto hasThatDevice = [&](const ChannelDescription& channel) {
+        return channel.isOutput == outputs && channel.device == name;
+    };
+    if (found == channels.end() && std::ranges::count_if(channels, hasThatDevice) == 1)
+        found = std::ranges::find_if(channels, hasThatDevice);
     const std::string known = listed(channels, outputs);
     if (found == channels.end())
         throw std::runtime_error("there is no " + kindOf(outputs) + " '" + name + "'; " +

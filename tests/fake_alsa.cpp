@@ -79,6 +79,8 @@ unsigned snd_mixer_selem_get_index(snd_mixer_elem_t* element) {
 }
 const char* snd_mixer_selem_get_name(snd_mixer_elem_t* element) { return element->name; }
 int snd_mixer_selem_has_capture_switch(snd_mixer_elem_t* element) { return (*element)["switch"]; }
+int snd_mixer_selem_has_capture_switch_exclusive(snd_mixer_elem_t* e) { return (*e)["group"] != 0; }
+int snd_mixer_selem_get_capture_group(snd_mixer_elem_t* element) { return (*element)["group"]; }
 int snd_mixer_selem_is_enumerated(snd_mixer_elem_t* element) { return (*element)["selector"]; }
 int snd_mixer_selem_is_enum_capture(snd_mixer_elem_t* element) { return (*element)["selector"]; }
 int snd_mixer_selem_get_capture_volume_range(snd_mixer_elem_t* element, long* min, long* max) {

@@ -9,14 +9,19 @@ trap 'rm -rf "$folder"' EXIT
 cd "$folder"
 fail() { echo "FAILED: $*" >&2; exit 1; }
 
+export PULSE_SERVER=unix:/nowhere ALSA_CONFIG_PATH=$folder/asound.conf
 expect() {  # STATUS PART-OF-THE-LINE ARGUMENTS...
     local status=0
-    PULSE_SERVER=unix:/nowhere ALSA_CONFIG_PATH=$folder/asound.conf \
-        "$host" "${@:3}" >out 2>err </dev/null || status=$?
+    "$host" "${@:3}" >out 2>err </dev/null || status=$?
     [ "$status" -eq "$1" ] || fail "${*:3}: exit status $status: $(cat err)"
     if [ -s out ] || [ "$(wc -l <err)" -ne 1 ] || ! grep -q "^tamborin-host: .*$2" err; then
         fail "${*:3}: $(cat out err)"
     fi
+}
+doctor() {  # PART-OF-A-FINDING about the folder "settings", which stays as it is
+    stat -c "%n %F %s %y" settings/* >before
+    "$host" doctor --dir settings >out 2>err || grep -q "$1" out || fail "doctor: $(cat out err)"
+    stat -c "%n %F %s %y" settings/* | cmp - before
 }
 echo '<Varo><Devices ID="1"/></Varo>' >foreign.xml
 echo '<Varo><Devices' >torn.xml
@@ -47,7 +52,18 @@ expect 1 "line 1: element 'a' is nested deeper than 256 levels and cannot be rea
 ! "$host" send wide.xml 2>err || fail "sent"
 { grep -q "leaves out: line 2: element 'e' has more than 1000 attributes" err &&
     grep -q "line 4: " err; } || fail "$(cat err)"
+mkdir settings
+cat >settings/tamborin.xml <<<'<Varo><Devices ID="1310720"><Device><Audio>
+    <Input Number="0" OsName="pulse"/><Input Number="1" OsName="pulse"/><Input Number="2"
+    OsName="default"/><Input Number="3" OsName="default" Output="1"/></Audio></Device></Devices></Varo>'
+expect 1 "no input 'pulse'" record --dir settings --input pulse
+expect 1 "input 'default' has no device" record --dir settings --input default
+(trap "" XFSZ && ulimit -f 32 && doctor "WRONG .* saved in .*File too large")
+mkfifo settings/tamborin.xml.pending && doctor "note .*pending is no regular file"
+rm settings/*.pending && mkdir settings/tamborin.xml.pending
+doctor "WRONG .*pending cannot be replaced: it is a folder"
 
+unset ALSA_CONFIG_PATH
 # shellcheck disable=SC2016  # $1 is the inner shell's
 "$pulseaudio" bash -euc '
     "$1" doctor --quiet || { echo "doctor: wrong"; exit 1; }
@@ -60,7 +76,7 @@ expect 1 "line 1: element 'a' is nested deeper than 256 levels and cannot be rea
     kill -KILL $recorder' - "$host" || fail "recording"
 grep -q '"record":"audio"' json.out || fail "no audio in: $(head -3 json.out)"
 ! grep -v '^{"record":.*}$' json.out || fail "stdout holds more than records"
-mapfile -t files < <(ls killed/channel0-*.wav)
+mapfile -t files < <(ls -tr killed/channel0-*.wav)
 [ "$(stat -c %s "${files[0]}")" -eq 8058 ] || fail "not one second: $(ls -l killed)"
 told=$(od -An -tu4 -j54 -N4 "${files[1]}") size=$(($(stat -c %s "${files[1]}") - 58))
 ((told > 0 && told <= size && told >= size - 2048)) || fail "the header tells $told of $size bytes"

@@ -9,6 +9,7 @@
 #include "audio/ulaw.h"
 #include "devices/capture_mixers.h"
 #include "fake_alsa.h"
+#include "host/findings.h"
 #include "module_test.h"
 
 using namespace std::chrono_literals;
@@ -246,6 +247,11 @@ std::map<std::string, Command> commandsOfTheWorld() {
              fakeCards.push_back(card);
          }},
         {"element", [](auto& in) { fakeCards.back().elements.push_back(element(in)); }},
+        {"doctor",
+         [](auto&) {
+             for (const Finding& finding : examineCards())
+                 note((finding.verdict == Finding::Verdict::Wrong ? "WRONG" : "") + finding.what);
+         }},
         {"mixers", [](auto&) { note(configureCaptureMixers() ? "true" : "false"); }},
     };
 }
