@@ -12,17 +12,16 @@ using HostRecords = ModuleTest;
 TEST_F(HostRecords, LoadFillsItsFieldsOnly) {
     Unload();
     std::memset(&moduleInfo_, 0x55, sizeof moduleInfo_);
-    Load(&hostTable_, &moduleInfo_);
-    std::array<uint8_t, sizeof(ModuleInfo)> expected{};
-    expected.fill(0x55);
-    const auto put = [&](size_t offset, uint64_t value) {
-        std::memcpy(expected.data() + offset, &value, sizeof value);
+    load();
+    std::string info(reinterpret_cast<const char*>(&moduleInfo_), sizeof moduleInfo_);
+    const auto take = [&](size_t offset, const char* bytes, size_t size) {
+        EXPECT_EQ(info.substr(offset, size), std::string(bytes, size)) << offset;
+        info.replace(offset, size, size, 0x55);
     };
-    put(8, 0x140000);
-    put(24, 0x3000080);
-    put(32, 0x3000010);
-    expected[96] = expected[99] = 1;
-    EXPECT_EQ(std::memcmp(expected.data(), &moduleInfo_, sizeof moduleInfo_), 0);
+    take(8, "\0\0\x14\0\0\0\0\0\x55", 9);
+    take(24, "\x80\0\0\3\0\0\0\0\x10\0\0\3\0\0\0\0\x55", 17);
+    take(96, "\1\x55\x55\1", 4);
+    EXPECT_EQ(info, std::string(sizeof moduleInfo_, 0x55));
 }
 
 TEST_F(HostRecords, LogLinesByLevelAndLength) {
@@ -111,6 +110,7 @@ TEST_F(HostRecords, CallsFromWithinUnloadAreRefused) {
     accepted = released = 0;
     g_hostCallback = [](const HostMessage* message, int32_t) {
         if (message->kind == KindBufferRelease && ++released < 100) {
+            receive(message, 0);
             accepted += ioctl("again", "<a/>", IoctlConfiguration);
             accepted += write("again", {1}, Channel0 + 1, TypeAudio);
             Open();
@@ -118,12 +118,7 @@ TEST_F(HostRecords, CallsFromWithinUnloadAreRefused) {
         }
         return 0;
     };
-    IoctlRequest request{};
-    request.code = IoctlConfiguration;
-    request.length = 1;
-    request.data = &released;
-    IoctlResult result{};
-    IOCTL(&request, &result);
+    ioctl("first", "<a/>", IoctlConfiguration);
     Unload();
     EXPECT_EQ(released, 1);
     EXPECT_EQ(accepted, 0);

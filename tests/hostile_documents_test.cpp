@@ -65,8 +65,7 @@ TEST_F(HostileDocuments, AreUsedWithoutTheHarm) {
                 EXPECT_EQ(document.find(text) != std::string::npos, isThere) << text;
             EXPECT_LT(document.size(), 10'000U);
             EXPECT_EQ(fileContent("tamborin.xml").substr(0, 8), "<?xml ?>");
-            Unload();
-            Load(&hostTable_, &moduleInfo_);
+            nextLife();
         }
 }
 
@@ -93,8 +92,7 @@ TEST_F(HostileDocuments, HugeButHarmless) {
     for (int start = 0; start < 2; ++start) {
         onSmallStack([] { run(); });
         EXPECT_NE(description.find(schedule("<!---->")), std::string::npos) << description;
-        Unload();
-        Load(&hostTable_, &moduleInfo_);
+        nextLife();
     }
 }
 
@@ -120,8 +118,7 @@ TEST_F(HostileDocuments, NamesOutliveTheNextStart) {
                 run();
                 EXPECT_NE(description.find("Name=\"" + kept + "\""), std::string::npos)
                     << declaration << sent << description;
-                Unload();
-                Load(&hostTable_, &moduleInfo_);
+                nextLife();
             }
         }
 }

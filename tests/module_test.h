@@ -45,6 +45,7 @@ class ModuleTest : public testing::Test {
     ~ModuleTest() override;
 
     static int64_t load();
+    static void nextLife() { Unload(), load(); }
     // Runs the worker until something closes the module.
     static void run();
     // Lends the module a buffer; true when accepted. Its name appears in the trace when it is

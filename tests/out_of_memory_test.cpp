@@ -141,8 +141,7 @@ TEST_F(ModuleTest, OutOfMemoryAtTheStart) {
         run();
         EXPECT_NE(trace.find("Portaudio initialized."), std::string::npos) << failing;
         EXPECT_NE(fileContent("tamborin.xml").find("Kept"), std::string::npos) << failing;
-        Unload();
-        Load(&hostTable_, &moduleInfo_);
+        nextLife();
     } while (hasFailed);
     if (__lsan_enable != nullptr)
         __lsan_enable();

@@ -22,7 +22,7 @@ class HostCalls : public FuzzedModule {
             Write(nullptr, nullptr);
             IOCTL(nullptr, nullptr);
             Close();
-            Load(&hostTable_, &moduleInfo_);
+            load();
         } while (input_.remaining_bytes() != 0);
     }
 

@@ -13,8 +13,7 @@ class SettingsFiles : public FuzzedModule {
         fakeClock.onPause = [] { Close(); };
         run();
         expectSavedIsSent();
-        Unload();
-        Load(&hostTable_, &moduleInfo_);
+        nextLife();
         run();
         expectSavedIsSent();
     }
