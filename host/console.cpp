@@ -6,9 +6,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 
+#include "host/stop.h"
 #include "host/text.h"
 #include "plugin/tamborin.h"
 
@@ -142,7 +144,9 @@ void Console::writeLine(FILE* file, std::string_view line) {
     const std::lock_guard held(mutex_);
     eraseStatus();
     std::fprintf(file, "%s\n", harmless(line, file == out_ ? outColours_ : errColours_).c_str());
-    std::fflush(file);
+    // Who reads messages may go; who goes from the results has enough of them.
+    if (std::fflush(file) != 0 && errno == EPIPE && file == stdout)
+        noteReaderLeft();
 }
 
 void Console::eraseStatus() {

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "host/command_line.h"
+#include "host/stop.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include "host/clip.h"
 #include "host/recorder.h"
-#include "host/session.h"
+#include "host/stop.h"
 
 namespace {
 

@@ -81,11 +81,3 @@ class Session {
     bool bufferingChanged_ = false;
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
-
-// Makes SIGINT, SIGTERM, SIGHUP and SIGPIPE end the running session; a second one ends the process,
-// but for SIGPIPE. Once, before any thread is started.
-void stopOnSignals();
-// Whether one of them came.
-bool stopAsked();
-// Whether the last that came was SIGPIPE: nobody reads the results any more.
-bool readerHasLeft();
