@@ -8,6 +8,7 @@
 #include "host/commands.h"
 #include "host/player.h"
 #include "host/report.h"
+#include "host/steady_time.h"
 #include "host/text.h"
 
 namespace {
@@ -37,8 +38,9 @@ int runTalk(const Options& options, Console& console) {
     const std::vector<uint8_t> clip =
         options.clip.empty() ? builtInClip() : readClip(options.clip, console);
     Recorder recorder;
-    Session session(options.session, console,
-                    {.onFrame = [&](const CapturedFrame& frame) { recorder.take(frame); }});
+    Session session(options.session, console, {.onFrame = [&](const CapturedFrame& frame) {
+                        recorder.take(frame, steadyMilliseconds());
+                    }});
     const ChannelDescription input = session.choose(options.inputs, false).front();
     const ChannelDescription output = session.choose(options.outputs, true).front();
     recorder.begin({input}, options.out);
