@@ -44,6 +44,20 @@ expect 1 "nothing for this module" send foreign.xml
 expect 1 "no XML document" send torn.xml
 expect 1 "nested deeper" send deep.xml
 
+# What a terminal would obey never reaches it: colours, C1 control characters, turned directions.
+colour=$'\e[33mT' control=$'\xc2\x9b' turn=$'\xe2\x80\xae'
+LC_ALL=C expect 1 "no input 'Tür???'" record --input "Tür$control$turn"$'\x9b'
+mkdir "$colour"
+for command in doctor "channels --json"; do
+    echo '<Varo><Devices ID="1310720"><Device><Audio>' \
+        "<Input Number='0' Name='$control$turn'/></Audio></Device></Devices></Varo>" \
+        >"$colour/tamborin.xml"
+    TERM=xterm PULSE_SERVER=unix:/nowhere ALSA_CONFIG_PATH=$folder/asound.conf \
+        script -qec "'$host' $command --dir '$colour'" /dev/null >out </dev/null || true
+    grep -q "?" out || fail "$command, on a terminal: $(cat -v out)"
+    ! grep -F -e "$colour" -e "$control" -e "$turn" out || fail "$command: a terminal would obey"
+done
+
 # shellcheck disable=SC2016  # $1 is the inner shell's
 "$pulseaudio" bash -euc '
     "$1" doctor --quiet || { echo "doctor: wrong"; exit 1; }

@@ -19,3 +19,12 @@ status=0
 if [ $status -ne 1 ] || ! grep -q "^tamborin-host: cannot write .*wav: File too large" err; then
     fail "at the limit of a file: exit status $status: $(cat out err)"
 fi
+
+# A terminal that is gone ends a view of it, also without SIGHUP.
+script -qec 'tty >tty; exec sleep 600' /dev/null </dev/null >/dev/null 2>&1 & terminal=$!
+until [ -s tty ]; do sleep 0.1; done
+TERM=xterm timeout 60 "$host" watch <"$(cat tty)" >"$(cat tty)" 2>err & watch=$!
+until grep -qs 'Channel.* Enabled="1"' tamborin.xml; do sleep 0.1; done
+kill $terminal
+wait $watch || fail "watch without its terminal: exit status $?: $(cat err)"
+! grep 'Channel.* Enabled="1"' tamborin.xml || fail "watch has left an input enabled"
