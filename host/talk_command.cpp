@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "host/clip.h"
+#include "host/clip_search.h"
 #include "host/commands.h"
 #include "host/player.h"
 #include "host/report.h"
@@ -36,7 +36,8 @@ bool showFound(Console& console, const std::vector<uint8_t>& clip, const Recordi
 
 int runTalk(const Options& options, Console& console) {
     const std::vector<uint8_t> clip =
-        options.clip.empty() ? builtInClip() : readClip(options.clip, console);
+        options.clip.empty() ? builtInClip()
+                             : readClip(options.clip, options.session.seconds, console);
     Recorder recorder;
     Session session(options.session, console, {.onFrame = [&](const CapturedFrame& frame) {
                         recorder.take(frame, steadyMilliseconds());

@@ -22,6 +22,9 @@ echo '<Varo><Devices ID="1"/></Varo>' >foreign.xml
 echo '<Varo><Devices' >torn.xml
 printf '<a>%.0s' {1..100000} >deep.xml
 touch file
+printf '%b' 'RIFF\xff\xff\xff\xffWAVEfmt \x10\0\0\0\x01\0\x01\0\x40\x1f\0\0\x80\x3e\0\0\x02\0\x10\0' \
+    'data\xf0\xff\xff\xff' >long.wav
+truncate -s 4G long.wav
 echo "pcm.default.type none" >asound.conf
 expect 2 "name a command"
 expect 2 "not expected: bogus" bogus
@@ -32,6 +35,8 @@ expect 2 "loud" channels --log-level loud
 expect 2 "does not exist: none.wav" play none.wav
 expect 2 "file is required" send
 expect 1 "cannot play .*file" play file
+expect 1 "long.wav: it is longer than 4 hours" play long.wav
+expect 1 "start a sound server" play long.wav --for 1
 expect 1 "none.so.*--module" channels --module none.so
 expect 1 "no function Load.*--module" channels --module libm.so.6
 expect 1 "file: .*--dir" channels --dir file

@@ -1,8 +1,13 @@
 // Parts of the reference host, for what a whole run cannot bring about at will.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
+#include <sndfile.hh>
 
+#include "audio/ulaw.h"
+#include "host/clip.h"
 #include "host/recorder.h"
 #include "host/steady_time.h"
 
@@ -39,6 +44,19 @@ TEST_F(HostParts, GapsAreThoseOfTheSoundHoweverTheClockIsSet) {
                            outline.envelope.bucketWidth() * 1000 / SampleRate;
         EXPECT_NEAR(static_cast<double>(drawn), 61 * 256 + Lost, 1000);
     }
+}
+
+TEST_F(HostParts, ClipsAreReadAsFarAsWantedAndNoNumberIsSilence) {
+    constexpr int Rate = 2 * SampleRate;
+    std::vector<float> sound(size_t{3} * Rate, 0.5F);
+    sound[Rate] = std::nanf("");
+    const std::string file = folder_ / "clip.wav";
+    SndfileHandle(file, SFM_WRITE, SF_FORMAT_WAV | SF_FORMAT_FLOAT, 1, Rate)
+        .write(sound.data(), static_cast<sf_count_t>(sound.size()));
+    const std::vector<uint8_t> codes = loadClip(file, 2, [](double) {});
+    EXPECT_EQ(codes.size(), size_t{2} * SampleRate);
+    // Only the sample is silent, which the sound around it covers.
+    EXPECT_EQ(std::ranges::count(codes, linearToUlaw(0)), 0);
 }
 
 }  // namespace

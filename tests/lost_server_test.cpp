@@ -20,7 +20,7 @@
 #include <future>
 #include <mutex>
 
-#include "host/clip.h"
+#include "host/clip_search.h"
 #include "host/description.h"
 #include "host/module_host.h"
 #include "real_module.h"
