@@ -10,6 +10,7 @@
 #include "config/xml_store.h"
 #include "host/document_flaw.h"
 #include "host/findings.h"
+#include "host/folder_lock.h"
 
 namespace {
 
@@ -108,6 +109,9 @@ Findings examineSettings(const std::filesystem::path& folder, const Discovery& d
     const std::filesystem::path file = folder / "tamborin.xml";
     const std::filesystem::path pending = folder / "tamborin.xml.pending";
     Findings findings = examineFolder(folder);
+    if (const std::string holder = FolderLock::holderOf(folder); !holder.empty())
+        findings.push_back({Verdict::Note, folder.string() + " is in use by " + holder,
+                            "end that before another command uses the folder"});
     if (access(folder.c_str(), X_OK) != 0)
         return findings;
     const bool hasPending = std::filesystem::exists(pending);

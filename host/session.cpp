@@ -20,11 +20,11 @@ constexpr auto ModuleTimeout = 20s;
 constexpr auto LookInterval = 100ms;
 constexpr auto SoundTimeout = 10s;  // an input may take two to start, or be silent for good
 
-// Loads the module where its settings file is.
-const std::filesystem::path& libraryIn(const SessionOptions& options) {
-    readyFolder(options.folder, "--dir");
-    std::filesystem::current_path(options.folder);
-    return options.module;
+// The module keeps its settings file in the working directory.
+const std::filesystem::path& entered(const std::filesystem::path& folder) {
+    readyFolder(folder, "--dir");
+    std::filesystem::current_path(folder);
+    return folder;
 }
 
 std::string kindOf(bool outputs) { return outputs ? "output" : "input"; }
@@ -62,7 +62,8 @@ Session::Session(const SessionOptions& options, Console& console, const ModuleLi
                  int32_t listenerLevel)
     : options_(options),
       console_(console),
-      module_(libraryIn(options), composed(listener), std::min(options.logLevel, listenerLevel)),
+      lock_(entered(options.folder)),
+      module_(options.module, composed(listener), std::min(options.logLevel, listenerLevel)),
       firstBufferLength_(startModule()) {}
 
 // Answers the buffering (ms) that the settings give.

@@ -49,6 +49,14 @@ expect 1 "nothing for this module" send foreign.xml
 expect 1 "no XML document" send torn.xml
 expect 1 "nested deeper" send deep.xml
 
+# One process a folder, as each restores what it found; the others name it.
+mkdir used
+! flock used "$host" channels --dir used 2>err || fail "two in one folder"
+grep -q "^tamborin-host: .*/used is in use by flock (process [0-9]*); .*--dir" err || fail "$(cat err)"
+PULSE_SERVER=unix:/nowhere flock used "$host" doctor --dir used >out || true
+grep -q "/used is in use by flock (process" out || fail "the doctor does not say it: $(cat out)"
+[ ! -e used/tamborin.xml ] || fail "the folder in use was written"
+
 # What a terminal would obey never reaches it: colours, C1 control characters, turned directions.
 colour=$'\e[33mT' control=$'\xc2\x9b' turn=$'\xe2\x80\xae'
 LC_ALL=C expect 1 "no input 'Tür???'" record --input "Tür$control$turn"$'\x9b'
