@@ -17,6 +17,7 @@
 namespace {
 
 constexpr float FullScale = 32767;
+constexpr int LongestClip = 4 * 3600;  // seconds, kept in memory
 
 void encode(std::span<const float> sound, std::vector<uint8_t>& codes) {
     for (const float sample : sound)
@@ -24,19 +25,15 @@ void encode(std::span<const float> sound, std::vector<uint8_t>& codes) {
             linearToUlaw(static_cast<int16_t>(std::clamp(sample, -1.0F, 1.0F) * FullScale)));
 }
 
-std::vector<float> decode(std::span<const uint8_t> codes) {
-    std::vector<float> sound;
-    sound.reserve(codes.size());
-    for (const uint8_t code : codes)
-        sound.push_back(static_cast<float>(ulawToLinear(code)) / FullScale);
-    return sound;
-}
-
+// No sample is more than full scale: a resampler would spread what is infinite, or no number, over
+// all samples around it.
 std::vector<float> toMono(std::span<const float> interleaved, size_t channels) {
     std::vector<float> mono(interleaved.size() / channels);
     for (size_t i = 0; i < mono.size(); ++i) {
         const float* frame = interleaved.data() + i * channels;
-        mono[i] = std::accumulate(frame, frame + channels, 0.0F) / static_cast<float>(channels);
+        const float mean =
+            std::accumulate(frame, frame + channels, 0.0F) / static_cast<float>(channels);
+        mono[i] = std::isnan(mean) ? 0 : std::clamp(mean, -1.0F, 1.0F);
     }
     return mono;
 }
@@ -85,33 +82,46 @@ class Encoder {
     std::vector<uint8_t> codes_;
 };
 
-double dot(std::span<const float> a, std::span<const float> b) {
-    return std::inner_product(a.begin(), a.end(), b.begin(), 0.0F);
-}
-
 }  // namespace
 
-std::vector<uint8_t> loadClip(const std::filesystem::path& file, const OnProgress& onProgress) {
-    constexpr sf_count_t Step = 65536;  // frames between two reports
+std::vector<uint8_t> loadClip(const std::filesystem::path& file, double seconds,
+                              const OnProgress& onProgress) {
+    constexpr sf_count_t SamplesAtOnce = 65536;
+    const auto refuse = [&file](const std::string& why) {
+        throw std::runtime_error("cannot play " + file.string() + ": " + why);
+    };
     SndfileHandle handle(file.string());
     if (handle.error() != SF_ERR_NO_ERROR)
-        throw std::runtime_error("cannot play " + file.string() + ": " + handle.strError());
-    const auto channels = static_cast<size_t>(handle.channels());
+        refuse(handle.strError());
+    const int rate = handle.samplerate();
+    if (src_is_valid_ratio(static_cast<double>(SampleRate) / rate) == 0)
+        refuse("its sample rate is " + std::to_string(rate) + " Hz");
+    const bool isWhole = seconds <= 0 || seconds > LongestClip;
+    const auto most = static_cast<sf_count_t>(std::ceil((isWhole ? LongestClip : seconds) * rate));
+    const std::string tooLong = "it is longer than " + std::to_string(LongestClip / 3600) +
+                                " hours; play the beginning of it with --for";
     // A file that was written to a pipe need not tell its length.
-    const sf_count_t length = handle.frames() < SF_COUNT_MAX ? handle.frames() : 0;
-    std::vector<float> interleaved(static_cast<size_t>(Step) * channels);
-    Encoder encoder(handle.samplerate());
+    if (isWhole && handle.frames() > most && handle.frames() < SF_COUNT_MAX)
+        refuse(tooLong);
+
+    const auto channels = static_cast<size_t>(handle.channels());
+    const sf_count_t step = std::max<sf_count_t>(SamplesAtOnce / handle.channels(), 1);
+    std::vector<float> interleaved(static_cast<size_t>(step) * channels);
+    Encoder encoder(rate);
     sf_count_t taken = 0;
     sf_count_t read = 0;
-    while ((read = handle.readf(interleaved.data(), Step)) > 0) {
+    while ((read = handle.readf(interleaved.data(), std::min(step, most - taken))) > 0) {
         encoder.take(toMono({interleaved.data(), static_cast<size_t>(read) * channels}, channels));
         taken += read;
-        onProgress(length > 0 ? static_cast<double>(taken) / static_cast<double>(length) : 0);
+        onProgress(static_cast<double>(taken) /
+                   static_cast<double>(std::min(handle.frames(), most)));
     }
+    if (isWhole && taken == most && handle.readf(interleaved.data(), 1) > 0)
+        refuse(tooLong);
     encoder.take({});
     std::vector<uint8_t> codes = std::move(encoder).codes();
     if (codes.empty())
-        throw std::runtime_error("cannot play " + file.string() + ": it holds no sound");
+        refuse("it holds no sound");
     return codes;
 }
 
@@ -131,34 +141,5 @@ std::vector<uint8_t> builtInClip() {
     }
     std::vector<uint8_t> codes;
     encode(sound, codes);
-    return codes;
-}
-
-ClipFound findClip(std::span<const uint8_t> clip, std::span<const uint8_t> recording,
-                   const OnProgress& onProgress) {
-    const size_t length = std::min<size_t>(clip.size(), SampleRate);
-    const std::vector<float> wanted = decode(clip.subspan((clip.size() - length) / 2, length));
-    const std::vector<float> heard = decode(recording);
-    const double wantedEnergy = dot(wanted, wanted);
-    ClipFound best;
-    for (size_t at = 0; at + length <= heard.size(); ++at) {
-        const std::span<const float> window(heard.data() + at, length);
-        if (at % 1024 == 0)
-            onProgress(static_cast<double>(at) / static_cast<double>(heard.size()));
-        const double energy = dot(window, window);
-        const double correlation =
-            energy > 0 ? dot(wanted, window) / std::sqrt(energy * wantedEnergy) : 0;
-        if (correlation > best.correlation)
-            best = {correlation, static_cast<double>(at) / SampleRate};
-    }
-    return best;
-}
-
-std::vector<uint8_t> readCodes(const std::filesystem::path& file) {
-    SndfileHandle handle(file.string());
-    if (handle.error() != SF_ERR_NO_ERROR)
-        throw std::runtime_error("cannot read " + file.string() + ": " + handle.strError());
-    std::vector<uint8_t> codes(static_cast<size_t>(handle.frames()));
-    handle.readRaw(codes.data(), static_cast<sf_count_t>(codes.size()));
     return codes;
 }

@@ -5,10 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 
+#include "host/stop.h"
 #include "host/text.h"
 #include "plugin/tamborin.h"
 
@@ -24,27 +25,13 @@ bool showsColours(FILE* file) {
            areColoursWanted();
 }
 
-std::string colourSequence(Colour colour) {
-    return "\033[" + std::to_string(static_cast<int>(colour)) + "m";
-}
-
-std::string inColour(Colour colour, std::string_view text) {
-    return colourSequence(colour) + printable(text) + "\033[0m";
-}
-
-// Only colours of ours get to the terminal: names and texts of others must not command it.
-std::string harmless(std::string_view line, bool isColoured) {
-    static const std::array ours{std::string("\033[0m"), colourSequence(Colour::Red),
-                                 colourSequence(Colour::Green), colourSequence(Colour::Yellow)};
+std::string shown(const Line& line, bool isColoured) {
     std::string text;
-    while (!line.empty()) {
-        const auto* colour = std::ranges::find_if(
-            ours, [&](const std::string& sequence) { return line.starts_with(sequence); });
-        const bool isOurs = isColoured && colour != ours.end();
-        const std::string_view piece =
-            line.substr(0, isOurs ? colour->size() : line.find('\033', 1));
-        text += isOurs ? std::string(piece) : printable(piece);
-        line.remove_prefix(piece.size());
+    for (const Piece& piece : line) {
+        const bool hasColour = isColoured && piece.colour != Colour::None && !piece.text.empty();
+        const std::string begin =
+            hasColour ? "\033[" + std::to_string(static_cast<int>(piece.colour)) + "m" : "";
+        text += begin + printable(piece.text) + (hasColour ? "\033[0m" : "");
     }
     return text;
 }
@@ -98,22 +85,20 @@ Console::Console(const ConsoleOptions& options)
       // Records on the same terminal would run into the lines.
       statusLive_(isTerminal(err_) && !(options.json && isTerminal(stdout))) {}
 
-void Console::result(std::string_view line) { writeLine(out_, line); }
+void Console::result(const Line& line) { writeLine(out_, line); }
 
-void Console::remark(std::string_view line) {
+void Console::remark(const Line& line) {
     if (!options_.quiet)
         writeLine(out_, line);
 }
 
 void Console::error(std::string_view line) {
-    const std::string_view name = "tamborin-host:";
-    writeLine(err_, (errColours_ ? inColour(Colour::Red, name) : std::string(name)) + " " +
-                        printable(line));
+    writeLine(err_, {{"tamborin-host:", Colour::Red}, {" " + std::string(line)}});
 }
 
 void Console::logLine(int32_t level, std::string_view text) {
-    const std::string line = std::to_string(level) + " " + printable(text);
-    writeLine(err_, errColours_ && level >= LogError ? inColour(Colour::Red, line) : line);
+    writeLine(err_, {{std::to_string(level) + " " + std::string(text),
+                      level >= LogError ? Colour::Red : Colour::None}});
 }
 
 void Console::status(const std::vector<std::string>& lines) {
@@ -134,15 +119,13 @@ void Console::clearStatus() {
     eraseStatus();
 }
 
-std::string Console::painted(Colour colour, std::string_view text) const {
-    return outColours_ ? inColour(colour, text) : std::string(text);
-}
-
-void Console::writeLine(FILE* file, std::string_view line) {
+void Console::writeLine(FILE* file, const Line& line) {
     const std::lock_guard held(mutex_);
     eraseStatus();
-    std::fprintf(file, "%s\n", harmless(line, file == out_ ? outColours_ : errColours_).c_str());
-    std::fflush(file);
+    std::fprintf(file, "%s\n", shown(line, file == out_ ? outColours_ : errColours_).c_str());
+    // Who reads messages may go; who goes from the results has enough of them.
+    if (std::fflush(file) != 0 && errno == EPIPE && file == stdout)
+        noteReaderLeft();
 }
 
 void Console::eraseStatus() {

@@ -21,15 +21,25 @@ struct ConsoleOptions {
 // What the user's environment says, whatever the terminal can do.
 bool areColoursWanted();
 
-enum class Colour { Red = 31, Green = 32, Yellow = 33 };
+enum class Colour { None = 0, Red = 31, Green = 32, Yellow = 33 };
+
+// Pieces of a line, coloured where it goes to a terminal that shows colours. Their texts may be
+// anybody's: nothing in them commands the terminal.
+struct Piece {
+    std::string text;
+    Colour colour = Colour::None;
+};
+using Line = std::vector<Piece>;
 
 // One in a process. Any thread, but for its construction, which comes before any thread is started.
 class Console {
   public:
     explicit Console(const ConsoleOptions& options);
 
-    void result(std::string_view line);
-    void remark(std::string_view line);
+    void result(const Line& line);
+    void result(const std::string& line) { result(Line{{line}}); }
+    void remark(const Line& line);
+    void remark(const std::string& line) { remark(Line{{line}}); }
     void error(std::string_view line);
     void logLine(int32_t level, std::string_view text);
     // Lines at the bottom of the terminal, which replace the last ones; without a terminal they are
@@ -40,13 +50,11 @@ class Console {
     bool isQuiet() const { return options_.quiet; }
     // Whether status lines can replace each other.
     bool isStatusLive() const { return statusLive_; }
-    // Coloured where results go to a terminal that shows colours.
-    std::string painted(Colour colour, std::string_view text) const;
     // The stream of results.
     FILE* stream() const { return out_; }
 
   private:
-    void writeLine(FILE* file, std::string_view line);
+    void writeLine(FILE* file, const Line& line);
     void eraseStatus();
 
     const ConsoleOptions options_;

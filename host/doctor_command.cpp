@@ -31,7 +31,7 @@ int show(Console& console, const char* title, const Findings& findings) {
         if (console.isQuiet() && !isWrong)
             continue;
         const Mark mark = markOf(finding.verdict);
-        console.result("  " + console.painted(mark.colour, mark.word) + "  " + finding.what);
+        console.result(Line{{"  "}, {mark.word, mark.colour}, {"  " + finding.what}});
         if (!finding.advice.empty())
             console.result("         -> " + finding.advice);
     }

@@ -10,6 +10,7 @@
 #include "config/xml_store.h"
 #include "host/document_flaw.h"
 #include "host/findings.h"
+#include "host/folder_lock.h"
 #include "host/trial_save.h"
 
 namespace {
@@ -139,6 +140,9 @@ Findings examineSettings(const std::filesystem::path& folder, const Discovery& d
     const std::filesystem::path pending = folder / "tamborin.xml.pending";
     Findings findings = examineFolder(folder);
     std::error_code ignored;
+    if (const std::string holder = FolderLock::holderOf(folder); !holder.empty())
+        findings.push_back({Verdict::Note, folder.string() + " is in use by " + holder,
+                            "end that before another command uses the folder"});
     if (access(folder.c_str(), X_OK) != 0)
         return findings;
     const std::string pendingObstacle = whyNotReplaceable(pending);

@@ -1,5 +1,7 @@
 #include "host/json_records.h"
 
+#include <unistd.h>
+
 #include <array>
 #include <cinttypes>
 #include <nlohmann/json.hpp>
@@ -74,8 +76,10 @@ bool writeJsonLine(FILE* file, const HostMessage& message, int32_t answer) {
     addContent(record, message);
     if (message.type == TypeLogLevelQuery)
         record["answer"] = answer;
+    // A terminal would obey what is neither ASCII nor escaped.
+    const bool isAscii = isatty(fileno(file)) != 0;
     // A name in the settings need not be UTF-8.
-    const std::string line = record.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+    const std::string line = record.dump(-1, ' ', isAscii, Json::error_handler_t::replace) + "\n";
     // One call: threads' lines do not mix.
     return std::fwrite(line.data(), 1, line.size(), file) == line.size() && std::fflush(file) == 0;
 }

@@ -1,11 +1,13 @@
 // tamborin-host: brings the module up on a machine, lists what it finds, records and plays.
 #include <fcntl.h>
+#include <langinfo.h>
 #include <unistd.h>
 
 #include <clocale>
 #include <cstdio>
 
 #include "host/command_line.h"
+#include "host/stop.h"
 
 namespace {
 
@@ -17,6 +19,14 @@ void occupyStandardStreams() {
             const int flags = stream == STDIN_FILENO ? O_WRONLY : O_RDONLY;
             [[maybe_unused]] const int opened = open("/dev/null", flags);
         }
+}
+
+// Characters and their widths are those of the user's locale. Names are UTF-8, and so are the
+// terminals of those whose locale knows ASCII only.
+void chooseCharacters() {
+    std::setlocale(LC_CTYPE, "");
+    if (std::string_view(nl_langinfo(CODESET)) == "ANSI_X3.4-1968")
+        std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
 // Results that nobody can read are none; but who stops reading has enough.
@@ -44,7 +54,7 @@ int run(const CommandLine& line, Console& console) {
 
 int main(int argc, char** argv) {
     occupyStandardStreams();
-    std::setlocale(LC_CTYPE, "");  // widths of characters
+    chooseCharacters();
     try {
         const CommandLine line = parseCommandLine(argc, argv);
         if (line.command == nullptr) {

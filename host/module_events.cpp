@@ -2,16 +2,9 @@
 
 #include <algorithm>
 #include <charconv>
-#include <chrono>
 
 #include "host/description.h"
-
-int64_t unixMilliseconds() {
-    using std::chrono::system_clock;
-    return std::chrono::duration_cast<std::chrono::milliseconds>(
-               system_clock::now().time_since_epoch())
-        .count();
-}
+#include "host/steady_time.h"
 
 void ModuleEvents::hearLog(std::string_view text) {
     for (const std::string_view beginning : {"Input stream ", "Restarting output stream "}) {
@@ -51,7 +44,7 @@ bool ModuleEvents::isAlarmed() const {
 }
 
 void ModuleEvents::add(ModuleEvent::Kind kind, int32_t channelId) {
-    const int64_t now = unixMilliseconds();
+    const int64_t now = steadyMilliseconds();
     const std::lock_guard held(mutex_);
     events_.push_back({kind, channelId, now});
 }

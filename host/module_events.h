@@ -12,7 +12,7 @@ struct ModuleEvent {
     enum class Kind { Restart, Alarm, AllClear };
     Kind kind;
     int32_t channelId;     // of a restart, else 0
-    int64_t milliseconds;  // Unix time
+    int64_t milliseconds;  // steady
 };
 
 // Any thread.
@@ -34,6 +34,3 @@ class ModuleEvents {
     mutable std::mutex mutex_;  // guards the events
     std::vector<ModuleEvent> events_;
 };
-
-// Unix time in ms.
-int64_t unixMilliseconds();

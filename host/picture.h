@@ -11,7 +11,7 @@
 struct PictureContent {
     std::vector<Outline> channels;
     std::vector<ModuleEvent> events;
-    int64_t beginMs = 0;  // Unix time
+    int64_t beginMs = 0;  // steady
     int64_t endMs = 0;
 };
 

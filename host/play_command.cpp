@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 }  // namespace
 
 int runPlay(const Options& options, Console& console) {
-    const std::vector<uint8_t> clip = readClip(options.clip, console);
+    const std::vector<uint8_t> clip = readClip(options.clip, options.session.seconds, console);
     Session session(options.session, console);
     const ChannelDescription output = session.choose(options.outputs, true).front();
     session.enable({output}, GaplessBufferLength);

@@ -5,7 +5,7 @@
 
 #include "host/clip.h"
 #include "host/recorder.h"
-#include "host/session.h"
+#include "host/stop.h"
 
 namespace {
 
@@ -19,9 +19,9 @@ constexpr auto Patience = 10s;
 
 }  // namespace
 
-std::vector<uint8_t> readClip(const std::filesystem::path& file, Console& console) {
+std::vector<uint8_t> readClip(const std::filesystem::path& file, double seconds, Console& console) {
     Progress progress(console, "reading the clip");
-    return loadClip(file, [&](double fraction) {
+    return loadClip(file, seconds, [&](double fraction) {
         if (stopAsked())
             throw std::runtime_error("stopped while reading the clip; nothing was played");
         progress.show(fraction);

@@ -13,9 +13,9 @@
 // once when it starts.
 constexpr int GaplessBufferLength = 1000;
 
-// Reads a clip (host/clip.h), showing how far it is. Throws std::runtime_error, also when the user
-// stops the tool.
-std::vector<uint8_t> readClip(const std::filesystem::path& file, Console& console);
+// Reads so many seconds of a clip (host/clip.h), showing how far it is. Throws std::runtime_error,
+// also when the user stops the tool.
+std::vector<uint8_t> readClip(const std::filesystem::path& file, double seconds, Console& console);
 
 class Player {
   public:

@@ -7,6 +7,7 @@
 #include "host/module_events.h"
 #include "host/picture.h"
 #include "host/report.h"
+#include "host/steady_time.h"
 
 namespace {
 
@@ -24,7 +25,8 @@ int runRecord(const Options& options, Console& console) {
         options.session, console,
         {.onLog = [&](int32_t, std::string_view text) { events.hearLog(text); },
          .onDocument = [&](std::string_view xml, int64_t kind) { events.hearDocument(xml, kind); },
-         .onFrame = [&](const CapturedFrame& frame) { recorder.take(frame); }},
+         .onFrame =
+             [&](const CapturedFrame& frame) { recorder.take(frame, steadyMilliseconds()); }},
         drawing ? ModuleEvents::NeededLogLevel : LogError);
     const auto inputs = session.choose(options.inputs, false);
     recorder.begin(inputs, options.out, options.secondsPerFile);

@@ -12,12 +12,12 @@
 
 #include "audio/ulaw.h"
 #include "host/folders.h"
-#include "host/module_events.h"
+#include "host/steady_time.h"
 #include "host/text.h"
 
 namespace {
 
-constexpr int64_t LateTolerance = 200;  // ms; stamps are taken when a frame is sent, and wander
+constexpr int64_t LateTolerance = 200;  // ms; frames arrive when they are sent, and that wanders
 constexpr int64_t DecisionTime = 2000;  // ms that late frames get to catch up
 constexpr int64_t EndTolerance = 3000;  // ms; the last frame is that late without any harm
 constexpr double FullScale = 32768;
@@ -62,7 +62,7 @@ void Recorder::begin(const std::vector<ChannelDescription>& channels,
     const double seconds = secondsPerFile > 0 ? secondsPerFile : MostSecondsPerFile;
     samplesPerFile_ =
         static_cast<uint64_t>(std::llround(std::min(seconds, MostSecondsPerFile) * SampleRate));
-    beginMs_ = unixMilliseconds();
+    beginMs_ = steadyMilliseconds();
     for (const ChannelDescription& channel : channels) {
         Track& track = tracks_[channel.id];
         track.recording.channel = channel;
@@ -107,7 +107,7 @@ void Recorder::write(Track& track, std::span<const uint8_t> codes, int64_t milli
     }
 }
 
-void Recorder::take(const CapturedFrame& frame) {
+void Recorder::take(const CapturedFrame& frame, int64_t arrival) {
     const std::lock_guard held(mutex_);
     const auto found = tracks_.find(frame.channelId);
     if (found == tracks_.end() || endMs_ != 0)
@@ -115,7 +115,7 @@ void Recorder::take(const CapturedFrame& frame) {
     Track& track = found->second;
     Recording& recording = track.recording;
     write(track, frame.codes, frame.milliseconds);
-    place(track, frame);
+    place(track, frame.codes, arrival);
     ++recording.frames;
     recording.samples += frame.codes.size();
     recording.level = peakOf(frame.codes);
@@ -124,25 +124,25 @@ void Recorder::take(const CapturedFrame& frame) {
 
 // Finds where on the time axis the frame belongs. A late frame may follow lost sound, or only have
 // been sent late: then the next ones catch up.
-void Recorder::place(Track& track, const CapturedFrame& frame) const {
+void Recorder::place(Track& track, std::span<const uint8_t> codes, int64_t arrival) const {
     constexpr int64_t Gentleness = 8;
     if (track.expectedMs == 0)
-        track.expectedMs = frame.milliseconds;
-    const int64_t late = frame.milliseconds - track.expectedMs - durationOf(track.undecided.size());
+        track.expectedMs = arrival;
+    const int64_t late = arrival - track.expectedMs - durationOf(track.undecided.size());
     if (track.undecided.empty()) {
         if (late <= LateTolerance) {
             track.expectedMs += late / Gentleness;  // the sound's clock is not the machine's
-            draw(track, frame.codes);
+            draw(track, codes);
             return;
         }
-        track.undecidedSinceMs = frame.milliseconds;
+        track.undecidedSinceMs = arrival;
         track.leastLateMs = late;
     }
     track.leastLateMs = std::min(track.leastLateMs, late);
-    track.undecided.insert(track.undecided.end(), frame.codes.begin(), frame.codes.end());
+    track.undecided.insert(track.undecided.end(), codes.begin(), codes.end());
     if (late <= LateTolerance)
         settle(track, 0);
-    else if (frame.milliseconds >= track.undecidedSinceMs + DecisionTime)
+    else if (arrival >= track.undecidedSinceMs + DecisionTime)
         settle(track, track.leastLateMs);
 }
 
@@ -188,7 +188,7 @@ std::vector<Recording> Recorder::recordings() const {
 
 void Recorder::end() {
     const std::lock_guard held(mutex_);
-    endMs_ = unixMilliseconds();
+    endMs_ = steadyMilliseconds();
     for (auto& [id, track] : tracks_) {
         track.file.reset();
         if (!track.undecided.empty())

@@ -22,7 +22,7 @@ constexpr int SampleRate = 8000;  // Hz, the module's only one
 double peakOf(std::span<const uint8_t> codes);
 
 struct Gap {
-    int64_t begin;  // Unix time in ms
+    int64_t begin;  // ms, steady
     int64_t end;
 };
 
@@ -39,7 +39,7 @@ struct Recording {
     double seconds() const { return static_cast<double>(samples) / SampleRate; }
 };
 
-// What a channel's recording looks like, on the time of its stamps.
+// What a channel's recording looks like over the steady time.
 struct Outline {
     ChannelDescription channel;
     Envelope envelope;  // begins when the recording did
@@ -54,8 +54,9 @@ class Recorder {
     // std::runtime_error when the folder cannot be written.
     void begin(const std::vector<ChannelDescription>& channels, const std::filesystem::path& folder,
                double secondsPerFile = 0);
-    // Appends a frame; frames of other channels are passed over. Module's thread.
-    void take(const CapturedFrame& frame);
+    // Appends a frame that arrived at a steady time (ms); frames of other channels are passed over.
+    // Its own stamp, by a clock that may be set, names files only. Module's thread.
+    void take(const CapturedFrame& frame, int64_t arrival);
     // Whether a frame was taken. Throws and threads as below.
     bool hasSound() const;
     // How things stand. Throws std::runtime_error once something could not be written. Any thread.
@@ -65,6 +66,7 @@ class Recorder {
 
     // What there is to draw, after end().
     std::vector<Outline> outlines() const;
+    // ms, steady.
     int64_t beginMs() const { return beginMs_; }
     int64_t endMs() const { return endMs_; }
 
@@ -78,7 +80,7 @@ class Recorder {
         std::unique_ptr<SNDFILE, FileCloser> file;
         std::filesystem::path path;  // of the file
         uint64_t samplesInFile = 0;
-        int64_t expectedMs = 0;  // when the next frame should be stamped; 0 before the first
+        int64_t expectedMs = 0;  // when the next frame should arrive; 0 before the first
         // Frames that came late, until it shows whether sound is missing before them.
         std::vector<uint8_t> undecided;
         int64_t undecidedSinceMs = 0;
@@ -87,7 +89,7 @@ class Recorder {
 
     void openFile(Track& track, int64_t milliseconds);
     void write(Track& track, std::span<const uint8_t> codes, int64_t milliseconds);
-    void place(Track& track, const CapturedFrame& frame) const;
+    void place(Track& track, std::span<const uint8_t> codes, int64_t arrival) const;
     void settle(Track& track, int64_t missingMs) const;
     void draw(Track& track, std::span<const uint8_t> codes) const;
     static void addGap(Track& track, int64_t milliseconds);

@@ -30,12 +30,12 @@ std::string filesOf(const Recording& recording) {
 void showChannels(Console& console, const std::vector<ChannelDescription>& channels) {
     console.result("number  kind    enabled  " + fitted("name", NameWidth) + "  device");
     for (const ChannelDescription& channel : channels)
-        console.result(rightAligned(std::to_string(channel.number), 6) +
-                       (channel.isOutput ? "  output" : "  input ") +
-                       (channel.enabled ? "  yes    " : "  no     ") + "  " +
-                       fitted(channel.name, std::max(NameWidth, columnsOf(channel.name))) + "  " +
-                       printable(channel.device) +
-                       (channel.hasDevice ? "" : console.painted(Colour::Yellow, " (missing)")));
+        console.result(Line{{rightAligned(std::to_string(channel.number), 6) +
+                             (channel.isOutput ? "  output" : "  input ") +
+                             (channel.enabled ? "  yes    " : "  no     ") + "  " +
+                             fitted(channel.name, std::max(NameWidth, columnsOf(channel.name))) +
+                             "  " + channel.device},
+                            {channel.hasDevice ? "" : " (missing)", Colour::Yellow}});
 }
 
 void showRecordings(Console& console, const std::vector<Recording>& recordings) {
@@ -46,11 +46,12 @@ void showRecordings(Console& console, const std::vector<Recording>& recordings) 
                                        : std::to_string(recording.gaps) + " (" +
                                              withDecimals(recording.gapSeconds) + " s)",
                    14);
-        console.remark(rightAligned(std::to_string(recording.channel.number), 7) + "  " +
-                       rightAligned(std::to_string(recording.frames), 6) + "  " +
-                       rightAligned(withDecimals(recording.seconds()), 8) + "  " +
-                       (recording.gaps == 0 ? gaps : console.painted(Colour::Yellow, gaps)) + "  " +
-                       fitted(inDecibels(recording.peak), 11) + "  " + filesOf(recording));
+        console.remark(
+            Line{{rightAligned(std::to_string(recording.channel.number), 7) + "  " +
+                  rightAligned(std::to_string(recording.frames), 6) + "  " +
+                  rightAligned(withDecimals(recording.seconds()), 8) + "  "},
+                 {gaps, recording.gaps == 0 ? Colour::None : Colour::Yellow},
+                 {"  " + fitted(inDecibels(recording.peak), 11) + "  " + filesOf(recording)}});
     }
 }
 

@@ -1,9 +1,7 @@
 #include "host/session.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <future>
@@ -12,7 +10,7 @@
 
 #include "host/folders.h"
 #include "host/json_records.h"
-#include "host/text.h"
+#include "host/stop.h"
 
 namespace {
 
@@ -22,13 +20,11 @@ constexpr auto ModuleTimeout = 20s;
 constexpr auto LookInterval = 100ms;
 constexpr auto SoundTimeout = 10s;  // an input may take two to start, or be silent for good
 
-std::atomic<int> stopped = 0;  // the signal that stopped us
-
-// Loads the module where its settings file is.
-const std::filesystem::path& libraryIn(const SessionOptions& options) {
-    readyFolder(options.folder, "--dir");
-    std::filesystem::current_path(options.folder);
-    return options.module;
+// The module keeps its settings file in the working directory.
+const std::filesystem::path& entered(const std::filesystem::path& folder) {
+    readyFolder(folder, "--dir");
+    std::filesystem::current_path(folder);
+    return folder;
 }
 
 std::string kindOf(bool outputs) { return outputs ? "output" : "input"; }
@@ -68,26 +64,12 @@ ChannelDescription findChannel(const std::vector<ChannelDescription>& channels,
 
 }  // namespace
 
-void stopOnSignals() {
-    struct sigaction action {};
-    action.sa_handler = [](int caught) { stopped = caught; };
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
-        // One broken pipe follows another.
-        const unsigned once = signal == SIGPIPE ? 0 : static_cast<unsigned>(SA_RESETHAND);
-        action.sa_flags = static_cast<int>(SA_RESTART | once);
-        sigaction(signal, &action, nullptr);
-    }
-}
-
-bool stopAsked() { return stopped != 0; }
-
-bool readerHasLeft() { return stopped == SIGPIPE; }
-
 Session::Session(const SessionOptions& options, Console& console, const ModuleListener& listener,
                  int32_t listenerLevel)
     : options_(options),
       console_(console),
-      module_(libraryIn(options), composed(listener), std::min(options.logLevel, listenerLevel)),
+      lock_(entered(options.folder)),
+      module_(options.module, composed(listener), std::min(options.logLevel, listenerLevel)),
       firstBufferLength_(startModule()) {}
 
 // Answers the buffering (ms) that the settings give.
@@ -110,9 +92,8 @@ ModuleListener Session::composed(const ModuleListener& listener) {
     ModuleListener all = listener;
     if (options_.json)
         all.onRecord = [](const HostMessage& message, int32_t answer) {
-            // The module's thread may not be one that signals reach.
             if (!writeJsonLine(stdout, message, answer) && errno == EPIPE)
-                stopped = SIGPIPE;
+                noteReaderLeft();
         };
     all.onLog = [this, heard = listener.onLog](int32_t level, std::string_view text) {
         if (level >= options_.logLevel)

@@ -11,6 +11,7 @@
 
 #include "host/console.h"
 #include "host/description.h"
+#include "host/folder_lock.h"
 #include "host/module_host.h"
 
 struct SessionOptions {
@@ -23,10 +24,11 @@ struct SessionOptions {
 
 class Session {
   public:
-    // Loads and starts the module in the folder, which becomes the working directory and is made
-    // when it is missing, and waits for its description. `listener` is called on the module's
-    // threads, for log lines from `listenerLevel` on. Throws std::runtime_error. Ends the process,
-    // with a line for the user, when the module hangs, here and in what follows.
+    // Loads and starts the module in the folder, which becomes the working directory, is made when
+    // it is missing, and is kept from other processes of the tool, and waits for its description.
+    // `listener` is called on the module's threads, for log lines from `listenerLevel` on. Throws
+    // std::runtime_error. Ends the process, with a line for the user, when the module hangs, here
+    // and in what follows.
     Session(const SessionOptions& options, Console& console, const ModuleListener& listener = {},
             int32_t listenerLevel = LogError);
     ~Session();
@@ -70,6 +72,7 @@ class Session {
 
     const SessionOptions options_;
     Console& console_;
+    const FolderLock lock_;
     mutable std::mutex mutex_;  // guards what the module's thread writes
     std::condition_variable described_;
     Description latest_;
@@ -81,11 +84,3 @@ class Session {
     bool bufferingChanged_ = false;
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
-
-// Makes SIGINT, SIGTERM, SIGHUP and SIGPIPE end the running session; a second one ends the process,
-// but for SIGPIPE. Once, before any thread is started.
-void stopOnSignals();
-// Whether one of them came.
-bool stopAsked();
-// Whether the last that came was SIGPIPE: nobody reads the results any more.
-bool readerHasLeft();

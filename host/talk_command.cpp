@@ -4,10 +4,11 @@
 #include <stdexcept>
 #include <thread>
 
-#include "host/clip.h"
+#include "host/clip_search.h"
 #include "host/commands.h"
 #include "host/player.h"
 #include "host/report.h"
+#include "host/steady_time.h"
 #include "host/text.h"
 
 namespace {
@@ -35,10 +36,12 @@ bool showFound(Console& console, const std::vector<uint8_t>& clip, const Recordi
 
 int runTalk(const Options& options, Console& console) {
     const std::vector<uint8_t> clip =
-        options.clip.empty() ? builtInClip() : readClip(options.clip, console);
+        options.clip.empty() ? builtInClip()
+                             : readClip(options.clip, options.session.seconds, console);
     Recorder recorder;
-    Session session(options.session, console,
-                    {.onFrame = [&](const CapturedFrame& frame) { recorder.take(frame); }});
+    Session session(options.session, console, {.onFrame = [&](const CapturedFrame& frame) {
+                        recorder.take(frame, steadyMilliseconds());
+                    }});
     const ChannelDescription input = session.choose(options.inputs, false).front();
     const ChannelDescription output = session.choose(options.outputs, true).front();
     recorder.begin({input}, options.out);

@@ -16,14 +16,21 @@ struct Character {
     std::string_view shown;
 };
 
+// Whether it turns the direction of the text around it, which would show other texts falsely.
+bool turnsDirection(wchar_t character) {
+    static constexpr std::wstring_view Turning =
+        L"\u061C\u200E\u200F\u202A\u202B\u202C\u202D\u202E\u2066\u2067\u2068\u2069";
+    return Turning.find(character) != std::wstring_view::npos;
+}
+
 // What the locale does not know is taken byte by byte.
 Character firstOf(std::string_view text) {
     wchar_t wide = 0;
     std::mbstate_t state{};
     const size_t bytes = std::mbrtowc(&wide, text.data(), text.size(), &state);
     if (bytes > text.size())
-        return {1, 1, text.substr(0, 1)};
-    if (std::iswcntrl(static_cast<wint_t>(wide)) != 0)
+        return {1, 1, "?"};
+    if (std::iswprint(static_cast<wint_t>(wide)) == 0 || turnsDirection(wide))
         return {std::max(bytes, size_t{1}), 1, "?"};
     return {bytes, static_cast<size_t>(std::max(wcwidth(wide), 0)), text.substr(0, bytes)};
 }

@@ -5,7 +5,8 @@
 #include <string>
 #include <string_view>
 
-// Without control characters, which a terminal would obey: each becomes a '?'.
+// Without what a terminal would obey, or could not show: control characters, those that turn the
+// direction of writing, and bytes that are no character of the locale. Each becomes a '?'.
 std::string printable(std::string_view text);
 // Printable, and cut or padded with spaces to exactly so many terminal columns, whole characters
 // only.

@@ -7,6 +7,7 @@
 #include "host/module_events.h"
 #include "host/recorder.h"
 #include "host/report.h"
+#include "host/steady_time.h"
 #include "host/text.h"
 #include "host/watch_view.h"
 
@@ -66,7 +67,7 @@ class Watcher {
     };
 
     void keepLine(int32_t level, std::string_view text) {
-        const std::string time = localTime(unixMilliseconds(), "%H:%M:%S ");
+        const std::string time = localTime(clockMilliseconds(), "%H:%M:%S ");
         const std::lock_guard held(mutex_);
         log_.push_back({level, time + std::string(text)});
         if (log_.size() > KeptLines)

@@ -1,10 +1,12 @@
 #include "host/watch_view.h"
 
 #include <ncurses.h>
+#include <poll.h>
 #include <termcap.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -144,13 +146,13 @@ void checkTerminal(FILE* out) {
             "'tamborin-host record --json'");
 }
 
-WatchView::WatchView(FILE* out) : screen_(newterm(nullptr, out, stdin)) {
+WatchView::WatchView(FILE* out) : out_(fileno(out)), screen_(newterm(nullptr, out, stdin)) {
     if (screen_ == nullptr)
         throw std::runtime_error("the terminal cannot be drawn on");
     cbreak();
     noecho();
     keypad(stdscr, TRUE);
-    timeout(KeyWait);
+    timeout(0);
     curs_set(0);
     if (has_colors() && areColoursWanted()) {
         start_color();
@@ -198,6 +200,8 @@ void WatchView::draw(const WatchContent& content) {
 
 bool WatchView::quitAsked() {
     set_term(screen_);
+    std::array<pollfd, 2> terminal{{{STDIN_FILENO, POLLIN, 0}, {out_, 0, 0}}};
+    const bool isReady = poll(terminal.data(), terminal.size(), KeyWait) > 0;
     const int key = getch();
-    return key == 'q' || key == 'Q';
+    return key == 'q' || key == 'Q' || (isReady && key == ERR);
 }

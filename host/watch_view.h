@@ -45,9 +45,11 @@ class WatchView {
     WatchView& operator=(const WatchView&) = delete;
 
     void draw(const WatchContent& content);
-    // Waits a moment for a key; whether it asked to quit. A resized terminal ends the wait, too.
+    // Waits a moment for a key; whether it asked to quit, or no key can come any more, as the
+    // terminal is gone. A resized terminal ends the wait, too.
     bool quitAsked();
 
   private:
+    const int out_;  // the terminal
     screen* screen_;
 };

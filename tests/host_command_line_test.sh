@@ -28,6 +28,9 @@ echo '<Varo><Devices' >torn.xml
 printf '<a>%.0s' {1..100000} >deep.xml
 { echo '<Varo>'; printf '<e'; printf ' a%s=""' {1..1001}; printf '\n/>\n<Devices'; } >wide.xml
 touch file
+printf '%b' 'RIFF\xff\xff\xff\xffWAVEfmt \x10\0\0\0\x01\0\x01\0\x40\x1f\0\0\x80\x3e\0\0\x02\0\x10\0' \
+    'data\xf0\xff\xff\xff' >long.wav
+truncate -s 4G long.wav
 echo "pcm.default.type none" >asound.conf
 expect 2 "name a command"
 expect 2 "not expected: bogus" bogus
@@ -38,6 +41,8 @@ expect 2 "loud" channels --log-level loud
 expect 2 "does not exist: none.wav" play none.wav
 expect 2 "file is required" send
 expect 1 "cannot play .*file" play file
+expect 1 "long.wav: it is longer than 4 hours" play long.wav
+expect 1 "start a sound server" play long.wav --for 1
 expect 1 "none.so.*--module" channels --module none.so
 expect 1 "no function Load.*--module" channels --module libm.so.6
 expect 1 "file: .*--dir" channels --dir file
@@ -62,6 +67,28 @@ expect 1 "input 'default' has no device" record --dir settings --input default
 mkfifo settings/tamborin.xml.pending && doctor "note .*pending is no regular file"
 rm settings/*.pending && mkdir settings/tamborin.xml.pending
 doctor "WRONG .*pending cannot be replaced: it is a folder"
+
+# One process a folder, as each restores what it found; the others name it.
+mkdir used
+! flock used "$host" channels --dir used 2>err || fail "two in one folder"
+grep -q "^tamborin-host: .*/used is in use by flock (process [0-9]*); .*--dir" err || fail "$(cat err)"
+PULSE_SERVER=unix:/nowhere flock used "$host" doctor --dir used >out || true
+grep -q "/used is in use by flock (process" out || fail "the doctor does not say it: $(cat out)"
+[ ! -e used/tamborin.xml ] || fail "the folder in use was written"
+
+# What a terminal would obey never reaches it: colours, C1 control characters, turned directions.
+colour=$'\e[33mT' control=$'\xc2\x9b' turn=$'\xe2\x80\xae'
+LC_ALL=C expect 1 "no input 'Tür???'" record --input "Tür$control$turn"$'\x9b'
+mkdir "$colour"
+for command in doctor "channels --json"; do
+    echo '<Varo><Devices ID="1310720"><Device><Audio>' \
+        "<Input Number='0' Name='$control$turn'/></Audio></Device></Devices></Varo>" \
+        >"$colour/tamborin.xml"
+    TERM=xterm PULSE_SERVER=unix:/nowhere ALSA_CONFIG_PATH=$folder/asound.conf \
+        script -qec "'$host' $command --dir '$colour'" /dev/null >out </dev/null || true
+    grep -q "?" out || fail "$command, on a terminal: $(cat -v out)"
+    ! grep -F -e "$colour" -e "$control" -e "$turn" out || fail "$command: a terminal would obey"
+done
 
 unset ALSA_CONFIG_PATH
 # shellcheck disable=SC2016  # $1 is the inner shell's

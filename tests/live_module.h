@@ -10,6 +10,7 @@
 #include <mutex>
 
 #include "host/clip.h"
+#include "host/clip_search.h"
 #include "host/description.h"
 #include "host/module_host.h"
 #include "real_module.h"

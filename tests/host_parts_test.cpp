@@ -1,0 +1,62 @@
+// Parts of the reference host, for what a whole run cannot bring about at will.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <sndfile.hh>
+
+#include "audio/ulaw.h"
+#include "host/clip.h"
+#include "host/recorder.h"
+#include "host/steady_time.h"
+
+namespace {
+
+// Has a folder of its own.
+class HostParts : public testing::Test {
+  protected:
+    ~HostParts() override { std::filesystem::remove_all(folder_); }
+
+    char name_[32] = "/tmp/tamborin-parts-XXXXXX";
+    const std::filesystem::path folder_ = mkdtemp(name_);
+};
+
+TEST_F(HostParts, GapsAreThoseOfTheSoundHoweverTheClockIsSet) {
+    constexpr int64_t Hour = 3'600'000;
+    constexpr int64_t Lost = 5000;  // ms, once
+    ChannelDescription channel;
+    channel.id = 7;
+    const std::vector<uint8_t> frame(2048, 0xFF);
+    for (const int64_t step : {int64_t{0}, Hour, -Hour}) {
+        Recorder recorder;
+        recorder.begin({channel}, folder_);
+        int64_t arrival = steadyMilliseconds();
+        for (int i = 0; i < 60; ++i) {
+            arrival += 256 + (i == 40 ? Lost : 0);
+            recorder.take({7, frame, arrival + (i < 20 ? 0 : step)}, arrival);
+        }
+        recorder.end();
+        const Outline outline = recorder.outlines().front();
+        ASSERT_EQ(outline.gaps.size(), 1U) << step;
+        EXPECT_NEAR(static_cast<double>(outline.gaps[0].end - outline.gaps[0].begin), Lost, 200);
+        const auto drawn = static_cast<int64_t>(outline.envelope.buckets().size()) *
+                           outline.envelope.bucketWidth() * 1000 / SampleRate;
+        EXPECT_NEAR(static_cast<double>(drawn), 61 * 256 + Lost, 1000);
+    }
+}
+
+TEST_F(HostParts, ClipsAreReadAsFarAsWantedAndNoNumberIsSilence) {
+    constexpr int Rate = 2 * SampleRate;
+    std::vector<float> sound(size_t{3} * Rate, 0.5F);
+    sound[Rate] = std::nanf("");
+    const std::string file = folder_ / "clip.wav";
+    SndfileHandle(file, SFM_WRITE, SF_FORMAT_WAV | SF_FORMAT_FLOAT, 1, Rate)
+        .write(sound.data(), static_cast<sf_count_t>(sound.size()));
+    const std::vector<uint8_t> codes = loadClip(file, 2, [](double) {});
+    EXPECT_EQ(codes.size(), size_t{2} * SampleRate);
+    // Only the sample is silent, which the sound around it covers.
+    EXPECT_EQ(std::ranges::count(codes, linearToUlaw(0)), 0);
+}
+
+}  // namespace
