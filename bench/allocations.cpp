@@ -12,9 +12,15 @@ std::atomic<uint64_t> count{0};
 
 uint64_t allocationCount() { return count; }
 
+#if !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"  // these are the matching ones
+#endif
+
 void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    if (allocationsLeft >= 0 && allocationsLeft-- == 0)
+        return nullptr;
     ++count;
-    return std::malloc(size);
+    return std::malloc(size == 0 ? 1 : size);
 }
 void* operator new(size_t size) {
     if (void* memory = operator new(size, std::nothrow))

@@ -59,9 +59,13 @@ class ModuleTest : public testing::Test {
         return ioctl("document", xml, IoctlConfiguration);
     }
     static bool enable(const std::string& number, const std::string& enabled = "1") {
-        return configure(
-            "<Varo><Devices ID='1310720'><Device><Codec><Encoder><AudioChannel Number='" + number +
-            "' Enabled='" + enabled + "'/></Encoder></Codec></Device></Devices></Varo>");
+        return configure(enablingDocument(number, enabled));
+    }
+    static std::string enablingDocument(const std::string& number, const std::string& enabled,
+                                        const std::string& inputs = "") {
+        return "<Varo><Devices ID='1310720'><Device><Audio>" + inputs +
+               "</Audio><Codec><Encoder><AudioChannel Number='" + number + "' Enabled='" + enabled +
+               "'/></Encoder></Codec></Device></Devices></Varo>";
     }
 
     // Buffers that the module has, or is being offered.

@@ -1,35 +1,6 @@
 // Memory that runs out at every single allocation: no crash, no buffer lost or doubled, and all is
 // well again when memory is back.
-#include <cstdlib>
-#include <new>
-
 #include "module_test.h"
-
-namespace {
-
-void* allocate(size_t size) {
-    if (allocationsLeft >= 0 && allocationsLeft-- == 0)
-        return nullptr;
-    return std::malloc(size == 0 ? 1 : size);
-}
-
-}  // namespace
-
-#if !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"  // these are the matching ones
-#endif
-
-void* operator new(size_t size) {
-    void* memory = allocate(size);
-    return memory != nullptr ? memory : throw std::bad_alloc();
-}
-void* operator new[](size_t size) { return operator new(size); }
-void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept { return allocate(size); }
-void* operator new[](size_t size, const std::nothrow_t& /*tag*/) noexcept { return allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory, size_t /*size*/) noexcept { std::free(memory); }
-void operator delete(void* memory, size_t /*size*/) noexcept { std::free(memory); }
 
 // TinyXML loses the node that it is filling when memory runs out: while it does, LeakSanitizer
 // (where it is built in) looks away.
@@ -41,10 +12,9 @@ namespace {
 TEST_F(ModuleTest, OutOfMemory) {
     fakePortAudio.addDevice("default");
     const std::string text =
-        "<Varo><Devices ID='1310720'><Device><Audio><Input Number='0' Name='a name that "
-        "needs memory of its own'><Schedule><Entry/></Schedule></Input></Audio><Codec>"
-        "<Encoder><AudioChannel Number='0' Enabled='1'/></Encoder></Codec></Device>"
-        "</Devices></Varo>";
+        enablingDocument("0", "1",
+                         "<Input Number='0' Name='a name that needs memory of its own'>"
+                         "<Schedule><Entry/></Schedule></Input>");
     const std::vector<uint8_t> codes(2048, 10);
     const std::vector<int16_t> sound(2048, 100);
     configure(text);

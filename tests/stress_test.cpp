@@ -46,11 +46,8 @@ class Stress : public ModuleTest {
         for (; !done; std::this_thread::sleep_for(20us)) {
             const unsigned what = random() % 16;
             const std::string number = std::to_string(random() % 5);
-            const std::string text = "<Varo><Devices ID='1310720'><Device><Audio><Input Number='" +
-                                     number + "' Name='n" + number +
-                                     "'/></Audio><Codec><Encoder><AudioChannel Number='" + number +
-                                     "' Enabled='" + (random() % 4 != 0 ? "1" : "0") +
-                                     "'/></Encoder></Codec></Device></Devices></Varo>";
+            const std::string text = enablingDocument(number, random() % 4 != 0 ? "1" : "0",
+                                                      "<Input Number='" + number + "' Name='n'/>");
             const size_t count = what == 0 ? 0 : what == 1 ? 5000 : random() % 2049;
             if (what < 10)  // to channels of which some are no outputs
                 accepted +=

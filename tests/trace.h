@@ -6,10 +6,9 @@
 #include <string>
 #include <utility>
 
-inline std::string trace;
+#include "bench/allocations.h"
 
-// How many allocations this thread still gets before one fails; negative: all.
-inline thread_local long allocationsLeft = -1;
+inline std::string trace;
 
 // The test's own memory does not run out.
 class EnoughMemory {

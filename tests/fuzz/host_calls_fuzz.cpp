@@ -28,54 +28,28 @@ class HostCalls : public FuzzedModule {
 
   private:
     void call() {
-        switch (input_.ConsumeIntegralInRange(0, 13)) {
-            case 0:
-                write("audio", input_.ConsumeBytes<uint8_t>(length()), target(), type());
-                break;
-            case 1:
+        const std::array<std::function<void()>, 14> calls{
+            [this] { write("audio", input_.ConsumeBytes<uint8_t>(length()), target(), type()); },
+            [this] {
                 ioctl("text", input_.ConsumeRandomLengthString(), input_.ConsumeIntegral<int8_t>());
-                break;
-            case 2:
-                enable();
-                break;
-            case 3:
-                callBack();
-                break;
-            case 4:
-                fakeClock.steady += std::chrono::milliseconds(input_.ConsumeIntegral<uint16_t>());
-                fakeClock.wallSeconds += input_.ConsumeIntegral<int8_t>();
-                break;
-            case 5:
-                fakePortAudio.open = input_.ConsumeBool() ? -9993 : paNoError;
-                fakePortAudio.start = input_.ConsumeBool() ? -9999 : paNoError;
-                break;
-            case 6:
-                if (!fakePortAudio.streams.empty() && stream().active != paBadStreamPtr)
-                    stream().active = input_.PickValueInArray({1, 0, int{paBadStreamPtr}, -9999});
-                break;
-            case 7:
-                threshold = input_.ConsumeIntegral<int8_t>();
-                answer = input_.ConsumeIntegralInRange(0, 15) == 0 ? 1 : 0;
-                break;
-            case 8:
+            },
+            [this] { enable(); },
+            [this] { callBack(); },
+            [this] { passTime(); },
+            [this] { fakePortAudio.open = input_.ConsumeBool() ? -9993 : paNoError; },
+            [this] { fakePortAudio.start = input_.ConsumeBool() ? -9999 : paNoError; },
+            [this] { loseStream(); },
+            [this] { threshold = input_.ConsumeIntegral<int8_t>(); },
+            [this] { answer = input_.ConsumeIntegralInRange(0, 15) == 0 ? 1 : 0; },
+            [this] {
                 fakePortAudio.streamInfo.inputLatency = input_.ConsumeFloatingPoint<double>();
-                break;
-            case 9:
-                Open();
-                break;
-            case 10:
-                emptyRecords();
-                break;
-            case 11:
-                fakeCards.assign(input_.ConsumeIntegralInRange<size_t>(0, 2), card());
-                break;
-            case 12:
-                blocks(input_.ConsumeIntegralInRange(1, 20));
-                break;
-            default:
-                if (input_.ConsumeBool())
-                    Close();
-        }
+            },
+            [this] { input_.ConsumeBool() ? emptyRecords() : (void)Open(); },
+            [this] { fakeCards.assign(input_.ConsumeIntegralInRange<size_t>(0, 2), card()); },
+            [this] { blocks(input_.ConsumeIntegralInRange(0, 20)); }};
+        calls[input_.ConsumeIntegralInRange<size_t>(0, calls.size() - 1)]();
+        if (input_.ConsumeIntegralInRange(0, 30) == 30)
+            Close();
     }
 
     size_t length() { return input_.PickValueInArray<size_t>({0, 1, 2047, 2048, 2049, 5000}); }
@@ -90,22 +64,27 @@ class HostCalls : public FuzzedModule {
 
     void enable() {
         const std::string number = std::to_string(input_.ConsumeIntegralInRange(0, 4));
-        configure(
-            "<Varo><Devices ID='1310720' BufferLength='" +
-            std::to_string(input_.ConsumeIntegral<int16_t>()) + "'><Device><Audio><Input Number='" +
-            number + "' Output='" + (input_.ConsumeBool() ? "1" : "0") + "' Name='" +
-            input_.ConsumeRandomLengthString(3000) +
-            "'/></Audio><Codec><Encoder><AudioChannel Number='" + number + "' Enabled='" +
-            (input_.ConsumeBool() ? "1" : "0") + "'/></Encoder></Codec></Device></Devices></Varo>");
+        configure(enablingDocument(number, input_.ConsumeBool() ? "1" : "0",
+                                   "<Input Number='" + number + "' Output='" +
+                                       (input_.ConsumeBool() ? "1" : "0") + "' Name='" +
+                                       input_.ConsumeRandomLengthString(3000) + "'/>"));
+        configure("<Varo><Devices ID='1310720' BufferLength='" +
+                  std::to_string(input_.ConsumeIntegral<int16_t>()) + "'/></Varo>");
     }
     void callBack() {
-        if (fakePortAudio.streams.empty())
+        if (fakePortAudio.streams.empty() || stream().active != 1)
             return;
         std::vector<int16_t> sound(length(), int16_t{77});
         FakeStream& called = stream();
-        if (called.active != 1)
-            return;
         called.isInput ? called.capture(sound) : called.play(sound);
+    }
+    void passTime() {
+        fakeClock.steady += std::chrono::milliseconds(input_.ConsumeIntegral<uint16_t>());
+        fakeClock.wallSeconds += input_.ConsumeIntegral<int8_t>();
+    }
+    void loseStream() {
+        if (!fakePortAudio.streams.empty() && stream().active != paBadStreamPtr)
+            stream().active = input_.PickValueInArray({1, 0, int{paBadStreamPtr}, -9999});
     }
     void blocks(int count) {
         while (count-- > 0)
