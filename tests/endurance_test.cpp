@@ -37,14 +37,11 @@ int64_t numberIn(std::span<const uint8_t> codes) {
     return number;
 }
 
-// What comes out of a channel.
-struct Line {
-    int64_t expected = 0;
-    void check(int64_t number) { ASSERT_EQ(number, expected++); }
-};
-std::map<int32_t, Line> captured;  // by channel ID
-std::map<void*, Line> played;      // by the stream's user data
+// What comes out of the channels, by channel ID or by the stream's user data: the next number.
+std::map<int32_t, int64_t> captured;
+std::map<void*, int64_t> played;
 std::map<int32_t, int64_t> written;
+void check(int64_t& expected, int64_t number) { ASSERT_EQ(number, expected++); }
 std::array<Codes, 64> buffers;
 std::array<bool, buffers.size()> isLent;
 int64_t released;
@@ -54,8 +51,8 @@ int64_t wallMs() { return fakeClock.wallSeconds * 1000 + fakeClock.wallMicroseco
 int32_t receiveFrame(const HostMessage* message, int32_t) {
     if (message->kind == KindAudio) {
         EXPECT_EQ(message->length, 2048U);
-        captured[static_cast<int32_t>(message->sourceId)].check(
-            numberIn({static_cast<const uint8_t*>(message->data), Digits}));
+        check(captured[static_cast<int32_t>(message->sourceId)],
+              numberIn({static_cast<const uint8_t*>(message->data), Digits}));
         EXPECT_EQ(static_cast<int64_t>(message->seconds) * 1000 + message->milliseconds,
                   wallMs() - LatencyMs);
     } else if (message->kind == KindBufferRelease) {
@@ -84,7 +81,7 @@ class Endurance : public ModuleTest {
         Codes codes{};
         ulawEncode(codes.data(), sound.data(), Digits * sizeof(int16_t));
         if (codes[0] != 0xFF)  // silence
-            played[stream.userData].check(numberIn(codes));
+            check(played[stream.userData], numberIn(codes));
     }
     void writeTo(int32_t channel) {
         const auto free = std::ranges::find(isLent, false);
@@ -92,11 +89,7 @@ class Endurance : public ModuleTest {
         *free = true;
         Codes& codes = buffers[static_cast<size_t>(free - isLent.begin())];
         putNumber(codes, written[channel]++);
-        WriteRecord record{};
-        record.length = std::tuple_size_v<Codes>;
-        record.data = &codes;
-        record.targetId = channel;
-        record.type = TypeAudio;
+        WriteRecord record{{}, std::tuple_size_v<Codes>, 0, &codes, channel, {}, TypeAudio};
         WriteResult result{};
         Write(&record, &result);
         ASSERT_EQ(result.accepted, 1U);
@@ -151,19 +144,17 @@ TEST_F(Endurance, NothingIsLostRepeatedOrReordered) {
     run();
     Unload();
     g_hostCallback = hostTable_.hostCallback;
-    const auto total = [](const auto& counts, auto count) {
+    const auto total = [](const auto& counts) {
         int64_t sum = 0;
-        for (const auto& entry : counts)
-            sum += count(entry.second);
+        for (const auto& [key, count] : counts)
+            sum += count;
         return sum;
     };
-    const auto itself = [](int64_t count) { return count; };
-    const auto expected = [](const Line& line) { return line.expected; };
-    const int64_t frames = total(captured, expected);
-    const int64_t blocks = total(played, expected);
-    EXPECT_GE(frames, total(captures_, itself) - 2);  // the last ones come with the end
-    EXPECT_GE(blocks, total(written, itself) - 2);
-    EXPECT_EQ(released, total(written, itself));
+    const int64_t frames = total(captured);
+    const int64_t blocks = total(played);
+    EXPECT_GE(frames, total(captures_) - 2);  // the last ones come with the end
+    EXPECT_GE(blocks, total(written) - 2);
+    EXPECT_EQ(released, total(written));
     EXPECT_GT(std::min(frames, blocks), periods * 2 * 9 / 10);
     printf("%ld passes, %ld frames captured, %ld blocks played, %zu streams opened, heap %zu KiB\n",
            passes, frames, blocks, fakePortAudio.streams.size(), mallinfo2().uordblks / 1024);

@@ -48,8 +48,7 @@ ModuleTest::~ModuleTest() {
 int64_t ModuleTest::load() { return Load(&hostTable_, &moduleInfo_); }
 
 void ModuleTest::run() {
-    IoctlRequest request{};
-    request.code = IoctlRun;
+    const IoctlRequest request{{}, IoctlRun, {}, 0, 0, nullptr};
     IoctlResult result{};
     EXPECT_EQ(IOCTL(&request, &result), 0);
 }
@@ -83,30 +82,24 @@ bool ModuleTest::settle(const void* buffer, bool accepted) {
 
 bool ModuleTest::write(const std::string& name, const std::vector<uint8_t>& codes, int64_t target,
                        uint64_t type) {
-    WriteRecord record{};
-    record.length = static_cast<uint32_t>(codes.size());
-    record.data = lend(name, codes.data(), codes.size());
-    record.targetId = target;
-    record.type = type;
+    const auto length = static_cast<uint32_t>(codes.size());
+    const WriteRecord record{{},     length, 0,   lend(name, codes.data(), codes.size()),
+                             target, {},     type};
     WriteResult result{};
     EXPECT_EQ(Write(&record, &result), 0);
     return settle(record.data, result.accepted == 1);
 }
 
 bool ModuleTest::ioctl(const std::string& name, const std::string& text, int32_t code) {
-    IoctlRequest request{};
-    request.code = code;
-    request.length = static_cast<uint32_t>(text.size());
-    request.data = lend(name, text.data(), text.size());
+    const auto length = static_cast<uint32_t>(text.size());
+    const IoctlRequest request{{}, code, {}, length, 0, lend(name, text.data(), text.size())};
     IoctlResult result{};
     EXPECT_EQ(IOCTL(&request, &result), 0);
     return settle(request.data, result.accepted == 1);
 }
 
 bool ModuleTest::writeNull() {
-    WriteRecord record{};
-    record.targetId = Channel0 + 1;
-    record.type = TypeAudio;
+    const WriteRecord record{{}, 0, 0, nullptr, Channel0 + 1, {}, TypeAudio};
     WriteResult result{};
     Write(&record, &result);
     return result.accepted != 0;
