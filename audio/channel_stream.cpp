@@ -32,7 +32,9 @@ void Channel::openStream() {
         startStream();
 }
 
-// Asks the device when opens have failed too often. Never under queueLock: Write would wait for it.
+// Asks the device when opens have failed too often. A question is the whole turn, because it may
+// take seconds: the stop is looked at before the next turn opens. Never under queueLock, for which
+// Write would wait.
 bool Channel::isOpenDue() {
     switch (retry.next(steadyTick())) {
         case OpenRetry::Step::Open:
@@ -44,9 +46,8 @@ bool Channel::isOpenDue() {
     }
     const DeviceAnswer answer = askDevice(static_cast<PaDeviceIndex>(paIndex), isInput);
     const SteadyTime now = steadyTick();
-    if (retry.takeAnswer(answer, now))
-        return true;
-    if (retry.isReportDue(now))
+    retry.takeAnswer(answer, now);
+    if (retry.next(now) != OpenRetry::Step::Open && retry.isReportDue(now))
         reportFailedOpen();
     return false;
 }
@@ -128,8 +129,10 @@ void Channel::reportMissingOutput() {
 void Channel::endOutput() {
     retry.reset();
     forgetDeadStream();
-    if (stream == nullptr)
+    if (stream == nullptr) {
+        watchdog.rearm();  // failed opens may have left it timed out
         return;
+    }
     const MutexLock held(queueLock);
     if (blocks.size() == 0)  // nothing has been written meanwhile
         closeStream();

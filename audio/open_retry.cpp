@@ -3,35 +3,32 @@
 #include <algorithm>
 
 OpenRetry::Step OpenRetry::next(SteadyTime now) const {
-    if (!isDeviceInDoubt())
+    if (!isDeviceInDoubt() || isOpenAllowed_)
         return Step::Open;
     return now < nextQuestion_ ? Step::Wait : Step::AskDevice;
 }
 
-bool OpenRetry::takeAnswer(DeviceAnswer answer, SteadyTime now) {
+void OpenRetry::takeAnswer(DeviceAnswer answer, SteadyTime now) {
     nextQuestion_ = now + AskPause;
-    if (answer != lastAnswer_) {
-        lastAnswer_ = answer;
+    if (answer == DeviceAnswer::Away)
         openPause_ = AskPause;
+    if (answer != lastAnswer_)
         nextOpen_ = now;
-    }
-    switch (answer) {
-        case DeviceAnswer::Away:
-            return false;
-        case DeviceAnswer::CannotTell:
-            return true;
-        default:
-            return now >= nextOpen_;
+    lastAnswer_ = answer;
+    if (answer == DeviceAnswer::CannotTell) {
+        isOpenAllowed_ = true;
+    } else if (answer != DeviceAnswer::Away && now >= nextOpen_) {
+        isOpenAllowed_ = true;
+        nextOpen_ = now + openPause_;
+        openPause_ = std::min<std::chrono::seconds>(2 * openPause_, LongestOpenPause);
     }
 }
 
 bool OpenRetry::takeFailure(int32_t error, SteadyTime now) {
     lastError_ = error;
-    if (isDeviceInDoubt()) {
-        nextOpen_ = now + openPause_;
-        openPause_ = std::min<std::chrono::seconds>(2 * openPause_, LongestOpenPause);
+    isOpenAllowed_ = false;
+    if (isDeviceInDoubt())
         return isReportDue(now);
-    }
     ++failures_;
     nextQuestion_ = now + AskPause;
     nextReport_ = now + ReportPause;

@@ -32,10 +32,10 @@ class OpenRetry {
 
     // What to do about a stream that is wanted and closed.
     Step next(SteadyTime now) const;
-    // Takes the device's answer to Step::AskDevice. Returns true when the stream is to be opened.
-    // While a device stays openable or busy and its opens fail, they become rarer, down to one in
-    // ten minutes. A change of the answer allows one at once.
-    bool takeAnswer(DeviceAnswer answer, SteadyTime now);
+    // Takes the device's answer to Step::AskDevice, which may make Step::Open the next one. While a
+    // device stays openable or busy and its opens fail, they become rarer, down to one in ten
+    // minutes. A change of the answer allows one at once.
+    void takeAnswer(DeviceAnswer answer, SteadyTime now);
     // Takes the error of an open that failed. Returns true when it is to be logged: each of the
     // first ten, then one in ten minutes.
     bool takeFailure(int32_t error, SteadyTime now);
@@ -54,6 +54,7 @@ class OpenRetry {
     uint32_t failures_ = 0;  // in a row; stays at FreeTries
     int32_t lastError_ = 0;
     DeviceAnswer lastAnswer_ = DeviceAnswer::Away;
+    bool isOpenAllowed_ = false;  // by the last answer, until the next failure
     SteadyTime nextQuestion_{};
     SteadyTime nextOpen_{};
     SteadyTime nextReport_{};

@@ -2,8 +2,9 @@
 #pragma once
 
 // Runs `work` and returns true, or false when it threw. Inside the module only std::bad_alloc is
-// ever thrown (and, in theory, a mutex's std::system_error). The caller gives this step up and goes
-// on with the next. Destructors have already freed or handed back every buffer.
+// thrown, and std::system_error by a load that finds no descriptor (in theory also by a mutex). The
+// caller gives this step up and goes on with the next. Destructors have already freed or handed
+// back every buffer.
 template <typename Work>
 bool contain(Work&& work) noexcept {
     try {

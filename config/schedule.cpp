@@ -23,19 +23,31 @@ Place next(const Place& place, const TiXmlNode* top) {
     return after(place, top);
 }
 
+// Returns the bytes of a text with its special characters as entities.
+size_t escapedSize(const std::string& text) {
+    constexpr size_t LongestEntity = 6;  // &quot;
+    size_t size = 0;
+    for (const char c : text)
+        size += std::strchr("&<>\"'", c) != nullptr || static_cast<unsigned char>(c) < ' '
+                    ? LongestEntity
+                    : 1;
+    return size;
+}
+
 // Returns at least as many bytes as the node takes in a file, without what is in it.
 size_t printedSize(const Place& place) {
     constexpr size_t ScheduleLevel = 5;  // of the elements around it
     constexpr size_t Indentation = 4;    // of a level
-    constexpr size_t Escaped = 6;        // the longest entity for a character: &quot;
     constexpr size_t Punctuation = 16;   // brackets, quotes, line ends
     const size_t line = (ScheduleLevel + place.depth) * Indentation + Punctuation;
-    size_t size = 2 * (line + place.node->ValueStr().size() * Escaped);
+    const size_t value = escapedSize(place.node->ValueStr());
     const TiXmlElement* element = place.node->ToElement();
-    for (const TiXmlAttribute* attribute = element != nullptr ? element->FirstAttribute() : nullptr;
-         attribute != nullptr; attribute = attribute->Next())
-        size +=
-            std::strlen(attribute->Name()) + attribute->ValueStr().size() * Escaped + Punctuation;
+    if (element == nullptr)
+        return line + value;
+    size_t size = (element->NoChildren() ? 1 : 2) * (line + value);
+    for (const TiXmlAttribute* attribute = element->FirstAttribute(); attribute != nullptr;
+         attribute = attribute->Next())
+        size += std::strlen(attribute->Name()) + escapedSize(attribute->ValueStr()) + 4;
     return size;
 }
 

@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <memory>
 
-// In bytes. A week by the minute, 10,080 entries, has 800,000; one schedule of this size is far
-// from filling a file that a load takes.
+// In bytes of the settings file. A week by the minute, 10,080 entries, takes 0.8 million. A file
+// that a load takes holds sixteen schedules of this size.
 constexpr size_t LargestSchedule = 4 << 20;
 
 // Returns a deep copy of `schedule` for a channel to keep, or null when it would take more than

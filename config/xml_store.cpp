@@ -80,7 +80,8 @@ std::string withErrno(const char* what, int error) {
 // FIFO cannot stop the save, and a link cannot lead it to another file.
 std::string writePending(const std::string& pendingPath, std::string_view text) {
     struct stat status {};
-    if (lstat(pendingPath.c_str(), &status) == 0 && unlink(pendingPath.c_str()) != 0)
+    if (lstat(pendingPath.c_str(), &status) == 0 && unlink(pendingPath.c_str()) != 0 &&
+        errno != ENOENT)
         return withErrno("remove error ", errno);
     FilePtr file(std::fopen(pendingPath.c_str(), "wbx"));
     if (!file)
@@ -116,35 +117,35 @@ bool failLoad(TiXmlDocument& document, int error) {
 
 enum class Links { Follow, Refuse };
 
-// Opens a file for reading. Returns a negative value when it cannot be opened, now or ever. Throws
-// std::system_error when the file may be there, but the system is short of descriptors or memory.
-// Does not wait for the writer of a FIFO.
-int openForReading(const std::string& path, Links links) {
-    const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | (links == Links::Refuse ? O_NOFOLLOW : 0);
-    const int descriptor = open(path.c_str(), flags);
-    if (descriptor < 0 && (errno == EMFILE || errno == ENFILE || errno == ENOMEM))
+// Returns false. Throws instead when the last call failed only because the system is short of
+// descriptors or memory for now: the file may be there, and whole.
+bool missing(const std::string& path) {
+    if (errno == EMFILE || errno == ENFILE || errno == ENOMEM)
         throw std::system_error(errno, std::generic_category(), path);
-    return descriptor;
+    return false;
 }
 
 // Reads the file's text. Returns false when it is missing, no regular file, too large, or
 // unreadable.
 bool readRegularFile(const std::string& path, Links links, std::string& text) {
-    const int descriptor = openForReading(path, links);
+    // Does not wait for the writer of a FIFO.
+    const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | (links == Links::Refuse ? O_NOFOLLOW : 0);
+    const int descriptor = open(path.c_str(), flags);
     if (descriptor < 0)
-        return false;
+        return missing(path);
     const FilePtr file(fdopen(descriptor, "rb"));
     if (!file) {
         close(descriptor);
         throw std::bad_alloc();
     }
     struct stat status {};
-    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) ||
-        static_cast<uint64_t>(status.st_size) > LargestXmlFile)
+    if (fstat(descriptor, &status) != 0)
+        return missing(path);
+    if (!S_ISREG(status.st_mode) || static_cast<uint64_t>(status.st_size) > LargestXmlFile)
         return false;
     text.resize(static_cast<size_t>(status.st_size));
     text.resize(std::fread(text.data(), 1, text.size(), file.get()));
-    return std::ferror(file.get()) == 0;
+    return std::ferror(file.get()) == 0 || missing(path);
 }
 
 // Makes line ends those of XML: a carriage return, with or without a line feed, is a line feed.

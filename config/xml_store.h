@@ -25,7 +25,7 @@ bool SaveXmlFile(const TiXmlDocument& document, const char* path);
 // or else from `path`. Returns false, with TinyXML's error in the document, when there is no such
 // file. A file that is not a regular one or is larger than LargestXmlFile counts as missing, and so
 // does a link at the pending path. Throws std::bad_alloc, and std::system_error when a file could
-// not be opened for want of descriptors or memory: what it holds is unknown then.
+// not be read for want of descriptors or memory: what `document` holds is unspecified then.
 bool LoadXmlFile(TiXmlDocument& document, const char* path);
 
 // Returns why the last failed save in this process failed, such as

@@ -39,7 +39,8 @@ void CPlugin::startAudioSystem() {
     }
     TiXmlDocument settings;
     const bool isKnown = contain([&] { loadSettings(settings); });
-    applyConfiguration(settings.RootElement(), true);
+    // A load that threw may have left a part of a torn file.
+    applyConfiguration(isKnown ? settings.RootElement() : nullptr, true);
     settingsHeld = isKnown;
     writeSettings();
 }

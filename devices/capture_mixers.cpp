@@ -62,15 +62,13 @@ MixerPtr openMixer(const std::string& device, const std::string& card) {
 bool enableCapture(snd_mixer_elem_t* element, const char* label) {
     const CaptureElement read = readCapture(element);
     if (!read.isRead()) {
-        logLine(LogError,
-                   "ALSA: %s failed to query settings (errors %d/%d/%d/%d", label, read.rangeError,
-                   read.volumeError, read.leftError, read.rightError);
+        logLine(LogError, "ALSA: %s failed to query settings (errors %d/%d/%d/%d", label,
+                read.rangeError, read.volumeError, read.leftError, read.rightError);
         return false;
     }
 
-    logLine(LogInfo,
-               "ALSA: %s curr settings = %s vmin %ld vmax %ld vol %ld", label,
-               read.isOn() ? "enabled" : "disabled", read.minimum, read.maximum, read.volume);
+    logLine(LogInfo, "ALSA: %s curr settings = %s vmin %ld vmax %ld vol %ld", label,
+            read.isOn() ? "enabled" : "disabled", read.minimum, read.maximum, read.volume);
     if (!read.isOn()) {
         const int error = snd_mixer_selem_set_capture_switch_all(element, 1);
         if (error < 0) {
