@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "base/utf8.h"
 #include "config/xml_bounds.h"
 #include "config/xml_parse.h"
 #include "host/text.h"
-#include "base/utf8.h"
 
 namespace {
 

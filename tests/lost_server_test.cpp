@@ -28,11 +28,11 @@ class SoundServer {
     void kill() const {
         std::ofstream(folder_ / "down").put('\n');
         signal(SIGKILL);
-        EXPECT_TRUE(await(10s, [this] { return !isThere(); }));
+        EXPECT_TRUE(await(10s, [] { return !isThere(); }));
     }
     void restart() const {
         std::filesystem::remove(folder_ / "down");
-        EXPECT_TRUE(await(20s, [this] { return isThere(); }));
+        EXPECT_TRUE(await(20s, [] { return isThere(); }));
     }
 
   private:
@@ -42,7 +42,7 @@ class SoundServer {
 
 class LostServer : public LiveModule {
   protected:
-    const SoundServer server_;
+    const SoundServer server_{};
 };
 
 TEST_F(LostServer, KilledAndRestarted) {
