@@ -13,7 +13,8 @@ namespace {
 // does. Every step answers false when the parser stops there for good.
 class Scanner {
   public:
-    Scanner(const char* text, const XmlBounds& bounds) : text_(text), at_(text), bounds_(bounds) {}
+    Scanner(const char* text, const XmlBounds& bounds)
+        : text_(text), end_(text + std::strlen(text)), at_(text), bounds_(bounds) {}
 
     std::vector<Excess> findExcess() {
         for (bool isText = false; skipSpace(); isBehindText_ = isText) {
@@ -173,11 +174,11 @@ class Scanner {
         return *at_ != '\0';
     }
 
-    bool skipPast(const char* end, size_t from) {
-        const char* found = std::strstr(at_ + from, end);
-        if (found == nullptr)
+    bool skipPast(std::string_view end, size_t from) {
+        const size_t found = std::string_view(at_, static_cast<size_t>(end_ - at_)).find(end, from);
+        if (found == std::string_view::npos)
             return false;
-        at_ = found + std::strlen(end);
+        at_ += found + end.size();
         return true;
     }
 
@@ -204,6 +205,7 @@ class Scanner {
     }
 
     const char* const text_;
+    const char* const end_;
     const char* at_;
     const XmlBounds bounds_;
     bool isBehindText_ = false;
