@@ -4,6 +4,7 @@
 
 #include "host/commands.h"
 #include "host/document_flaw.h"
+#include "host/patient.h"
 #include "host/report.h"
 
 namespace {
@@ -38,7 +39,9 @@ void check(const std::string& text, const std::filesystem::path& path) {
 }  // namespace
 
 int runSend(const Options& options, Console& console) {
-    const std::string document = contentOf(options.document);
+    const std::string document =
+        awaited(console, "stopped while reading the document; nothing was sent",
+                [&] { return contentOf(options.document); });
     check(document, options.document);
     Session session(options.session, console);
     session.send(document);
