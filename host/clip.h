@@ -6,8 +6,7 @@
 #include <functional>
 #include <vector>
 
-// Told how much of a work is done, 0 to 1; 0 when that cannot be told. What it throws ends the
-// work.
+// Told how much of a work is done, 0 to 1.
 using OnProgress = std::function<void(double fraction)>;
 
 // Reads the first so many seconds, 0 for all, of any file that libsndfile knows, mixes them to mono

@@ -96,6 +96,11 @@ void Console::error(std::string_view line) {
     writeLine(err_, {{"tamborin-host:", Colour::Red}, {" " + std::string(line)}});
 }
 
+void Console::giveUp(std::string_view line) {
+    error(line);
+    std::_Exit(EXIT_FAILURE);
+}
+
 void Console::logLine(int32_t level, std::string_view text) {
     writeLine(err_, {{std::to_string(level) + " " + std::string(text),
                       level >= LogError ? Colour::Red : Colour::None}});

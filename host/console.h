@@ -41,6 +41,8 @@ class Console {
     void remark(const Line& line);
     void remark(const std::string& line) { remark(Line{{line}}); }
     void error(std::string_view line);
+    // Tells an error and ends the process at once, with what cannot be ended otherwise.
+    [[noreturn]] void giveUp(std::string_view line);
     void logLine(int32_t level, std::string_view text);
     // Lines at the bottom of the terminal, which replace the last ones; without a terminal they are
     // simply written.

@@ -1,11 +1,10 @@
 #include "host/player.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 #include "host/clip.h"
+#include "host/patient.h"
 #include "host/recorder.h"
-#include "host/stop.h"
 
 namespace {
 
@@ -20,11 +19,9 @@ constexpr auto Patience = 10s;
 }  // namespace
 
 std::vector<uint8_t> readClip(const std::filesystem::path& file, double seconds, Console& console) {
-    Progress progress(console, "reading the clip");
-    return loadClip(file, seconds, [&](double fraction) {
-        if (stopAsked())
-            throw std::runtime_error("stopped while reading the clip; nothing was played");
-        progress.show(fraction);
+    return awaited(console, "stopped while reading the clip; nothing was played", [&] {
+        Progress progress(console, "reading the clip");
+        return loadClip(file, seconds, [&](double fraction) { progress.show(fraction); });
     });
 }
 

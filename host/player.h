@@ -13,8 +13,8 @@
 // once when it starts.
 constexpr int GaplessBufferLength = 1000;
 
-// Reads so many seconds of a clip (host/clip.h), showing how far it is. Throws std::runtime_error,
-// also when the user stops the tool.
+// Reads so many seconds of a clip (host/clip.h), showing how far it is. Throws std::runtime_error;
+// ends the process when the user stops it meanwhile.
 std::vector<uint8_t> readClip(const std::filesystem::path& file, double seconds, Console& console);
 
 class Player {

@@ -4,6 +4,7 @@
 
 #include "host/commands.h"
 #include "host/document_flaw.h"
+#include "host/patient.h"
 #include "host/report.h"
 
 namespace {
@@ -41,7 +42,9 @@ void check(std::string text, const std::filesystem::path& path, Console& console
 }  // namespace
 
 int runSend(const Options& options, Console& console) {
-    const std::string document = contentOf(options.document);
+    const std::string document =
+        awaited(console, "stopped while reading the document; nothing was sent",
+                [&] { return contentOf(options.document); });
     check(document, options.document, console);
     Session session(options.session, console);
     session.send(document);

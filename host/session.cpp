@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <future>
 #include <stdexcept>
 #include <thread>
@@ -17,6 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto ModuleTimeout = 20s;
+constexpr auto StopPatience = 1s;
 constexpr auto LookInterval = 100ms;
 constexpr auto SoundTimeout = 10s;  // an input may take two to start, or be silent for good
 
@@ -75,9 +75,20 @@ Session::Session(const SessionOptions& options, Console& console, const ModuleLi
 // Answers the buffering (ms) that the settings give.
 int Session::startModule() {
     module_.start();
-    awaitDescription(1, "starting the module");
+    awaitModule("starting the module", [&] { return signalCame() || isDescribed(1); });
+    if (signalCame())
+        throwStopped();
     const std::lock_guard held(mutex_);
     return latest_.bufferLength;
+}
+
+// A module that waits for the sound server cannot be stopped.
+void Session::throwStopped() {
+    const std::string line = "stopped while starting the module";
+    const auto stopping = std::async(std::launch::async, [this] { module_.stop(); });
+    if (stopping.wait_for(StopPatience) != std::future_status::ready)
+        console_.giveUp(line);
+    throw std::runtime_error(line);
 }
 
 Session::~Session() {
@@ -118,32 +129,26 @@ void Session::onDocument(std::string_view xml) {
     described_.notify_all();
 }
 
-void Session::awaitDescription(int generation, const std::string& what) {
-    awaitModule(what, [&] {
-        std::unique_lock held(mutex_);
-        return described_.wait_for(held, LookInterval, [&] { return generation_ >= generation; });
-    });
+// Waits for it, though not for long.
+bool Session::isDescribed(int generation) {
+    std::unique_lock held(mutex_);
+    return described_.wait_for(held, LookInterval, [&] { return generation_ >= generation; });
 }
 
+// The module's thread may be inside a library that waits for the sound server, without a limit, and
+// cannot be stopped. To unwind would be to wait for it, so the process ends then. Files of
+// recordings are whole at any moment.
 void Session::awaitModule(const std::string& what, const std::function<bool()>& isDone) {
     Progress progress(console_, what);
     const auto begin = std::chrono::steady_clock::now();
     while (!isDone()) {
         const auto waited = std::chrono::steady_clock::now() - begin;
         if (waited > ModuleTimeout)
-            giveUp(what);
+            console_.giveUp(what +
+                            " takes too long; does the sound server hang? "
+                            "'tamborin-host doctor' tells more");
         progress.show(std::chrono::duration<double>(waited) / ModuleTimeout);
     }
-}
-
-// The module's thread is inside a library that waits for the sound server, without a limit, and
-// cannot be stopped. To unwind would be to wait for it, so the process ends here. Files of
-// recordings are whole at any moment.
-void Session::giveUp(const std::string& what) {
-    console_.error(what +
-                   " takes too long; does the sound server hang? "
-                   "'tamborin-host doctor' tells more");
-    std::_Exit(EXIT_FAILURE);
 }
 
 void Session::send(const std::string& document) {
@@ -154,7 +159,7 @@ void Session::send(const std::string& document) {
     }
     if (!module_.configure(document))
         throw std::runtime_error("the module refuses a configuration");
-    awaitDescription(next, "applying the configuration");
+    awaitModule("applying the configuration", [&] { return isDescribed(next); });
 }
 
 std::vector<ChannelDescription> Session::channels() const {

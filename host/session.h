@@ -27,8 +27,8 @@ class Session {
     // Loads and starts the module in the folder, which becomes the working directory, is made when
     // it is missing, and is kept from other processes of the tool, and waits for its description.
     // `listener` is called on the module's threads, for log lines from `listenerLevel` on. Throws
-    // std::runtime_error. Ends the process, with a line for the user, when the module hangs, here
-    // and in what follows.
+    // std::runtime_error, also when a signal comes meanwhile. Ends the process, with a line for the
+    // user, when the module hangs, here and in what follows.
     Session(const SessionOptions& options, Console& console, const ModuleListener& listener = {},
             int32_t listenerLevel = LogError);
     ~Session();
@@ -66,9 +66,9 @@ class Session {
     ModuleListener composed(const ModuleListener& listener);
     int startModule();
     void onDocument(std::string_view xml);
-    void awaitDescription(int generation, const std::string& what);
     void awaitModule(const std::string& what, const std::function<bool()>& isDone);
-    [[noreturn]] void giveUp(const std::string& what);
+    bool isDescribed(int generation);
+    [[noreturn]] void throwStopped();
 
     const SessionOptions options_;
     Console& console_;

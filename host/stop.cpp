@@ -28,6 +28,8 @@ void stopOnSignals() {
             signal, [](int) {}, 0);
 }
 
+bool signalCame() { return signalled; }
+
 void noteReaderLeft() { readerLeft = true; }
 
 bool readerHasLeft() { return readerLeft; }

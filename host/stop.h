@@ -6,6 +6,8 @@
 // pipe and a file that grows beyond its limit become failed writes. Once, before any thread is
 // started.
 void stopOnSignals();
+// Whether one of the first three came. Any thread.
+bool signalCame();
 
 // Nobody reads stdout any more, which ends the running session, too. Any thread.
 void noteReaderLeft();

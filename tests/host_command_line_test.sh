@@ -68,6 +68,20 @@ mkfifo settings/tamborin.xml.pending && doctor "note .*pending is no regular fil
 rm settings/*.pending && mkdir settings/tamborin.xml.pending
 doctor "WRONG .*pending cannot be replaced: it is a folder"
 
+# A file that makes one wait, as nobody writes to it, is given up at the first signal.
+mkfifo pipe
+for command in play talk send; do
+    timeout --foreground -k 60 600 "$host" $command pipe 2>err & waiting=$!
+    exec 3>pipe  # until it reads
+    kill -TERM $waiting
+    status=0
+    wait $waiting || status=$?
+    exec 3>&-
+    if [ $status -ne 1 ] || ! grep -q "^tamborin-host: stopped while reading the .*; not" err; then
+        fail "$command, stopped: exit status $status: $(cat err)"
+    fi
+done
+
 # One process a folder, as each restores what it found; the others name it.
 mkdir used
 ! flock used "$host" channels --dir used 2>err || fail "two in one folder"

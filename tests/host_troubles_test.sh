@@ -5,7 +5,11 @@ set -euo pipefail
 [ $# -eq 1 ] || exec "$2" "$0" "$1"
 host=$1
 folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
+read -ra servers </proc/$PPID/task/$PPID/children || true  # no end of line
+for server in "${servers[@]}"; do
+    [ "$(cat "/proc/$server/comm")" != pulseaudio ] || break
+done
+trap 'kill -CONT $server; rm -rf "$folder"' EXIT
 cd "$folder"
 fail() { echo "FAILED: $*" >&2; exit 1; }
 
@@ -20,10 +24,24 @@ if [ $status -ne 1 ] || ! grep -q "^tamborin-host: cannot write .*wav: File too 
     fail "at the limit of a file: exit status $status: $(cat out err)"
 fi
 
+# A start that waits for a server that hangs ends at the first signal.
+kill -STOP "$server"
+"$host" record 2>err & waiting=$!
+until grep -q "starting the module" err; do sleep 0.1; done
+kill -TERM $waiting
+status=0
+wait $waiting || status=$?
+kill -CONT "$server"
+if [ $status -ne 1 ] || ! grep -q "^tamborin-host: stopped while starting the module" err; then
+    fail "stopped while the server hangs: exit status $status: $(cat err)"
+fi
+
 # A terminal that is gone ends a view of it, also without SIGHUP.
 script -qec 'tty >tty; exec sleep 600' /dev/null </dev/null >/dev/null 2>&1 & terminal=$!
 until [ -s tty ]; do sleep 0.1; done
-TERM=xterm timeout 60 "$host" watch <"$(cat tty)" >"$(cat tty)" 2>err & watch=$!
+exec 3<>"$(cat tty)"
+TERM=xterm timeout 60 "$host" watch <&3 >&3 3<&- 2>err & watch=$!
+exec 3<&-
 until grep -qs 'Channel.* Enabled="1"' tamborin.xml; do sleep 0.1; done
 kill $terminal
 wait $watch || fail "watch without its terminal: exit status $?: $(cat err)"
