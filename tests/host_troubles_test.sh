@@ -5,10 +5,7 @@ set -euo pipefail
 [ $# -eq 1 ] || exec "$2" "$0" "$1"
 host=$1
 folder=$(mktemp -d)
-read -ra servers </proc/$PPID/task/$PPID/children || true  # no end of line
-for server in "${servers[@]}"; do
-    [ "$(cat "/proc/$server/comm")" != pulseaudio ] || break
-done
+server=$(cat "$PULSE_RUNTIME_PATH/pid")
 trap 'kill -CONT $server; rm -rf "$folder"' EXIT
 cd "$folder"
 fail() { echo "FAILED: $*" >&2; exit 1; }
