@@ -30,17 +30,12 @@ TEST_F(HostRecords, LogLinesByLevelAndLength) {
         size_t textLength;
         uint32_t sentLength;  // 0: not sent
     };
-    for (const Case& c : std::initializer_list<Case>{{50, 25, 10, 0},
-                                                     {50, 50, 10, 10},
-                                                     {-5, 0, 10, 10},
-                                                     {0, 25, 0, 0},
-                                                     {0, 25, 2047, 2047},
-                                                     {0, 25, 2048, 2048},
-                                                     {0, 0, 2048, 2048},
-                                                     {0, 25, 3000, 2048},
-                                                     {0, 0, 2049, 2049},
-                                                     {0, 0, 3000, 3000},
-                                                     {76, 75, 1, 0}}) {
+    // clang-format off
+    for (const Case& c : std::initializer_list<Case>{
+             {50, 25, 10, 0}, {50, 50, 10, 10}, {-5, 0, 10, 10}, {0, 25, 0, 0},
+             {0, 25, 2047, 2047}, {0, 25, 2048, 2048}, {0, 0, 2048, 2048},
+             {0, 25, 3000, 2048}, {0, 0, 2049, 2049}, {0, 0, 3000, 3000}, {76, 75, 1, 0}}) {
+        // clang-format on
         threshold = c.threshold;
         static std::string sent;
         sent.clear();

@@ -36,38 +36,24 @@ struct Attempt {
 };
 
 TEST(OpenRetry, AsksAfterTenFailures) {
+    // clang-format off
     const std::vector<std::vector<Attempt>> lives{
         // Away: asked once a second, logged once in ten minutes; opened when it is back.
-        {{999ms, Away, "wait"},
-         {1000ms, Away, "ask"},
-         {1999ms, Openable, "wait"},
-         {2000ms, Away, "ask"},
-         {599'999ms, Away, "ask"},
-         {601'000ms, Away, "ask, log"},
-         {602'000ms, Away, "ask"},
-         {1'200'999ms, Away, "ask"},
-         {1'202'000ms, Away, "ask, log"},
-         {1'203'000ms, Openable, "ask, open", true},
-         {1'203'000ms, Away, "open, log"}},
-        // Openable or busy, but it cannot be opened: ever more rarely.
-        {{1000ms, Busy, "ask, open"},
-         {2000ms, Busy, "ask, open"},
-         {3000ms, Busy, "ask"},
-         {4000ms, Busy, "ask, open"},
-         {7000ms, Busy, "ask"},
-         {7500ms, Busy, "wait"},
-         {8000ms, Openable, "ask, open"},  // another answer: at once
-         {9000ms, Openable, "ask"},
-         {10'000ms, Away, "ask"},
-         {11'000ms, Openable, "ask, open"},
-         {12'000ms, Busy, "ask, open", true},
+        {{999ms, Away, "wait"}, {1000ms, Away, "ask"}, {1999ms, Openable, "wait"},
+         {2000ms, Away, "ask"}, {599'999ms, Away, "ask"}, {601'000ms, Away, "ask, log"},
+         {602'000ms, Away, "ask"}, {1'200'999ms, Away, "ask"}, {1'202'000ms, Away, "ask, log"},
+         {1'203'000ms, Openable, "ask, open", true}, {1'203'000ms, Away, "open, log"}},
+        // Openable or busy, but it cannot be opened: ever more rarely; another answer: at once.
+        {{1000ms, Busy, "ask, open"}, {2000ms, Busy, "ask, open"}, {3000ms, Busy, "ask"},
+         {4000ms, Busy, "ask, open"}, {7000ms, Busy, "ask"}, {7500ms, Busy, "wait"},
+         {8000ms, Openable, "ask, open"}, {9000ms, Openable, "ask"}, {10'000ms, Away, "ask"},
+         {11'000ms, Openable, "ask, open"}, {12'000ms, Busy, "ask, open", true},
          {12'000ms, Busy, "open, log"}},
         // Nobody to ask: once a second.
-        {{999ms, CannotTell, "wait"},
-         {1000ms, CannotTell, "ask, open"},
-         {2000ms, CannotTell, "ask, open"},
-         {3000ms, CannotTell, "ask, open"},
+        {{999ms, CannotTell, "wait"}, {1000ms, CannotTell, "ask, open"},
+         {2000ms, CannotTell, "ask, open"}, {3000ms, CannotTell, "ask, open"},
          {600'000ms, CannotTell, "ask, open, log"}}};
+    // clang-format on
     for (const auto& life : lives) {
         OpenRetry retry;
         const SteadyTime tenth(100s);
