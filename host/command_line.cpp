@@ -218,7 +218,6 @@ CommandLine parseCommandLine(int argc, char** argv) {
     Grammar(line).parse(argc, argv);
     if (line.command == nullptr)
         return line;
-    options.session.json = line.console.json;
     // The module runs in its own folder, and a name without a slash is the dynamic linker's.
     if (options.session.module.has_parent_path())
         makeAbsolute(options.session.module);

@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <stdexcept>
+#include <utility>
 
 #include "host/stop.h"
 #include "host/text.h"
@@ -42,6 +44,15 @@ size_t widthOf(FILE* terminal) {
     return ioctl(fileno(terminal), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : Usual;
 }
 
+// A quarter of an hour of records of ten inputs, and of messages what a person may want to read.
+constexpr size_t MostRecordBytes = size_t{8} << 20;
+constexpr size_t MostMessageBytes = size_t{1} << 20;
+
+void noteRecordsFailure(int error) {
+    if (error == EPIPE)
+        noteReaderLeft();
+}
+
 int abortFd = STDERR_FILENO;
 
 // PortAudio has assertions; what one said went nowhere.
@@ -71,6 +82,12 @@ FILE* silenceLibraries() {
 
 }  // namespace
 
+void checkResultsWritten() {
+    const bool written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    if (!written && !readerHasLeft())
+        throw std::runtime_error("cannot write the results to stdout; is there room for them?");
+}
+
 bool areColoursWanted() {
     const char* without = std::getenv("NO_COLOR");
     return without == nullptr || *without == '\0';
@@ -83,7 +100,18 @@ Console::Console(const ConsoleOptions& options)
       outColours_(showsColours(out_)),
       errColours_(showsColours(err_)),
       // Records on the same terminal would run into the lines.
-      statusLive_(isTerminal(err_) && !(options.json && isTerminal(stdout))) {}
+      statusLive_(isTerminal(err_) && !(options.json && isTerminal(stdout))),
+      messages_(fileno(err_), MostMessageBytes),
+      records_(options.json ? std::make_unique<BoundedWriter>(STDOUT_FILENO, MostRecordBytes,
+                                                              noteRecordsFailure)
+                            : nullptr) {}
+
+void Console::record(std::string line) {
+    if (records_->isSettled())
+        leavesRecordsOut_ = false;
+    if (!records_->write(std::move(line)) && !stopAsked() && !leavesRecordsOut_.exchange(true))
+        error("stdout takes no more records; they are left out until it does");
+}
 
 void Console::result(const Line& line) { writeLine(out_, line); }
 
@@ -98,6 +126,9 @@ void Console::error(std::string_view line) {
 
 void Console::giveUp(std::string_view line) {
     error(line);
+    if (records_)
+        records_->settle();
+    messages_.settle();
     std::_Exit(EXIT_FAILURE);
 }
 
@@ -110,13 +141,17 @@ void Console::status(const std::vector<std::string>& lines) {
     if (options_.quiet)
         return;
     const std::lock_guard held(mutex_);
+    // What is past when it is read need not be written.
+    if (!messages_.isSettled())
+        return;
     eraseStatus();
     // A line that wraps could not be erased.
     const size_t width = widthOf(err_) - 1;
+    std::string text;
     for (const std::string& line : lines)
-        std::fprintf(err_, "%s\n", (statusLive_ ? fitted(line, width) : printable(line)).c_str());
+        text += (statusLive_ ? fitted(line, width) : printable(line)) + "\n";
+    writeMessage(text);
     statusLines_ = statusLive_ ? lines.size() : 0;
-    std::fflush(err_);
 }
 
 void Console::clearStatus() {
@@ -124,20 +159,42 @@ void Console::clearStatus() {
     eraseStatus();
 }
 
+void Console::finishResults() {
+    if (!records_)
+        return checkResultsWritten();
+    records_->settle();
+    if (const uint64_t lost = records_->lost(); lost > 0 && !readerHasLeft())
+        throw std::runtime_error(std::to_string(lost) +
+                                 " records were left out, as stdout did not take them");
+}
+
+// Results go behind the messages before them, as both may go to one terminal.
 void Console::writeLine(FILE* file, const Line& line) {
-    const std::lock_guard held(mutex_);
-    eraseStatus();
-    std::fprintf(file, "%s\n", shown(line, file == out_ ? outColours_ : errColours_).c_str());
-    // Who reads messages may go; who goes from the results has enough of them.
-    if (std::fflush(file) != 0 && errno == EPIPE && file == stdout)
+    const bool isColoured = file == out_ ? outColours_ : errColours_;
+    const std::string text = shown(line, isColoured) + "\n";
+    {
+        const std::lock_guard held(mutex_);
+        eraseStatus();
+        if (file == err_)
+            return writeMessage(text);
+    }
+    messages_.settle();
+    std::fputs(text.c_str(), file);
+    if (std::fflush(file) != 0 && errno == EPIPE)
         noteReaderLeft();
+}
+
+void Console::writeMessage(std::string text) {
+    if (lostMessages_ > 0)
+        text = "tamborin-host: " + std::to_string(lostMessages_) +
+               " messages were left out, as nobody read stderr\n" + text;
+    lostMessages_ = messages_.write(std::move(text)) ? 0 : lostMessages_ + 1;
 }
 
 void Console::eraseStatus() {
     if (statusLines_ > 0)
-        std::fprintf(err_, "\033[%zuA\033[J", statusLines_);
+        writeMessage("\033[" + std::to_string(statusLines_) + "A\033[J");
     statusLines_ = 0;
-    std::fflush(err_);
 }
 
 void Progress::show(double fraction, const std::vector<std::string>& details) {

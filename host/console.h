@@ -1,16 +1,21 @@
 // Where the tool speaks to its user, apart from what the audio libraries write to stderr.
 //
 // What was asked for and remarks go to stdout (with --json to stderr, as stdout belongs to the
-// records then), errors, log lines and progress to stderr.
+// records then), errors, log lines and progress to stderr. Only results wait for who reads them:
+// the rest is written by threads of its own, and left out where a reader stalls.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "host/bounded_writer.h"
 
 struct ConsoleOptions {
     bool quiet = false;         // no remarks, no progress
@@ -31,11 +36,18 @@ struct Piece {
 };
 using Line = std::vector<Piece>;
 
+// Throws std::runtime_error when stdout could not take what was printed there; a reader who has
+// left had enough.
+void checkResultsWritten();
+
 // One in a process. Any thread, but for its construction, which comes before any thread is started.
 class Console {
   public:
     explicit Console(const ConsoleOptions& options);
 
+    // Every record of the module is wanted, as a text with its line's end.
+    bool wantsRecords() const { return records_ != nullptr; }
+    void record(std::string line);
     void result(const Line& line);
     void result(const std::string& line) { result(Line{{line}}); }
     void remark(const Line& line);
@@ -48,6 +60,8 @@ class Console {
     // simply written.
     void status(const std::vector<std::string>& lines);
     void clearStatus();
+    // Waits for who reads the results. Throws std::runtime_error when not all could be written.
+    void finishResults();
 
     bool isQuiet() const { return options_.quiet; }
     // Whether status lines can replace each other.
@@ -57,6 +71,7 @@ class Console {
 
   private:
     void writeLine(FILE* file, const Line& line);
+    void writeMessage(std::string text);
     void eraseStatus();
 
     const ConsoleOptions options_;
@@ -65,8 +80,12 @@ class Console {
     const bool outColours_;
     const bool errColours_;
     const bool statusLive_;
+    std::atomic<bool> leavesRecordsOut_ = false;
     std::mutex mutex_;  // guards the terminal
     size_t statusLines_ = 0;
+    uint64_t lostMessages_ = 0;
+    BoundedWriter messages_;
+    const std::unique_ptr<BoundedWriter> records_;  // with --json
 };
 
 // Shows how far a work of some time has come, and how long it still takes. Silent for the first

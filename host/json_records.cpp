@@ -1,9 +1,8 @@
 #include "host/json_records.h"
 
-#include <unistd.h>
-
 #include <array>
 #include <cinttypes>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <span>
 #include <string_view>
@@ -67,7 +66,7 @@ void addContent(Json& record, const HostMessage& message) {
 
 }  // namespace
 
-bool writeJsonLine(FILE* file, const HostMessage& message, int32_t answer) {
+std::string jsonLine(const HostMessage& message, int32_t answer, bool isAscii) {
     Json record;
     record["record"] = nameOf(message);
     record["kind"] = message.kind;
@@ -76,10 +75,6 @@ bool writeJsonLine(FILE* file, const HostMessage& message, int32_t answer) {
     addContent(record, message);
     if (message.type == TypeLogLevelQuery)
         record["answer"] = answer;
-    // A terminal would obey what is neither ASCII nor escaped.
-    const bool isAscii = isatty(fileno(file)) != 0;
     // A name in the settings need not be UTF-8.
-    const std::string line = record.dump(-1, ' ', isAscii, Json::error_handler_t::replace) + "\n";
-    // One call: threads' lines do not mix.
-    return std::fwrite(line.data(), 1, line.size(), file) == line.size() && std::fflush(file) == 0;
+    return record.dump(-1, ' ', isAscii, Json::error_handler_t::replace) + "\n";
 }

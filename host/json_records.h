@@ -2,10 +2,10 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
+#include <string>
 
 #include "plugin/tamborin.h"
 
-// Writes the record and the host's answer to it. Samples are not written, only how many there are
-// and their peak. False when that fails, and errno tells why. Any thread.
-bool writeJsonLine(FILE* file, const HostMessage& message, int32_t answer);
+// The record and the host's answer to it. Samples are not told, only how many there are and their
+// peak. Of ASCII, if so, else of UTF-8. Any thread.
+std::string jsonLine(const HostMessage& message, int32_t answer, bool isAscii);

@@ -3,11 +3,14 @@
 #include <langinfo.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <clocale>
 #include <cstdio>
+#include <functional>
 
 #include "host/command_line.h"
 #include "host/stop.h"
+#include "host/text.h"
 
 namespace {
 
@@ -29,18 +32,10 @@ void chooseCharacters() {
         std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
-// Results that nobody can read are none; but who stops reading has enough.
-void checkResultsWritten() {
-    const bool written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
-    if (!written && !readerHasLeft())
-        throw std::runtime_error("cannot write the results to stdout; is there room for them?");
-}
-
-int run(const CommandLine& line, Console& console) {
+// Tells what goes wrong.
+int attempt(Console& console, const std::function<int()>& work) {
     try {
-        const int status = line.command(line.options, console);
-        checkResultsWritten();
-        return status;
+        return work();
     } catch (const ModuleLoadError& error) {
         console.error("cannot load the module: " + std::string(error.what()) +
                       "; name its library with --module");
@@ -48,6 +43,15 @@ int run(const CommandLine& line, Console& console) {
         console.error(error.what());
     }
     return Failed;
+}
+
+int run(const CommandLine& line, Console& console) {
+    const int status = attempt(console, [&] { return line.command(line.options, console); });
+    const int finished = attempt(console, [&] {
+        console.finishResults();
+        return Succeeded;
+    });
+    return std::max(status, finished);
 }
 
 }  // namespace
@@ -67,8 +71,8 @@ int main(int argc, char** argv) {
     } catch (const UsageError& error) {
         Console({}).error(error.what());
         return Misused;
-    } catch (const std::exception& error) {
-        Console({}).error(error.what());
+    } catch (const std::exception& error) {  // perhaps of a console that cannot be had
+        std::fprintf(stderr, "tamborin-host: %s\n", printable(error.what()).c_str());
         return Failed;
     }
 }

@@ -1,8 +1,8 @@
 #include "host/session.h"
 
+#include <unistd.h>
+
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <future>
 #include <stdexcept>
 #include <thread>
@@ -101,10 +101,10 @@ Session::~Session() {
 
 ModuleListener Session::composed(const ModuleListener& listener) {
     ModuleListener all = listener;
-    if (options_.json)
-        all.onRecord = [](const HostMessage& message, int32_t answer) {
-            if (!writeJsonLine(stdout, message, answer) && errno == EPIPE)
-                noteReaderLeft();
+    if (console_.wantsRecords())
+        all.onRecord = [this](const HostMessage& message, int32_t answer) {
+            // A terminal would obey what is neither ASCII nor escaped.
+            console_.record(jsonLine(message, answer, isatty(STDOUT_FILENO) != 0));
         };
     all.onLog = [this, heard = listener.onLog](int32_t level, std::string_view text) {
         if (level >= options_.logLevel)

@@ -19,7 +19,6 @@ struct SessionOptions {
     std::filesystem::path folder = ".";  // of the settings file
     int32_t logLevel = LogError;         // lines below are not shown
     double seconds = 0;                  // 0: until stopped
-    bool json = false;                   // every record of the module to stdout
 };
 
 class Session {

@@ -1,12 +1,16 @@
 // Parts of the reference host, for what a whole run cannot bring about at will.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
+#include <future>
 #include <sndfile.hh>
 
 #include "audio/ulaw.h"
+#include "host/bounded_writer.h"
 #include "host/clip.h"
 #include "host/recorder.h"
 #include "host/steady_time.h"
@@ -44,6 +48,34 @@ TEST_F(HostParts, GapsAreThoseOfTheSoundHoweverTheClockIsSet) {
                            outline.envelope.bucketWidth() * 1000 / SampleRate;
         EXPECT_NEAR(static_cast<double>(drawn), 61 * 256 + Lost, 1000);
     }
+}
+
+// Nothing waits for a reader who stalls; what was accepted arrives once he reads again.
+TEST_F(HostParts, TextsBeyondTheBoundAreCountedAndNoOthersAreLost) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe(ends.data()), 0);
+    constexpr uint64_t Texts = 4000;
+    const std::string text(100, 'x');  // more of them than pipe and bound hold
+    uint64_t accepted = 0;
+    std::future<uint64_t> received;
+    {
+        BoundedWriter writer(ends[1], 1000);
+        for (uint64_t i = 0; i < Texts; ++i)
+            accepted += writer.write(text) ? 1 : 0;
+        received = std::async(std::launch::async, [&] {
+            std::array<char, 4096> buffer{};
+            uint64_t bytes = 0;
+            for (ssize_t got = 1; got > 0; bytes += static_cast<uint64_t>(got))
+                got = read(ends[0], buffer.data(), buffer.size());
+            return bytes;
+        });
+        writer.settle();
+        EXPECT_EQ(accepted + writer.lost(), Texts);
+    }
+    close(ends[1]);
+    EXPECT_EQ(received.get(), accepted * text.size());
+    EXPECT_LT(accepted, Texts);
+    close(ends[0]);
 }
 
 TEST_F(HostParts, ClipsAreReadAsFarAsWantedAndNoNumberIsSilence) {

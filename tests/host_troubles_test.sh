@@ -33,6 +33,27 @@ if [ $status -ne 1 ] || ! grep -q "^tamborin-host: stopped while starting the mo
     fail "stopped while the server hangs: exit status $status: $(cat err)"
 fi
 
+# A reader who stalls, of records or of messages, keeps neither the sound nor the end from coming.
+mkfifo stalled
+exec 3<>stalled
+dd if=/dev/zero of=stalled oflag=nonblock bs=4096 count=999 2>/dev/null || true  # until it is full
+for streams in "stalled err 1" "out stalled 0"; do
+    read -r out err expected <<<"$streams"
+    timeout --foreground -k 1 120 "$host" record --json --log-level detail --input 0 \
+        --out "beside $out" >"$out" 2>"$err" & recorder=$!
+    until [ -n "$(find "beside $out" -size +16k 2>/dev/null)" ]; do
+        kill -0 $recorder || fail "no sound while the reader stalls"
+        sleep 0.1
+    done
+    kill -TERM $recorder
+    status=0
+    wait $recorder || status=$?
+    [ $status -eq "$expected" ] || fail "stopped while the reader stalls: exit status $status"
+    ! grep 'Channel.* Enabled="1"' tamborin.xml || fail "a reader who stalls leaves an input enabled"
+done
+grep -q "^tamborin-host: [0-9]* records were left out" err || fail "records left out: $(cat err)"
+exec 3<&-
+
 # A terminal that is gone ends a view of it, also without SIGHUP.
 script -qec 'tty >tty; exec sleep 600' /dev/null </dev/null >/dev/null 2>&1 & terminal=$!
 until [ -s tty ]; do sleep 0.1; done
