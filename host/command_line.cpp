@@ -38,7 +38,7 @@ class Grammar {
         app_.fallthrough();
         app_.set_version_flag("--version", TAMBORIN_VERSION);
         app_.footer(
-            "Channels are chosen by number or by name; 'channels' lists both.\n"
+            "Channels are chosen by number, name or device; 'channels' lists all three.\n"
             "Exit status: 0 done, 1 it did not work, 2 the command line is wrong.\n"
             "COMMAND --help tells the options of a command; the manual is tamborin-host(1).");
         addCommonOptions();

@@ -1,6 +1,7 @@
 // The doctor's look at ALSA's "default", as the module records from it where no sound server runs.
 #include <alsa/asoundlib.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdio>
@@ -13,9 +14,9 @@ namespace {
 
 using Verdict = Finding::Verdict;
 
-constexpr unsigned SampleRate = 8000;
-constexpr unsigned CallbackMs = 256;  // the module takes so much at once
-constexpr unsigned EnoughMs = 2 * CallbackMs;
+constexpr unsigned FramesPerMs = 8;           // at the module's 8000 Hz
+constexpr snd_pcm_uframes_t Callback = 2048;  // frames that the module takes at once
+constexpr unsigned EnoughMs = 3 * Callback / 2 / FramesPerMs;
 
 struct Closer {
     void operator()(snd_pcm_t* pcm) const { snd_pcm_close(pcm); }
@@ -49,6 +50,8 @@ class Complaints {
     Complaints& operator=(const Complaints&) = delete;
 };
 
+std::string complaint() { return firstComplaint.empty() ? "" : "; ALSA says: " + firstComplaint; }
+
 // ALSA names the chain of plug-ins only in a text for people.
 bool goesThroughDsnoop(snd_pcm_t* pcm) {
     snd_output_t* opened = nullptr;
@@ -61,21 +64,24 @@ bool goesThroughDsnoop(snd_pcm_t* pcm) {
     return std::string_view(text, length).find("Direct Snoop PCM") != std::string_view::npos;
 }
 
-// The longest buffer that a stream like the module's can have, in ms; 0 when it can have none.
-unsigned longestBufferMs(snd_pcm_t* pcm) {
+// The buffer that PortAudio will ask for, in ms: two periods, of the device's length that is
+// nearest to a callback's. 0 when it cannot be told.
+unsigned bufferMsOf(snd_pcm_t* pcm) {
     snd_pcm_hw_params_t* made = nullptr;
     if (snd_pcm_hw_params_malloc(&made) < 0)
         return 0;
     const std::unique_ptr<snd_pcm_hw_params_t, Closer> parameters(made);
-    unsigned microseconds = 0;
+    snd_pcm_uframes_t period = Callback;
+    snd_pcm_uframes_t longest = 0;
     int direction = 0;
     const bool isPossible =
         snd_pcm_hw_params_any(pcm, made) >= 0 &&
         snd_pcm_hw_params_set_format(pcm, made, SND_PCM_FORMAT_S16) >= 0 &&
         snd_pcm_hw_params_set_channels(pcm, made, 1) >= 0 &&
-        snd_pcm_hw_params_set_rate(pcm, made, SampleRate, 0) >= 0 &&
-        snd_pcm_hw_params_get_buffer_time_max(made, &microseconds, &direction) >= 0;
-    return isPossible ? microseconds / 1000 : 0;
+        snd_pcm_hw_params_set_rate(pcm, made, 1000 * FramesPerMs, 0) >= 0 &&
+        snd_pcm_hw_params_set_period_size_near(pcm, made, &period, &direction) >= 0 &&
+        snd_pcm_hw_params_get_buffer_size_max(made, &longest) >= 0;
+    return isPossible ? static_cast<unsigned>(std::min(2 * period, longest) / FramesPerMs) : 0;
 }
 
 }  // namespace
@@ -89,18 +95,19 @@ Findings examineDefault(const SoundServer& server) {
     if (error < 0)
         return {{Verdict::Note,
                  std::string("'default' cannot be opened to record: ") + snd_strerror(error) +
-                     (firstComplaint.empty() ? "" : "; ALSA says: " + firstComplaint),
+                     complaint(),
                  ""}};
     const std::unique_ptr<snd_pcm_t, Closer> pcm(opened);
-    if (!goesThroughDsnoop(opened))
-        return {{Verdict::Good, "'default' can be opened to record", ""}};
-    const std::string what = "'default' records through dsnoop";
-    const unsigned bufferMs = longestBufferMs(opened);
-    if (bufferMs == 0 || bufferMs >= EnoughMs)
-        return {{Verdict::Good, what, ""}};
+    const unsigned bufferMs = bufferMsOf(opened);
+    if (bufferMs == 0)
+        return {{Verdict::Note, "'default' cannot record mono at 8000 Hz" + complaint(),
+                 "put 'plug' before it; a dsnoop needs a buffer of two of its periods and more"}};
+    if (!goesThroughDsnoop(opened) || bufferMs >= EnoughMs)
+        return {{Verdict::Good, "'default' can record", ""}};
     return {{Verdict::Note,
-             what + ", whose buffer holds " + std::to_string(bufferMs) + " ms: the module takes " +
-                 std::to_string(CallbackMs) + " ms at once, so frames may be lost",
-             "let 'default' in /etc/asound.conf lead to 'plug' on 'hw', or to a dsnoop with a "
-             "buffer of a second, as docs/configuration.md shows"}};
+             "'default' records through dsnoop, whose periods leave PortAudio a buffer of " +
+                 std::to_string(bufferMs) +
+                 " ms: frames are lost whenever the machine is busy for longer",
+             "let 'default' in /etc/asound.conf lead to 'plug' on 'hw', or to a dsnoop with long "
+             "periods and a buffer of a second, as docs/configuration.md shows"}};
 }

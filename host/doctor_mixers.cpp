@@ -31,10 +31,21 @@ std::string driverOf(int card) {
     return error ? "DRIVER (see /proc/asound/modules)" : driver.filename().string();
 }
 
+// The card's control device, without which ALSA does not see the card. By the card's place where
+// there is a link, as its number follows the order in which drivers are loaded.
+std::filesystem::path controlOf(int card) {
+    const std::filesystem::path device = "controlC" + std::to_string(card);
+    std::error_code error;
+    for (const auto& link : std::filesystem::directory_iterator("/dev/snd/by-path", error))
+        if (std::filesystem::read_symlink(link, error).filename() == device)
+            return link.path();
+    return "/dev/snd" / device;
+}
+
 std::string adviceOnUnreadable(int card) {
-    return "hide the card from the host (in its systemd unit: "
-           "InaccessiblePaths=/dev/snd/controlC" +
-           std::to_string(card) + "), or do without it: echo blacklist " + driverOf(card) +
+    return "hide the card from the host, which a sound server may go on using (in the host's "
+           "systemd unit: InaccessiblePaths=-" +
+           controlOf(card).string() + "), or do without it: echo blacklist " + driverOf(card) +
            " | sudo tee /etc/modprobe.d/tamborin.conf, and restart the machine";
 }
 

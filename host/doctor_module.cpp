@@ -155,7 +155,8 @@ Findings examineDevices(const Discovery& discovery, const SoundServer& server,
         : access.isBarred()
             ? "see Permissions below, which keep the sound cards from the module; or start a "
               "sound server before the host"
-            : "start a sound server first: the module looks only when it starts";
+            : "start a sound server first: the module looks only when it starts; without one, "
+              "see ALSA's default device below";
     if (!discovery.has(false))
         findings.push_back({Verdict::Wrong, "no device to record from", advice});
     if (!discovery.has(true))

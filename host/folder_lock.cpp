@@ -11,9 +11,11 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -38,13 +40,17 @@ std::string processThatLocks(int folder) {
     const std::string wanted = placeOf(folder);
     std::ifstream locks("/proc/locks");
     for (std::string line; std::getline(locks, line);) {
-        std::istringstream words(line);
-        std::string number, kind, isBinding, access, process, place;
-        words >> number >> kind >> isBinding >> access >> process >> place;
+        // "1: FLOCK ADVISORY WRITE 4711 fe:00:1234 0 EOF"
+        constexpr size_t Kind = 1;
+        constexpr size_t Process = 4;
+        constexpr size_t Place = 5;
+        std::istringstream text(line);
+        const std::vector<std::string> words{std::istream_iterator<std::string>(text), {}};
+        if (words.size() <= Place || words[Kind] != "FLOCK" || words[Place] != wanted)
+            continue;
         std::string name;
-        if (kind == "FLOCK" && place == wanted &&
-            std::getline(std::ifstream("/proc/" + process + "/comm"), name))
-            return name + " (process " + process + ")";
+        if (std::getline(std::ifstream("/proc/" + words[Process] + "/comm"), name))
+            return name.append(" (process ").append(words[Process]).append(")");
     }
     return "another process";
 }
@@ -72,7 +78,7 @@ FolderLock::~FolderLock() {
 std::string FolderLock::holderOf(const std::filesystem::path& folder) {
     const int looked = opened(folder);
     const bool isHeld = flock(looked, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-    const std::string holder = isHeld ? processThatLocks(looked) : "";
+    std::string holder = isHeld ? processThatLocks(looked) : "";
     if (looked >= 0)
         close(looked);
     return holder;
