@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <mutex>
@@ -59,16 +60,19 @@ class LiveModule : public testing::Test {
         for (size_t at = 0; at < sound.size(); at += 2048)
             EXPECT_TRUE(module_.play(channel, std::span(sound).subspan(at, 2048)));
     }
+    // Searches what was recorded since `begin`, and each part of that once.
     bool isHeardSince(size_t begin) {
-        if (searched_ == recorded())
-            return false;
-        searched_ = recorded();
         std::vector<uint8_t> heard;
         {
             const std::lock_guard held(mutex_);
-            heard.assign(recording_.begin() + static_cast<std::ptrdiff_t>(begin), recording_.end());
+            searched_ = std::max(searched_, begin);
+            const size_t from = std::max(begin + clip_.size(), searched_) - clip_.size();
+            if (recording_.size() == searched_ || recording_.size() < from + clip_.size())
+                return false;
+            heard.assign(recording_.begin() + static_cast<std::ptrdiff_t>(from), recording_.end());
+            searched_ = recording_.size();
         }
-        return heard.size() > clip_.size() && findClip(clip_, heard, [](double) {}).isFound();
+        return findClip(clip_, heard, [](double) {}).isFound();
     }
     bool allReturned() const { return module_.buffers().lent == module_.buffers().returned; }
     // The worker's share of a core in the next seconds.
@@ -120,7 +124,7 @@ class LiveModule : public testing::Test {
     std::mutex mutex_;  // guards what the module's threads write
     Description description_;
     std::vector<uint8_t> recording_;
-    size_t searched_ = 0;
+    size_t searched_ = 0;  // samples
     clockid_t worker_{};
 
   protected:
