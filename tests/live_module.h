@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <mutex>
 
 #include "host/clip.h"
@@ -24,6 +25,21 @@ inline std::string library;  // of the module
 inline double secondsSince(Clock::time_point begin) {
     return std::chrono::duration<double>(Clock::now() - begin).count();
 }
+
+// A working directory without a settings file, gone afterwards.
+class FreshFolder {
+  public:
+    FreshFolder() { std::filesystem::current_path(mkdtemp(path_.data())); }
+    ~FreshFolder() {
+        std::filesystem::current_path("/");
+        std::filesystem::remove_all(path_);
+    }
+    FreshFolder(const FreshFolder&) = delete;
+    FreshFolder& operator=(const FreshFolder&) = delete;
+
+  private:
+    std::string path_ = std::filesystem::temp_directory_path() / "tamborin-live-XXXXXX";
+};
 
 class LiveModule : public testing::Test {
   protected:
@@ -125,6 +141,7 @@ class LiveModule : public testing::Test {
     Description description_;
     std::vector<uint8_t> recording_;
     size_t searched_ = 0;  // samples
+    const FreshFolder folder_{};
     clockid_t worker_{};
 
   protected:
