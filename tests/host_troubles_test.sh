@@ -39,7 +39,7 @@ exec 3<>stalled
 dd if=/dev/zero of=stalled oflag=nonblock bs=4096 count=999 2>/dev/null || true  # until it is full
 for streams in "stalled err 1" "out stalled 0"; do
     read -r out err expected <<<"$streams"
-    timeout --foreground -k 1 120 "$host" record --json --log-level detail --input 0 \
+    timeout --foreground -k 60 120 "$host" record --json --log-level detail --input 0 \
         --out "beside $out" >"$out" 2>"$err" & recorder=$!
     until [ -n "$(find "beside $out" -size +16k 2>/dev/null)" ]; do
         kill -0 $recorder || fail "no sound while the reader stalls"
