@@ -25,7 +25,7 @@ struct FakeStream {
 };
 
 // The name of a device of which PortAudio gives no information.
-inline const char* const WithoutInfo = "without info";
+inline constexpr char WithoutInfo[] = "without info";
 
 struct FakePortAudio {
     std::vector<PaHostApiInfo> hostApis;

@@ -154,6 +154,9 @@ TEST_F(TornSettings, NothingIsSavedThatALoadRefuses) {
 
 // A start without a free descriptor: it is waited for; and when it does not come nothing is saved.
 TEST_F(TornSettings, AFileThatCannotBeOpenedNowIsNotMissing) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the checks of this build open pipes to see which memory can be read";
+#endif
     const std::string settings =
         "<Varo><Devices ID='1310720' BufferLength='77'/><!--kept--></Varo>";
     rlimit before{};
