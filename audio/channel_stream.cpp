@@ -127,12 +127,13 @@ void Channel::reportMissingOutput() {
 }
 
 void Channel::endOutput() {
-    retry.reset();
-    forgetDeadStream();
-    if (stream == nullptr) {
-        watchdog.rearm();  // failed opens may have left it timed out
-        return;
+    if (retry.hasFailures()) {
+        retry.reset();
+        watchdog.rearm();  // the next block is not to be blamed for the failed opens
     }
+    forgetDeadStream();
+    if (stream == nullptr)
+        return;
     const MutexLock held(queueLock);
     if (blocks.size() == 0)  // nothing has been written meanwhile
         closeStream();

@@ -47,6 +47,7 @@ class OpenRetry {
     // channel anew.
     void reset() { *this = {}; }
 
+    bool hasFailures() const { return failures_ > 0; }
     // True from the tenth failure in a row to the next reset.
     bool isDeviceInDoubt() const { return failures_ >= FreeTries; }
 
