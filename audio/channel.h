@@ -21,9 +21,9 @@
 #include "base/mutex.h"
 #include "plugin/tamborin.h"
 
-constexpr int32_t ChannelSampleRate = 8000;  // Hz
-constexpr int32_t FramesPerBuffer = 2048;    // samples per callback: 256 ms
-constexpr uint32_t NoDevice = 0xFFFFFFFF;    // a channel's paIndex while it has no device
+constexpr int32_t ChannelSampleRate = AudioSampleRate;
+constexpr int32_t FramesPerBuffer = AudioFrameSamples;  // samples per callback: 256 ms
+constexpr uint32_t NoDevice = 0xFFFFFFFF;  // a channel's paIndex while it has no device
 
 // The address of a channel in host records and its key in the channel map. Numbers that differ by
 // a multiple of 256 share it.

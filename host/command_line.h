@@ -3,7 +3,7 @@
 
 #include <stdexcept>
 
-#include "host/commands.h"
+#include "host/commands/commands.h"
 
 using Command = int (*)(const Options& options, Console& console);
 

@@ -9,8 +9,8 @@
 #include <functional>
 
 #include "host/command_line.h"
-#include "host/stop.h"
-#include "host/text.h"
+#include "host/system/stop.h"
+#include "host/terminal/text.h"
 
 namespace {
 

@@ -3,19 +3,7 @@
 # The module is no library to link against but one that a host loads, so it has a folder of its own:
 # LIBDIR/tamborin/. The pkg-config file and the CMake package tell where.
 
-# On Debian libraries lie below the architecture's name, in /usr/local, too.
-if(CMAKE_LIBRARY_ARCHITECTURE)
-    set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE} CACHE PATH "libraries")
-endif()
-include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
-
-set(MODULE_DIR ${CMAKE_INSTALL_LIBDIR}/tamborin)
-set(PKGCONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-set(PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/tamborin)
-# From one installed place to another, so that the whole tree may be moved.
-string(REGEX REPLACE "[^/]+" ".." PREFIX_FROM_PKGCONFIG ${PKGCONFIG_DIR})
-file(RELATIVE_PATH MODULE_FROM_BINDIR /${CMAKE_INSTALL_BINDIR} /${MODULE_DIR})
 
 install(TARGETS tamborin LIBRARY DESTINATION ${MODULE_DIR} COMPONENT module)
 
@@ -43,10 +31,9 @@ function(install_compressed FILE FOLDER NAME)
 endfunction()
 
 if(TAMBORIN_HOST)
-    target_compile_definitions(tamborin-host PRIVATE MODULE_FROM_BINDIR="${MODULE_FROM_BINDIR}")
     install(TARGETS tamborin-host RUNTIME COMPONENT host)
-    install_compressed(${PROJECT_SOURCE_DIR}/host/tamborin-host.1
+    install_compressed(${PROJECT_SOURCE_DIR}/host/share/tamborin-host.1
         ${CMAKE_INSTALL_MANDIR}/man1 tamborin-host.1 COMPONENT host)
-    install(FILES host/tamborin-host.bash-completion RENAME tamborin-host
+    install(FILES host/share/tamborin-host.bash-completion RENAME tamborin-host
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT host)
 endif()

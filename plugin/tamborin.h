@@ -70,6 +70,12 @@ enum {
     KindBufferRelease = 512   /* data is a host buffer; it is the host's again */
 };
 
+/* The one format of audio */
+enum {
+    AudioSampleRate = 8000,  /* Hz */
+    AudioFrameSamples = 2048 /* in every captured frame, and the most of a block that is played */
+};
+
 /* HostMessage.type */
 enum {
     TypeLogLevelQuery = 0x1000001,

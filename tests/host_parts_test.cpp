@@ -10,10 +10,10 @@
 #include <sndfile.hh>
 
 #include "audio/ulaw.h"
-#include "host/bounded_writer.h"
-#include "host/clip.h"
-#include "host/recorder.h"
-#include "host/steady_time.h"
+#include "host/sound/clip.h"
+#include "host/sound/recorder.h"
+#include "host/system/steady_time.h"
+#include "host/terminal/bounded_writer.h"
 
 namespace {
 

@@ -11,10 +11,10 @@
 #include <filesystem>
 #include <mutex>
 
-#include "host/clip.h"
-#include "host/clip_search.h"
-#include "host/description.h"
-#include "host/module_host.h"
+#include "host/session/documents.h"
+#include "host/session/module_host.h"
+#include "host/sound/clip.h"
+#include "host/sound/clip_search.h"
 #include "real_module.h"
 
 using namespace std::chrono_literals;

@@ -1,5 +1,5 @@
 // A device that cannot be opened for a while under a module that records and plays: run beside a
-// server of its own (host/private-pulseaudio).
+// server of its own (tools/private-pulseaudio).
 //
 //   lost_device_test LIBRARY SECONDS
 #include <alsa/asoundlib.h>

@@ -1,5 +1,5 @@
 // A sound server that is killed and comes back, or stops for a while, under a module that records
-// and plays: run beside a server of its own (host/private-pulseaudio).
+// and plays: run beside a server of its own (tools/private-pulseaudio).
 //
 //   lost_server_test LIBRARY CYCLES
 #include <dlfcn.h>

@@ -11,8 +11,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "host/description.h"
-#include "host/module_host.h"
+#include "host/session/documents.h"
+#include "host/session/module_host.h"
 #include "real_module.h"
 
 namespace {

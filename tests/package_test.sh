@@ -35,7 +35,7 @@ cmake -B . -DCMAKE_PREFIX_PATH="$folder/root/usr" >cmake.log
 cmake --build . >>cmake.log
 
 record() {  # HOST MODULE, prints the version that the module announces
-    "$top/host/private-pulseaudio" "./$1" "$2" >"$1.txt" 2>"$1.log"
+    "$top/tools/private-pulseaudio" "./$1" "$2" >"$1.txt" 2>"$1.log"
     [ "$(grep -c '^2048 samples of channel 0x140110$' "$1.txt")" -eq 10 ]
     sed -n '1s/.*<Module Name="Tamborin" .* Version="\([^"]*\)".*/\1/p' "$1.txt"
 }

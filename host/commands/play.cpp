@@ -1,0 +1,37 @@
+#include <stdexcept>
+#include <thread>
+
+#include "host/commands/commands.h"
+#include "host/commands/tables.h"
+#include "host/sound/player.h"
+#include "host/terminal/text.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+}  // namespace
+
+int runPlay(const Options& options, Console& console) {
+    const std::vector<uint8_t> clip = readClip(options.clip, options.session.seconds, console);
+    Session session(options.session, console);
+    const ChannelDescription output = session.choose(options.outputs, true).front();
+    session.enable({output}, GaplessBufferLength);
+
+    Player player(session.module(), output.id, clip);
+    Progress progress(console, "playing");
+    while (session.running() && player.feed()) {
+        progress.show(std::max(player.fractionPlayed(), session.fractionDone()));
+        std::this_thread::sleep_for(50ms);
+    }
+    const double played = player.playedSeconds();
+    const bool wasStopped = !session.running();
+    const bool accountBalances = showAccount(console, session.finish());
+    console.remark("played:  " + inClockTime(played) + " of " + options.clip.string() +
+                   " on channel " + std::to_string(output.number));
+    if (!player.isDone() && !wasStopped)
+        throw std::runtime_error(
+            "the output stopped taking sound; does the sound server still "
+            "run? 'tamborin-host doctor' tells");
+    return accountBalances ? Succeeded : Failed;
+}

@@ -1,0 +1,55 @@
+#include <algorithm>
+#include <stdexcept>
+#include <thread>
+
+#include "host/commands/commands.h"
+#include "host/commands/tables.h"
+#include "host/session/module_events.h"
+#include "host/system/folders.h"
+#include "host/system/steady_time.h"
+#include "host/view/picture.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+}  // namespace
+
+int runRecord(const Options& options, Console& console) {
+    Recorder recorder;
+    ModuleEvents events;
+    const bool drawing = !options.picture.empty();
+    if (drawing)
+        readyFile(options.picture, "--picture");
+    Session session(
+        options.session, console,
+        {.onLog = [&](int32_t, std::string_view text) { events.hearLog(text); },
+         .onDocument = [&](std::string_view xml, int64_t kind) { events.hearDocument(xml, kind); },
+         .onFrame =
+             [&](const CapturedFrame& frame) { recorder.take(frame, steadyMilliseconds()); }},
+        drawing ? ModuleEvents::NeededLogLevel : LogError);
+    const auto inputs = session.choose(options.inputs, false);
+    recorder.begin(inputs, options.out, options.secondsPerFile);
+    session.enable(inputs, 0);
+    session.awaitSound([&] { return recorder.hasSound(); });
+    {
+        Progress progress(console, "recording");
+        while (session.running()) {
+            progress.show(session.fractionDone(), levelLines(recorder.recordings()));
+            std::this_thread::sleep_for(100ms);
+        }
+    }
+    recorder.end();
+    const bool accountBalances = showAccount(console, session.finish());
+    const auto recordings = recorder.recordings();
+    showRecordings(console, recordings);
+    if (drawing) {
+        drawPicture(options.picture,
+                    {recorder.outlines(), events.all(), recorder.beginMs(), recorder.endMs()});
+        console.remark("picture: " + options.picture.string());
+    }
+    if (std::ranges::all_of(recordings,
+                            [](const auto& recording) { return recording.frames == 0; }))
+        throw std::runtime_error("nothing was captured; see 'tamborin-host doctor'");
+    return accountBalances ? Succeeded : Failed;
+}

@@ -1,0 +1,56 @@
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "host/commands/commands.h"
+#include "host/commands/tables.h"
+#include "host/session/parse_as_module.h"
+#include "host/terminal/patient.h"
+
+namespace {
+
+std::string contentOf(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream content;
+    content << file.rdbuf();
+    if (!file || content.str().empty())
+        throw std::runtime_error("cannot read " + path.string() + ", or it is empty");
+    return content.str();
+}
+
+// The module applies what it can make out and answers nothing to what is not for it: so this is
+// looked at before.
+void check(std::string text, const std::filesystem::path& path, Console& console) {
+    TiXmlDocument document;
+    const DocumentFlaws flaws = parseAsModule(document, text);
+    for (const std::string& element : flaws.leftOut)
+        console.error(path.string() + ": the module leaves out: " + element);
+    if (!flaws.end.empty())
+        throw std::runtime_error(path.string() + " is no XML document that the module reads (" +
+                                 flaws.end + "); nothing was sent");
+    const TiXmlElement* root = document.RootElement();
+    const TiXmlElement* devices = root != nullptr ? root->FirstChildElement("Devices") : nullptr;
+    for (; devices != nullptr; devices = devices->NextSiblingElement("Devices")) {
+        int id = 0;
+        if (devices->QueryIntAttribute("ID", &id) == TIXML_SUCCESS && id == ModuleId)
+            return;
+    }
+    throw std::runtime_error(path.string() + " holds nothing for this module (a Devices element " +
+                             "with ID=\"" + std::to_string(ModuleId) + "\"); nothing was sent");
+}
+
+}  // namespace
+
+int runSend(const Options& options, Console& console) {
+    const std::string document =
+        awaited(console, "stopped while reading the document; nothing was sent",
+                [&] { return contentOf(options.document); });
+    check(document, options.document, console);
+    Session session(options.session, console);
+    session.send(document);
+    const auto channels = session.channels();
+    const bool accountBalances = showAccount(console, session.finish());
+    if (!console.isQuiet())
+        showChannels(console, channels);
+    return accountBalances ? Succeeded : Failed;
+}

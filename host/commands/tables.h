@@ -1,0 +1,17 @@
+// What commands say alike: tables of channels and recordings, level lines, the account of buffers.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/session/documents.h"
+#include "host/session/module_host.h"
+#include "host/sound/recorder.h"
+#include "host/terminal/console.h"
+
+void showChannels(Console& console, const std::vector<ChannelDescription>& channels);
+void showRecordings(Console& console, const std::vector<Recording>& recordings);
+// Answers whether every loan was returned, once.
+bool showAccount(Console& console, const BufferAccount& account);
+// One line with a level meter for each.
+std::vector<std::string> levelLines(const std::vector<Recording>& recordings);

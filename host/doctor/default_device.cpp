@@ -1,0 +1,113 @@
+// The doctor's look at ALSA's "default", as the module records from it where no sound server runs.
+#include <alsa/asoundlib.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <memory>
+#include <string_view>
+
+#include "host/doctor/findings.h"
+
+namespace {
+
+using Verdict = Finding::Verdict;
+
+constexpr unsigned FramesPerMs = AudioSampleRate / 1000;
+constexpr snd_pcm_uframes_t Callback = AudioFrameSamples;
+constexpr unsigned EnoughMs = 3 * Callback / 2 / FramesPerMs;
+
+struct Closer {
+    void operator()(snd_pcm_t* pcm) const { snd_pcm_close(pcm); }
+    void operator()(snd_pcm_hw_params_t* parameters) const { snd_pcm_hw_params_free(parameters); }
+    void operator()(snd_output_t* output) const { snd_output_close(output); }
+};
+
+std::string firstComplaint;
+
+// ALSA's first complaint tells the cause, those after it only what failed with it.
+void keepFirstComplaint(const char* /*file*/, int /*line*/, const char* /*function*/, int /*error*/,
+                        const char* format, ...) {
+    std::array<char, 256> text{};
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text.data(), text.size(), format, arguments);
+    va_end(arguments);
+    if (firstComplaint.empty())
+        firstComplaint = text.data();
+}
+
+// Takes ALSA's complaints, which go to stderr otherwise. While no other thread uses ALSA.
+class Complaints {
+  public:
+    Complaints() {
+        firstComplaint.clear();
+        snd_lib_error_set_handler(keepFirstComplaint);
+    }
+    ~Complaints() { snd_lib_error_set_handler(nullptr); }
+    Complaints(const Complaints&) = delete;
+    Complaints& operator=(const Complaints&) = delete;
+};
+
+std::string complaint() { return firstComplaint.empty() ? "" : "; ALSA says: " + firstComplaint; }
+
+// ALSA names the chain of plug-ins only in a text for people.
+bool goesThroughDsnoop(snd_pcm_t* pcm) {
+    snd_output_t* opened = nullptr;
+    if (snd_output_buffer_open(&opened) < 0)
+        return false;
+    const std::unique_ptr<snd_output_t, Closer> output(opened);
+    snd_pcm_dump(pcm, opened);
+    char* text = nullptr;
+    const size_t length = snd_output_buffer_string(opened, &text);
+    return std::string_view(text, length).find("Direct Snoop PCM") != std::string_view::npos;
+}
+
+// The buffer that PortAudio will ask for, in ms: two periods, of the device's length that is
+// nearest to a callback's. 0 when it cannot be told.
+unsigned bufferMsOf(snd_pcm_t* pcm) {
+    snd_pcm_hw_params_t* made = nullptr;
+    if (snd_pcm_hw_params_malloc(&made) < 0)
+        return 0;
+    const std::unique_ptr<snd_pcm_hw_params_t, Closer> parameters(made);
+    snd_pcm_uframes_t period = Callback;
+    snd_pcm_uframes_t longest = 0;
+    int direction = 0;
+    const bool isPossible =
+        snd_pcm_hw_params_any(pcm, made) >= 0 &&
+        snd_pcm_hw_params_set_format(pcm, made, SND_PCM_FORMAT_S16) >= 0 &&
+        snd_pcm_hw_params_set_channels(pcm, made, 1) >= 0 &&
+        snd_pcm_hw_params_set_rate(pcm, made, 1000 * FramesPerMs, 0) >= 0 &&
+        snd_pcm_hw_params_set_period_size_near(pcm, made, &period, &direction) >= 0 &&
+        snd_pcm_hw_params_get_buffer_size_max(made, &longest) >= 0;
+    return isPossible ? static_cast<unsigned>(std::min(2 * period, longest) / FramesPerMs) : 0;
+}
+
+}  // namespace
+
+Findings examineDefault(const SoundServer& server) {
+    if (server.hangs)
+        return {{Verdict::Note, "not examined: it may lead to the sound server", ""}};
+    const Complaints complaints;
+    snd_pcm_t* opened = nullptr;
+    const int error = snd_pcm_open(&opened, "default", SND_PCM_STREAM_CAPTURE, SND_PCM_NONBLOCK);
+    if (error < 0)
+        return {{Verdict::Note,
+                 std::string("'default' cannot be opened to record: ") + snd_strerror(error) +
+                     complaint(),
+                 ""}};
+    const std::unique_ptr<snd_pcm_t, Closer> pcm(opened);
+    const unsigned bufferMs = bufferMsOf(opened);
+    if (bufferMs == 0)
+        return {{Verdict::Note, "'default' cannot record mono at 8000 Hz" + complaint(),
+                 "put 'plug' before it; a dsnoop needs a buffer of two of its periods and more"}};
+    if (!goesThroughDsnoop(opened) || bufferMs >= EnoughMs)
+        return {{Verdict::Good, "'default' can record", ""}};
+    return {{Verdict::Note,
+             "'default' records through dsnoop, whose periods leave PortAudio a buffer of " +
+                 std::to_string(bufferMs) +
+                 " ms: frames are lost whenever the machine is busy for longer",
+             "let 'default' in /etc/asound.conf lead to 'plug' on 'hw', or to a dsnoop with long "
+             "periods and a buffer of a second, as docs/configuration.md shows"}};
+}

@@ -1,0 +1,184 @@
+// The doctor's look at the settings file and its folder.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "config/xml_store.h"
+#include "host/doctor/findings.h"
+#include "host/doctor/trial_save.h"
+#include "host/session/parse_as_module.h"
+#include "host/system/folder_lock.h"
+
+namespace {
+
+using Verdict = Finding::Verdict;
+
+std::string contentOf(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
+}
+
+// A file as the module reads it.
+struct SettingsText {
+    std::string flaw;  // what hinders the module from reading it; empty when nothing does
+    std::vector<std::string> leftOut;
+    std::string xml;
+};
+
+SettingsText readSettings(const std::filesystem::path& path) {
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(path, ignored))
+        return {"it is no file", {}, ""};
+    if (access(path.c_str(), R_OK) != 0)
+        return {std::strerror(errno), {}, ""};
+    if (std::filesystem::file_size(path) > LargestXmlFile)
+        return {"it is larger than " + std::to_string(LargestXmlFile) + " bytes", {}, ""};
+    TiXmlDocument document;
+    std::string text = contentOf(path);
+    DocumentFlaws flaws = parseAsModule(document, text);
+    if (flaws.end.empty() && document.RootElement() == nullptr)
+        flaws.end = "it has no element";
+    return {flaws.end, flaws.leftOut, text};
+}
+
+std::filesystem::file_type typeOf(const std::filesystem::path& path) {
+    std::error_code ignored;
+    return std::filesystem::symlink_status(path, ignored).type();
+}
+
+Finding cannotReplace(const std::filesystem::path& path, const std::string& why) {
+    return {Verdict::Wrong,
+            "nothing can be saved: " + path.string() + " cannot be replaced: " + why,
+            "move it away; instead of a mounted file, mount its folder"};
+}
+
+// Empty when the user may make files and folders there, else why not.
+std::string whyNotWritable(const std::filesystem::path& folder) {
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(folder, ignored))
+        return "it is no folder";
+    return access(folder.c_str(), W_OK | X_OK) != 0 ? std::strerror(errno) : "";
+}
+
+Findings examineFolder(const std::filesystem::path& folder) {
+    std::filesystem::path present = folder;
+    std::error_code ignored;
+    while (!std::filesystem::exists(std::filesystem::symlink_status(present, ignored)))
+        present = present.parent_path();
+    std::string flaw = whyNotWritable(present);
+    if (flaw.empty() && present == folder)
+        flaw = trySave(folder);
+    if (!flaw.empty())
+        return {{Verdict::Wrong,
+                 "nothing can be saved in " + present.string() + ": " + flaw +
+                     "; settings are lost when the host ends",
+                 "make room there, give the folder to the user that runs the host, or choose "
+                 "another with --dir"}};
+    if (present != folder)
+        return {{Verdict::Note, "there is no " + folder.string(),
+                 "nothing: every other command makes it"}};
+    return {{Verdict::Good, "files can be written in " + folder.string(), ""}};
+}
+
+// The device that the module gives to a channel of the settings; null when there is none. Without
+// settings, as in the discovery, channels are numbered as the devices were found.
+const ChannelDescription* deviceFor(const ChannelDescription& channel, const Discovery& discovery) {
+    const auto found = std::ranges::find_if(discovery.channels, [&](const auto& present) {
+        return present.hasDevice && present.isOutput == channel.isOutput &&
+               (channel.device.empty() ? present.number == channel.number
+                                       : present.device == channel.device);
+    });
+    return found != discovery.channels.end() ? &*found : nullptr;
+}
+
+Findings examineChannel(const ChannelDescription& channel, const Discovery& discovery) {
+    const std::string name =
+        "channel " + std::to_string(channel.number) + " '" + channel.name + "'";
+    const ChannelDescription* device = deviceFor(channel, discovery);
+    const Verdict missing = channel.enabled ? Verdict::Wrong : Verdict::Note;
+    if (device != nullptr && channel.device.empty())
+        return {{Verdict::Note,
+                 name + " has no OsName: its number chooses '" + device->device + "'", ""}};
+    if (device != nullptr || (!channel.enabled && discovery.channels.empty()))
+        return {};
+    if (channel.device.empty())
+        return {{missing,
+                 name + " has no device: its OsName is empty, and device " +
+                     std::to_string(channel.number) + " is no " +
+                     (channel.isOutput ? "output" : "input"),
+                 "set its OsName to the name of a device with 'tamborin-host send'"}};
+    return {{missing, name + ": its device '" + channel.device + "' is not there",
+             "start what provides the device, or set another OsName with 'tamborin-host send'"}};
+}
+
+// What the module does not take of its settings, and whether their channels have devices.
+Findings examineContent(const SettingsText& settings, const std::filesystem::path& path,
+                        const Discovery& discovery) {
+    Findings findings;
+    for (const std::string& element : settings.leftOut)
+        findings.push_back({Verdict::Note, path.string() + ": the module leaves out: " + element,
+                            "repair it if you need that: the module's next save is without it"});
+    Description description;
+    if (discovery.failure.empty() && settings.flaw.empty())
+        parseDescription(settings.xml, description);
+    for (const ChannelDescription& channel : description.channels)
+        for (const Finding& finding : examineChannel(channel, discovery))
+            findings.push_back(finding);
+    return findings;
+}
+
+}  // namespace
+
+Findings examineSettings(const std::filesystem::path& folder, const Discovery& discovery) {
+    const std::filesystem::path file = folder / "tamborin.xml";
+    const std::filesystem::path pending = folder / "tamborin.xml.pending";
+    Findings findings = examineFolder(folder);
+    std::error_code ignored;
+    if (const std::string holder = FolderLock::holderOf(folder); !holder.empty())
+        findings.push_back({Verdict::Note, folder.string() + " is in use by " + holder,
+                            "end that before another command uses the folder"});
+    if (access(folder.c_str(), X_OK) != 0)
+        return findings;
+    const std::string pendingObstacle = whyNotReplaceable(pending);
+    const std::string fileObstacle = whyNotReplaceable(file);
+    const bool hasPending = typeOf(pending) == std::filesystem::file_type::regular;
+    const SettingsText pendingText = hasPending ? readSettings(pending) : SettingsText{};
+    const bool isPendingWhole = hasPending && pendingText.flaw.empty();
+    if (!pendingObstacle.empty())
+        findings.push_back(cannotReplace(pending, pendingObstacle));
+    else if (isPendingWhole)
+        findings.push_back({Verdict::Note,
+                            pending.string() + " is whole: a save was broken off before its end",
+                            "nothing: the module takes it over when it starts"});
+    else if (hasPending)
+        findings.push_back({Verdict::Note, pending.string() + " is torn: a save was broken off",
+                            "nothing: the module ignores it, and saving replaces it"});
+    else if (typeOf(pending) != std::filesystem::file_type::not_found)
+        findings.push_back({Verdict::Note, pending.string() + " is no regular file",
+                            "nothing: the module removes it with its next save"});
+    const bool hasFile = std::filesystem::exists(file, ignored);
+    const SettingsText fileText = hasFile ? readSettings(file) : SettingsText{};
+    if (!fileObstacle.empty()) {
+        findings.push_back(cannotReplace(file, fileObstacle));
+    } else if (!hasFile) {
+        findings.push_back({Verdict::Note, "there is no " + file.string(),
+                            "nothing: the module writes it when it starts there"});
+    } else if (!fileText.flaw.empty()) {
+        findings.push_back({isPendingWhole ? Verdict::Note : Verdict::Wrong,
+                            file.string() + " cannot be read: " + fileText.flaw,
+                            "repair it, or remove it: otherwise the module overwrites it with "
+                            "fresh settings when it starts"});
+    } else {
+        findings.push_back({Verdict::Good, file.string() + " can be read", ""});
+    }
+    for (const Finding& finding : examineContent(isPendingWhole ? pendingText : fileText,
+                                                 isPendingWhole ? pending : file, discovery))
+        findings.push_back(finding);
+    return findings;
+}

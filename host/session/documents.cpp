@@ -1,0 +1,101 @@
+#include "host/session/documents.h"
+
+#include <tinyxml.h>
+
+#include <algorithm>
+
+#include "plugin/tamborin.h"
+
+namespace {
+
+int intOf(const TiXmlElement& element, const char* name) {
+    int value = 0;
+    element.QueryIntAttribute(name, &value);
+    return value;
+}
+
+std::string textOf(const TiXmlElement& element, const char* name) {
+    const char* value = element.Attribute(name);
+    return value != nullptr ? value : "";
+}
+
+}  // namespace
+
+bool parseDescription(std::string_view xml, Description& description) {
+    TiXmlDocument document;
+    document.Parse(std::string(xml).c_str());
+    TiXmlElement* devices =
+        TiXmlHandle(&document).FirstChild("Varo").FirstChild("Devices").ToElement();
+    if (devices == nullptr || devices->Attribute("BufferLength") == nullptr)
+        return false;
+    description = {intOf(*devices, "BufferLength"), {}};
+    const TiXmlHandle device = TiXmlHandle(devices).FirstChild("Device");
+    for (const TiXmlElement* input = device.FirstChild("Audio").FirstChild("Input").ToElement();
+         input != nullptr; input = input->NextSiblingElement("Input"))
+        description.channels.push_back({.number = intOf(*input, "Number"),
+                                        .id = 0,
+                                        .name = textOf(*input, "Name"),
+                                        .device = textOf(*input, "OsName"),
+                                        .isOutput = intOf(*input, "Output") != 0,
+                                        .hasDevice = intOf(*input, "Missing") == 0});
+    const TiXmlHandle encoder = device.FirstChild("Codec").FirstChild("Encoder");
+    for (const TiXmlElement* element = encoder.FirstChild("AudioChannel").ToElement();
+         element != nullptr; element = element->NextSiblingElement("AudioChannel")) {
+        const auto channel = std::ranges::find(description.channels, intOf(*element, "Number"),
+                                               &ChannelDescription::number);
+        if (channel == description.channels.end())
+            continue;
+        channel->id = intOf(*element, "ID");
+        channel->enabled = intOf(*element, "Enabled") != 0;
+    }
+    return true;
+}
+
+std::string announcedVersion(std::string_view xml) {
+    TiXmlDocument document;
+    document.Parse(std::string(xml).c_str());
+    const TiXmlElement* module = TiXmlHandle(&document)
+                                     .FirstChild("Varo")
+                                     .FirstChild("Modules")
+                                     .FirstChild("Module")
+                                     .ToElement();
+    return module != nullptr ? textOf(*module, "Version") : "";
+}
+
+std::optional<bool> reportedAlarm(std::string_view xml) {
+    TiXmlDocument document;
+    document.Parse(std::string(xml).c_str());
+    const TiXmlElement* device = TiXmlHandle(&document)
+                                     .FirstChild("Varo")
+                                     .FirstChild("Devices")
+                                     .FirstChild("Device")
+                                     .ToElement();
+    if (device == nullptr || device->Attribute("Fail") == nullptr)
+        return std::nullopt;
+    return intOf(*device, "Fail") != 0;
+}
+
+std::string enablingDocument(const std::vector<int>& numbers, bool enabled, int bufferLength) {
+    TiXmlElement encoder("Encoder");
+    for (const int number : numbers) {
+        TiXmlElement channel("AudioChannel");
+        channel.SetAttribute("Number", number);
+        channel.SetAttribute("Enabled", enabled ? 1 : 0);
+        encoder.InsertEndChild(channel);
+    }
+    TiXmlElement codec("Codec");
+    codec.InsertEndChild(encoder);
+    TiXmlElement device("Device");
+    device.InsertEndChild(codec);
+    TiXmlElement devices("Devices");
+    devices.SetAttribute("ID", ModuleId);
+    if (bufferLength > 0)
+        devices.SetAttribute("BufferLength", bufferLength);
+    devices.InsertEndChild(device);
+    TiXmlElement root("Varo");
+    root.InsertEndChild(devices);
+    TiXmlPrinter printer;
+    printer.SetStreamPrinting();
+    root.Accept(&printer);
+    return printer.Str();
+}

@@ -1,0 +1,167 @@
+#include "host/session/module_host.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+// Where the module's callback finds its host.
+std::atomic<ModuleHost*> current{nullptr};
+
+}  // namespace
+
+void ModuleHost::LibraryCloser::operator()(void* handle) const { dlclose(handle); }
+
+template <typename Function>
+Function* ModuleHost::resolve(const std::filesystem::path& library, const char* name) const {
+    void* symbol = dlsym(library_.get(), name);
+    if (symbol == nullptr)
+        throw ModuleLoadError((library.string() + " has no function ") + name);
+    return reinterpret_cast<Function*>(symbol);
+}
+
+ModuleHost::ModuleHost(const std::filesystem::path& library, ModuleListener listener,
+                       int32_t logThreshold)
+    : library_(dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL)),
+      listener_(std::move(listener)),
+      logThreshold_(logThreshold) {
+    if (!library_)
+        throw ModuleLoadError(dlerror());
+    const auto load = resolve<decltype(::Load)>(library, "Load");
+    open_ = resolve<decltype(::Open)>(library, "Open");
+    ioctl_ = resolve<decltype(::IOCTL)>(library, "IOCTL");
+    write_ = resolve<decltype(::Write)>(library, "Write");
+    close_ = resolve<decltype(::Close)>(library, "Close");
+    unload_ = resolve<decltype(::Unload)>(library, "Unload");
+
+    current = this;
+    HostTable table{};
+    table.hostCallback = receive;
+    ModuleInfo info{};
+    load(&table, &info);
+    if (info.moduleId != ModuleId) {
+        current = nullptr;
+        throw ModuleLoadError(library.string() + " is another module");
+    }
+    loaded_ = true;
+    open_();
+}
+
+ModuleHost::~ModuleHost() {
+    stop();
+    current = nullptr;
+}
+
+void ModuleHost::start() {
+    worker_ = std::thread([this] {
+        IoctlRequest request{};
+        request.code = IoctlRun;
+        IoctlResult result{};
+        ioctl_(&request, &result);
+    });
+}
+
+void ModuleHost::stop() {
+    if (!std::exchange(loaded_, false))
+        return;
+    close_();
+    if (worker_.joinable())
+        worker_.join();
+    unload_();
+}
+
+bool ModuleHost::configure(std::string_view xml) {
+    IoctlRequest request{};
+    request.code = IoctlConfiguration;
+    request.length = static_cast<uint32_t>(xml.size());
+    request.data = lend(xml);
+    IoctlResult result{};
+    ioctl_(&request, &result);
+    return settle(request.data, result.accepted == 1);
+}
+
+bool ModuleHost::play(int32_t channelId, std::span<const uint8_t> codes) {
+    WriteRecord record{};
+    record.length = static_cast<uint32_t>(codes.size());
+    record.data = lend({reinterpret_cast<const char*>(codes.data()), codes.size()});
+    record.targetId = channelId;
+    record.type = TypeAudio;
+    WriteResult result{};
+    write_(&record, &result);
+    return settle(record.data, result.accepted == 1);
+}
+
+BufferAccount ModuleHost::buffers() const {
+    const std::lock_guard held(mutex_);
+    return account_;
+}
+
+// The loan is on record before the module sees the buffer: it may hand it back at once.
+const void* ModuleHost::lend(std::string_view bytes) {
+    auto buffer = std::make_unique<uint8_t[]>(bytes.size());
+    std::ranges::copy(bytes, buffer.get());
+    const void* address = buffer.get();
+    const std::lock_guard held(mutex_);
+    loans_.emplace(address, std::move(buffer));
+    ++account_.lent;
+    return address;
+}
+
+// A buffer that was not accepted is ours as if it had never been lent.
+bool ModuleHost::settle(const void* buffer, bool accepted) {
+    if (accepted)
+        return true;
+    const std::lock_guard held(mutex_);
+    --account_.lent;
+    if (loans_.erase(buffer) == 0)
+        ++account_.faults;
+    return false;
+}
+
+void ModuleHost::takeBack(const void* buffer) {
+    const std::lock_guard held(mutex_);
+    ++(loans_.erase(buffer) == 1 ? account_.returned : account_.faults);
+}
+
+// Nothing may be thrown through the module.
+int32_t ModuleHost::receive(const HostMessage* message, int32_t /*reserved*/) noexcept {
+    ModuleHost* host = current;
+    if (host == nullptr)
+        return 0;
+    const int32_t answer = message->type == TypeLogLevelQuery ? host->logThreshold_ : 0;
+    // First, as what follows may fail, and this must not be missed.
+    if (message->kind == KindBufferRelease)
+        host->takeBack(message->data);
+    try {
+        host->listener_.onRecord(*message, answer);
+        host->passOn(*message);
+    } catch (const std::exception&) {  // memory is short: this one record is not heard
+    }
+    return answer;
+}
+
+void ModuleHost::passOn(const HostMessage& message) {
+    const auto text = [&message] {
+        return std::string_view(static_cast<const char*>(message.data), message.length);
+    };
+    switch (message.kind) {
+        case KindLog:
+            if (message.type == TypeLogText)
+                listener_.onLog(static_cast<int32_t>(message.level), text());
+            break;
+        case KindAudio:
+            listener_.onFrame(
+                {static_cast<int32_t>(message.sourceId),
+                 {static_cast<const uint8_t*>(message.data), message.length},
+                 static_cast<int64_t>(message.seconds) * 1000 + message.milliseconds});
+            break;
+        case KindModuleDocument:
+        case KindStatusDocument:
+            listener_.onDocument(text(), message.kind);
+            break;
+        default:
+            break;
+    }
+}

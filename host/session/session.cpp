@@ -1,0 +1,239 @@
+#include "host/session/session.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <future>
+#include <stdexcept>
+#include <thread>
+
+#include "host/session/json_records.h"
+#include "host/system/folders.h"
+#include "host/system/stop.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto ModuleTimeout = 20s;
+constexpr auto StopPatience = 1s;
+constexpr auto LookInterval = 100ms;
+constexpr auto SoundTimeout = 10s;  // an input may take two to start, or be silent for good
+
+// The module keeps its settings file in the working directory.
+const std::filesystem::path& entered(const std::filesystem::path& folder) {
+    readyFolder(folder, "--dir");
+    std::filesystem::current_path(folder);
+    return folder;
+}
+
+std::string kindOf(bool outputs) { return outputs ? "output" : "input"; }
+
+std::string listed(const std::vector<ChannelDescription>& channels, bool outputs) {
+    std::string list;
+    for (const ChannelDescription& channel : channels)
+        if (channel.isOutput == outputs)
+            list += (list.empty() ? "" : ", ") + std::to_string(channel.number) + " '" +
+                    channel.name + "'";
+    return list;
+}
+
+// By number or name, else by the name of a device that only one channel has.
+ChannelDescription findChannel(const std::vector<ChannelDescription>& channels,
+                               const std::string& name, bool outputs) {
+    auto found = std::ranges::find_if(channels, [&](const ChannelDescription& channel) {
+        return channel.isOutput == outputs &&
+               (std::to_string(channel.number) == name || channel.name == name);
+    });
+    const auto hasThatDevice = [&](const ChannelDescription& channel) {
+        return channel.isOutput == outputs && channel.device == name;
+    };
+    if (found == channels.end() && std::ranges::count_if(channels, hasThatDevice) == 1)
+        found = std::ranges::find_if(channels, hasThatDevice);
+    const std::string known = listed(channels, outputs);
+    if (found == channels.end())
+        throw std::runtime_error("there is no " + kindOf(outputs) + " '" + name + "'; " +
+                                 (known.empty() ? "there is none at all: 'tamborin-host doctor' "
+                                                  "tells why"
+                                                : "choose one of " + known));
+    if (!found->hasDevice)
+        throw std::runtime_error(kindOf(outputs) + " '" + name +
+                                 "' has no device; 'tamborin-host doctor' tells why");
+    return *found;
+}
+
+}  // namespace
+
+Session::Session(const SessionOptions& options, Console& console, const ModuleListener& listener,
+                 int32_t listenerLevel)
+    : options_(options),
+      console_(console),
+      lock_(entered(options.folder)),
+      module_(options.module, composed(listener), std::min(options.logLevel, listenerLevel)),
+      firstBufferLength_(startModule()) {}
+
+// Answers the buffering (ms) that the settings give.
+int Session::startModule() {
+    module_.start();
+    awaitModule("starting the module", [&] { return signalCame() || isDescribed(1); });
+    if (signalCame())
+        throwStopped();
+    const std::lock_guard held(mutex_);
+    return latest_.bufferLength;
+}
+
+// A module that waits for the sound server cannot be stopped.
+void Session::throwStopped() {
+    const std::string line = "stopped while starting the module";
+    const auto stopping = std::async(std::launch::async, [this] { module_.stop(); });
+    if (stopping.wait_for(StopPatience) != std::future_status::ready)
+        console_.giveUp(line);
+    throw std::runtime_error(line);
+}
+
+Session::~Session() {
+    try {
+        finish();
+    } catch (const std::exception& error) {
+        console_.error(error.what());
+    }
+}
+
+ModuleListener Session::composed(const ModuleListener& listener) {
+    ModuleListener all = listener;
+    if (console_.wantsRecords())
+        all.onRecord = [this](const HostMessage& message, int32_t answer) {
+            // A terminal would obey what is neither ASCII nor escaped.
+            console_.record(jsonLine(message, answer, isatty(STDOUT_FILENO) != 0));
+        };
+    all.onLog = [this, heard = listener.onLog](int32_t level, std::string_view text) {
+        if (level >= options_.logLevel)
+            console_.logLine(level, text);
+        heard(level, text);
+    };
+    all.onDocument = [this, heard = listener.onDocument](std::string_view xml, int64_t kind) {
+        onDocument(xml);
+        heard(xml, kind);
+    };
+    return all;
+}
+
+void Session::onDocument(std::string_view xml) {
+    Description description;
+    if (!parseDescription(xml, description))
+        return;
+    const std::lock_guard held(mutex_);
+    latest_ = std::move(description);
+    latestXml_ = xml;
+    ++generation_;
+    described_.notify_all();
+}
+
+// Waits for it, though not for long.
+bool Session::isDescribed(int generation) {
+    std::unique_lock held(mutex_);
+    return described_.wait_for(held, LookInterval, [&] { return generation_ >= generation; });
+}
+
+// The module's thread may be inside a library that waits for the sound server, without a limit, and
+// cannot be stopped. To unwind would be to wait for it, so the process ends then. Files of
+// recordings are whole at any moment.
+void Session::awaitModule(const std::string& what, const std::function<bool()>& isDone) {
+    Progress progress(console_, what);
+    const auto begin = std::chrono::steady_clock::now();
+    while (!isDone()) {
+        const auto waited = std::chrono::steady_clock::now() - begin;
+        if (waited > ModuleTimeout)
+            console_.giveUp(what +
+                            " takes too long; does the sound server hang? "
+                            "'tamborin-host doctor' tells more");
+        progress.show(std::chrono::duration<double>(waited) / ModuleTimeout);
+    }
+}
+
+void Session::send(const std::string& document) {
+    int next = 0;
+    {
+        const std::lock_guard held(mutex_);
+        next = generation_ + 1;
+    }
+    if (!module_.configure(document))
+        throw std::runtime_error("the module refuses a configuration");
+    awaitModule("applying the configuration", [&] { return isDescribed(next); });
+}
+
+std::vector<ChannelDescription> Session::channels() const {
+    const std::lock_guard held(mutex_);
+    return latest_.channels;
+}
+
+std::string Session::descriptionXml() const {
+    const std::lock_guard held(mutex_);
+    return latestXml_;
+}
+
+std::vector<ChannelDescription> Session::choose(const std::vector<std::string>& named,
+                                                bool outputs) const {
+    const auto all = channels();
+    std::vector<ChannelDescription> chosen;
+    if (named.empty())
+        std::ranges::copy_if(all, std::back_inserter(chosen), [&](const auto& channel) {
+            return channel.isOutput == outputs && channel.hasDevice;
+        });
+    for (const std::string& name : named)
+        chosen.push_back(findChannel(all, name, outputs));
+    if (chosen.empty())
+        throw std::runtime_error("no " + kindOf(outputs) +
+                                 " has a device; start a sound server (PulseAudio or PipeWire), "
+                                 "or see 'tamborin-host doctor'");
+    return chosen;
+}
+
+void Session::enable(const std::vector<ChannelDescription>& channels, int bufferLength) {
+    std::vector<int> numbers;
+    for (const ChannelDescription& channel : channels)
+        if (!channel.enabled)
+            numbers.push_back(channel.number);
+    const bool buffering = bufferLength > firstBufferLength_;
+    if (!numbers.empty() || buffering) {
+        enabledHere_ = numbers;
+        bufferingChanged_ = buffering;
+        send(enablingDocument(numbers, true, buffering ? bufferLength : 0));
+    }
+    start_ = std::chrono::steady_clock::now();
+}
+
+void Session::awaitSound(const std::function<bool()>& isHeard) {
+    Progress progress(console_, "waiting for sound");
+    while (!isHeard() && !stopAsked() && elapsedSeconds() < SoundTimeout / 1.0s) {
+        progress.show(0);
+        std::this_thread::sleep_for(20ms);
+    }
+    start_ = std::chrono::steady_clock::now();
+}
+
+BufferAccount Session::finish() {
+    if (!enabledHere_.empty() || bufferingChanged_) {
+        const std::string document =
+            enablingDocument(enabledHere_, false, bufferingChanged_ ? firstBufferLength_ : 0);
+        enabledHere_.clear();
+        bufferingChanged_ = false;
+        send(document);
+    }
+    const auto stopping = std::async(std::launch::async, [this] { module_.stop(); });
+    awaitModule("stopping the module",
+                [&] { return stopping.wait_for(LookInterval) == std::future_status::ready; });
+    return module_.buffers();
+}
+
+bool Session::running() const {
+    return !stopAsked() && (options_.seconds <= 0 || elapsedSeconds() < options_.seconds);
+}
+
+double Session::elapsedSeconds() const {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+}
+
+double Session::fractionDone() const {
+    return options_.seconds > 0 ? elapsedSeconds() / options_.seconds : 0;
+}

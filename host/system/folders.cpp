@@ -1,0 +1,38 @@
+#include "host/system/folders.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+void refuse(const std::string& what, const std::error_code& error, const char* option) {
+    throw std::runtime_error("cannot write to " + what + ": " + error.message() +
+                             "; choose another with " + option);
+}
+
+}  // namespace
+
+void readyFolder(const std::filesystem::path& folder, const char* option) {
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (!error && access(folder.c_str(), W_OK | X_OK) != 0)
+        error = {errno, std::generic_category()};
+    if (error)
+        refuse("the folder " + folder.string(), error, option);
+}
+
+void readyFile(const std::filesystem::path& file, const char* option) {
+    readyFolder(file.parent_path(), option);
+    std::error_code error;
+    const bool isThere = std::filesystem::exists(file, error);
+    const int opened = open(file.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0666);
+    if (opened < 0)
+        refuse(file.string(), {errno, std::generic_category()}, option);
+    close(opened);
+    if (!isThere)
+        std::filesystem::remove(file, error);
+}

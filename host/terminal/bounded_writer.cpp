@@ -1,0 +1,133 @@
+#include "host/terminal/bounded_writer.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <string_view>
+#include <utility>
+
+#include "host/system/stop.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto Patience = 1s;
+constexpr auto LookInterval = 100ms;
+
+}  // namespace
+
+struct BoundedWriter::Shared {
+    Shared(int fd, size_t most, std::function<void(int)> told)
+        : descriptor(fd), mostBytes(most), onFailure(std::move(told)) {}
+
+    const int descriptor;
+    const size_t mostBytes;
+    const std::function<void(int)> onFailure;
+
+    std::mutex mutex;  // guards what follows
+    std::condition_variable changed;
+    std::deque<std::string> texts;  // the first is being written
+    size_t bytes = 0;               // of the texts
+    Clock::time_point progress{};   // when there last was some
+    uint64_t lost = 0;
+    bool failed = false;
+    bool closed = false;
+
+    // In pieces that show how a slow reader gets on. Answers an errno.
+    int writeAll(std::string_view text) {
+        while (!text.empty()) {
+            const ssize_t written =
+                ::write(descriptor, text.data(), std::min<size_t>(text.size(), PIPE_BUF));
+            if (written < 0 && errno != EINTR)
+                return errno;
+            text.remove_prefix(static_cast<size_t>(std::max<ssize_t>(written, 0)));
+            const std::lock_guard held(mutex);
+            progress = Clock::now();
+        }
+        return 0;
+    }
+};
+
+BoundedWriter::BoundedWriter(int descriptor, size_t mostBytes, std::function<void(int)> onFailure)
+    : shared_(std::make_shared<Shared>(descriptor, mostBytes, std::move(onFailure))),
+      thread_(run, shared_) {}
+
+BoundedWriter::~BoundedWriter() {
+    settle();
+    const bool isStuck = !isSettled();
+    {
+        const std::lock_guard held(shared_->mutex);
+        shared_->closed = true;
+        shared_->changed.notify_all();
+    }
+    if (isStuck)
+        thread_.detach();
+    else
+        thread_.join();
+}
+
+void BoundedWriter::run(const std::shared_ptr<Shared>& shared) {
+    std::unique_lock held(shared->mutex);
+    while (true) {
+        shared->changed.wait(held, [&] { return !shared->texts.empty() || shared->closed; });
+        if (shared->closed)
+            return;
+        const std::string& text = shared->texts.front();
+        held.unlock();
+        const int error = shared->writeAll(text);
+        if (error != 0)
+            shared->onFailure(error);
+        held.lock();
+        if (error != 0) {
+            shared->failed = true;
+            shared->lost += shared->texts.size();
+            shared->texts.clear();
+            shared->bytes = 0;
+        } else {
+            shared->bytes -= text.size();
+            shared->texts.pop_front();
+        }
+        shared->changed.notify_all();
+    }
+}
+
+bool BoundedWriter::write(std::string text) {
+    const std::lock_guard held(shared_->mutex);
+    const bool hasRoom =
+        shared_->texts.empty() || shared_->bytes + text.size() <= shared_->mostBytes;
+    if (shared_->failed || !hasRoom) {
+        ++shared_->lost;
+        return false;
+    }
+    if (shared_->texts.empty())
+        shared_->progress = Clock::now();
+    shared_->bytes += text.size();
+    shared_->texts.push_back(std::move(text));
+    shared_->changed.notify_all();
+    return true;
+}
+
+void BoundedWriter::settle() {
+    std::unique_lock held(shared_->mutex);
+    while (!shared_->changed.wait_for(held, LookInterval, [&] { return shared_->texts.empty(); }) &&
+           !(stopAsked() && Clock::now() > shared_->progress + Patience)) {
+    }
+}
+
+bool BoundedWriter::isSettled() const {
+    const std::lock_guard held(shared_->mutex);
+    return shared_->texts.empty();
+}
+
+uint64_t BoundedWriter::lost() const {
+    const std::lock_guard held(shared_->mutex);
+    return shared_->lost + shared_->texts.size();
+}

@@ -1,0 +1,216 @@
+#include "host/terminal/console.h"
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+#include <utility>
+
+#include "host/system/stop.h"
+#include "host/terminal/text.h"
+#include "plugin/tamborin.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+bool isTerminal(FILE* file) { return isatty(fileno(file)) != 0; }
+
+bool showsColours(FILE* file) {
+    const char* terminal = std::getenv("TERM");
+    return isTerminal(file) && terminal != nullptr && std::string_view(terminal) != "dumb" &&
+           areColoursWanted();
+}
+
+std::string shown(const Line& line, bool isColoured) {
+    std::string text;
+    for (const Piece& piece : line) {
+        const bool hasColour = isColoured && piece.colour != Colour::None && !piece.text.empty();
+        const std::string begin =
+            hasColour ? "\033[" + std::to_string(static_cast<int>(piece.colour)) + "m" : "";
+        text += begin + printable(piece.text) + (hasColour ? "\033[0m" : "");
+    }
+    return text;
+}
+
+size_t widthOf(FILE* terminal) {
+    constexpr size_t Usual = 80;
+    winsize size{};
+    return ioctl(fileno(terminal), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : Usual;
+}
+
+// A quarter of an hour of records of ten inputs, and of messages what a person may want to read.
+constexpr size_t MostRecordBytes = size_t{8} << 20;
+constexpr size_t MostMessageBytes = size_t{1} << 20;
+
+void noteRecordsFailure(int error) {
+    if (error == EPIPE)
+        noteReaderLeft();
+}
+
+int abortFd = STDERR_FILENO;
+
+// PortAudio has assertions; what one said went nowhere.
+void tellOfAbort(int /*signal*/) {
+    constexpr std::string_view Message =
+        "tamborin-host: an audio library gave up; see what it says with --library-noise\n";
+    [[maybe_unused]] const ssize_t written = write(abortFd, Message.data(), Message.size());
+    _exit(EXIT_FAILURE);
+}
+
+// The audio libraries write pages to stderr while they look for devices, and C offers no other way
+// to stop them than to turn the descriptor away. Answers the user's stderr.
+FILE* silenceLibraries() {
+    const int user = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    FILE* messages = user >= 0 && nowhere >= 0 ? fdopen(user, "w") : nullptr;
+    if (messages != nullptr) {
+        std::setvbuf(messages, nullptr, _IOLBF, 0);
+        dup2(nowhere, STDERR_FILENO);
+        abortFd = user;
+        std::signal(SIGABRT, tellOfAbort);
+    }
+    if (nowhere >= 0)
+        close(nowhere);
+    return messages != nullptr ? messages : stderr;
+}
+
+}  // namespace
+
+void checkResultsWritten() {
+    const bool written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    if (!written && !readerHasLeft())
+        throw std::runtime_error("cannot write the results to stdout; is there room for them?");
+}
+
+bool areColoursWanted() {
+    const char* without = std::getenv("NO_COLOR");
+    return without == nullptr || *without == '\0';
+}
+
+Console::Console(const ConsoleOptions& options)
+    : options_(options),
+      err_(options.libraryNoise ? stderr : silenceLibraries()),
+      out_(options.json ? err_ : stdout),
+      outColours_(showsColours(out_)),
+      errColours_(showsColours(err_)),
+      // Records on the same terminal would run into the lines.
+      statusLive_(isTerminal(err_) && !(options.json && isTerminal(stdout))),
+      messages_(fileno(err_), MostMessageBytes),
+      records_(options.json ? std::make_unique<BoundedWriter>(STDOUT_FILENO, MostRecordBytes,
+                                                              noteRecordsFailure)
+                            : nullptr) {}
+
+void Console::record(std::string line) {
+    if (records_->isSettled())
+        leavesRecordsOut_ = false;
+    if (!records_->write(std::move(line)) && !stopAsked() && !leavesRecordsOut_.exchange(true))
+        error("stdout takes no more records; they are left out until it does");
+}
+
+void Console::result(const Line& line) { writeLine(out_, line); }
+
+void Console::remark(const Line& line) {
+    if (!options_.quiet)
+        writeLine(out_, line);
+}
+
+void Console::error(std::string_view line) {
+    writeLine(err_, {{"tamborin-host:", Colour::Red}, {" " + std::string(line)}});
+}
+
+void Console::giveUp(std::string_view line) {
+    error(line);
+    if (records_)
+        records_->settle();
+    messages_.settle();
+    std::_Exit(EXIT_FAILURE);
+}
+
+void Console::logLine(int32_t level, std::string_view text) {
+    writeLine(err_, {{std::to_string(level) + " " + std::string(text),
+                      level >= LogError ? Colour::Red : Colour::None}});
+}
+
+void Console::status(const std::vector<std::string>& lines) {
+    if (options_.quiet)
+        return;
+    const std::lock_guard held(mutex_);
+    // What is past when it is read need not be written.
+    if (!messages_.isSettled())
+        return;
+    eraseStatus();
+    // A line that wraps could not be erased.
+    const size_t width = widthOf(err_) - 1;
+    std::string text;
+    for (const std::string& line : lines)
+        text += (statusLive_ ? fitted(line, width) : printable(line)) + "\n";
+    writeMessage(text);
+    statusLines_ = statusLive_ ? lines.size() : 0;
+}
+
+void Console::clearStatus() {
+    const std::lock_guard held(mutex_);
+    eraseStatus();
+}
+
+void Console::finishResults() {
+    if (!records_)
+        return checkResultsWritten();
+    records_->settle();
+    if (const uint64_t lost = records_->lost(); lost > 0 && !readerHasLeft())
+        throw std::runtime_error(std::to_string(lost) +
+                                 " records were left out, as stdout did not take them");
+}
+
+// Results go behind the messages before them, as both may go to one terminal.
+void Console::writeLine(FILE* file, const Line& line) {
+    const bool isColoured = file == out_ ? outColours_ : errColours_;
+    const std::string text = shown(line, isColoured) + "\n";
+    {
+        const std::lock_guard held(mutex_);
+        eraseStatus();
+        if (file == err_)
+            return writeMessage(text);
+    }
+    messages_.settle();
+    std::fputs(text.c_str(), file);
+    if (std::fflush(file) != 0 && errno == EPIPE)
+        noteReaderLeft();
+}
+
+void Console::writeMessage(std::string text) {
+    if (lostMessages_ > 0)
+        text = "tamborin-host: " + std::to_string(lostMessages_) +
+               " messages were left out, as nobody read stderr\n" + text;
+    lostMessages_ = messages_.write(std::move(text)) ? 0 : lostMessages_ + 1;
+}
+
+void Console::eraseStatus() {
+    if (statusLines_ > 0)
+        writeMessage("\033[" + std::to_string(statusLines_) + "A\033[J");
+    statusLines_ = 0;
+}
+
+void Progress::show(double fraction, const std::vector<std::string>& details) {
+    const Clock::time_point now = Clock::now();
+    if (now < next_)
+        return;
+    next_ = now + (console_.isStatusLive() ? 100ms : 5s);
+    constexpr size_t Width = 20;
+    const double elapsed = std::chrono::duration<double>(now - start_).count();
+    std::string line = what_ + "  " + inClockTime(elapsed);
+    if (fraction > 0) {
+        const double left = elapsed * (1 - std::min(fraction, 1.0)) / fraction;
+        line += "  [" + bar(static_cast<size_t>(fraction * Width), Width) + "]  " +
+                inClockTime(left + 0.5) + " left";
+    }
+    std::vector<std::string> lines{line};
+    lines.insert(lines.end(), details.begin(), details.end());
+    console_.status(lines);
+}

@@ -1,0 +1,110 @@
+// Where the tool speaks to its user, apart from what the audio libraries write to stderr.
+//
+// What was asked for and remarks go to stdout (with --json to stderr, as stdout belongs to the
+// records then), errors, log lines and progress to stderr. Only results wait for who reads them:
+// the rest is written by threads of its own, and left out where a reader stalls.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/terminal/bounded_writer.h"
+
+struct ConsoleOptions {
+    bool quiet = false;         // no remarks, no progress
+    bool json = false;          // stdout is for records
+    bool libraryNoise = false;  // let others write to stderr, too
+};
+
+// What the user's environment says, whatever the terminal can do.
+bool areColoursWanted();
+
+enum class Colour { None = 0, Red = 31, Green = 32, Yellow = 33 };
+
+// Pieces of a line, coloured where it goes to a terminal that shows colours. Their texts may be
+// anybody's: nothing in them commands the terminal.
+struct Piece {
+    std::string text;
+    Colour colour = Colour::None;
+};
+using Line = std::vector<Piece>;
+
+// Throws std::runtime_error when stdout could not take what was printed there; a reader who has
+// left had enough.
+void checkResultsWritten();
+
+// One in a process. Any thread, but for its construction, which comes before any thread is started.
+class Console {
+  public:
+    explicit Console(const ConsoleOptions& options);
+
+    // Every record of the module is wanted, as a text with its line's end.
+    bool wantsRecords() const { return records_ != nullptr; }
+    void record(std::string line);
+    void result(const Line& line);
+    void result(const std::string& line) { result(Line{{line}}); }
+    void remark(const Line& line);
+    void remark(const std::string& line) { remark(Line{{line}}); }
+    void error(std::string_view line);
+    // Tells an error and ends the process at once, with what cannot be ended otherwise.
+    [[noreturn]] void giveUp(std::string_view line);
+    void logLine(int32_t level, std::string_view text);
+    // Lines at the bottom of the terminal, which replace the last ones; without a terminal they are
+    // simply written.
+    void status(const std::vector<std::string>& lines);
+    void clearStatus();
+    // Waits for who reads the results. Throws std::runtime_error when not all could be written.
+    void finishResults();
+
+    bool isQuiet() const { return options_.quiet; }
+    // Whether status lines can replace each other.
+    bool isStatusLive() const { return statusLive_; }
+    // The stream of results.
+    FILE* stream() const { return out_; }
+
+  private:
+    void writeLine(FILE* file, const Line& line);
+    void writeMessage(std::string text);
+    void eraseStatus();
+
+    const ConsoleOptions options_;
+    FILE* const err_;  // the user's stderr
+    FILE* const out_;
+    const bool outColours_;
+    const bool errColours_;
+    const bool statusLive_;
+    std::atomic<bool> leavesRecordsOut_ = false;
+    std::mutex mutex_;  // guards the terminal
+    size_t statusLines_ = 0;
+    uint64_t lostMessages_ = 0;
+    BoundedWriter messages_;
+    const std::unique_ptr<BoundedWriter> records_;  // with --json
+};
+
+// Shows how far a work of some time has come, and how long it still takes. Silent for the first
+// second and on a quiet console.
+class Progress {
+  public:
+    Progress(Console& console, std::string what) : console_(console), what_(std::move(what)) {}
+    ~Progress() { console_.clearStatus(); }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    // `fraction` is done, 0 when that cannot be told. Call it as often as you like.
+    void show(double fraction, const std::vector<std::string>& details = {});
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    Console& console_;
+    const std::string what_;
+    const Clock::time_point start_ = Clock::now();
+    Clock::time_point next_ = start_ + std::chrono::seconds(1);
+};
