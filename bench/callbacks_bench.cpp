@@ -158,7 +158,7 @@ struct Played {
 Played callBackAll(int64_t callbacks) {
     std::mt19937 random(1);
     std::vector<Driven> all;
-    for (FakeStream* stream : fakeAudio.streams)
+    for (FakeStream* stream : fakePortAudio.open)
         all.push_back({stream, Clock::now() + random() % 8000 * 1us});
     Played played;
     std::array<int16_t, FramesPerBuffer> heard{};
@@ -169,10 +169,10 @@ Played callBackAll(int64_t callbacks) {
                 continue;
             driven.next += Period + random() % 2000 * 1us - 1ms;
             if (driven.stream->isInput) {
-                driven.stream->capture(heard.data(), heard.size());
+                driven.stream->capture(heard);
                 ++played.inputs;
             } else {
-                driven.stream->play(heard.data(), heard.size());
+                driven.stream->play(heard);
                 ++played.outputs;
                 played.silent += heard[0] == 0;
             }

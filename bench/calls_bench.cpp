@@ -58,17 +58,21 @@ class Held {
     std::atomic<bool> on_ = false;
 };
 
+// How often a stream was opened and closed.
+std::atomic<int> opened = 0;
+std::atomic<int> closed = 0;
+
 // Opens the worked output's stream by a block and has it closed again by playing the block.
 void keepOpening(const std::atomic<bool>& done) {
     std::array<int16_t, FramesPerBuffer> heard{};
     Channel* channel = g_plugin->findChannel(idOf(WorkedOutput));
     while (!done) {
-        const int before = fakeAudio.opened;
+        const int openedBefore = opened;
         Module::write(idOf(WorkedOutput), codes.data(), codes.size());
-        while (fakeAudio.opened == before && !done)
+        while (opened == openedBefore && !done)
             std::this_thread::sleep_for(100us);
-        const int closed = fakeAudio.closed;
-        while (fakeAudio.closed == closed && !done) {
+        const int closedBefore = closed;
+        while (closed == closedBefore && !done) {
             Channel::streamCallback(nullptr, heard.data(), heard.size(), nullptr, 0, channel);
             std::this_thread::sleep_for(1ms);
         }
@@ -95,7 +99,12 @@ void call(benchmark::State& state, Call which, Around around) {
         held.pass();
     };
     held.hold(around == Alone);
-    fakeAudio.opening = around == Opening ? 5ms : 0ms;
+    fakePortAudio.whileStarting = [around](FakeStream&) {
+        if (around == Opening)
+            std::this_thread::sleep_for(5ms);
+        ++opened;
+    };
+    fakePortAudio.whileClosing = [](FakeStream&) { ++closed; };
     std::thread worker(Module::run);
     while (descriptions == 0)
         std::this_thread::sleep_for(1ms);
@@ -125,7 +134,6 @@ void call(benchmark::State& state, Call which, Around around) {
     Close();
     held.hold(false);
     worker.join();
-    fakeAudio.opening = 0ms;
 }
 
 // What a call that queues something cannot do without.

@@ -74,7 +74,7 @@ void callBackAll(std::array<Latencies*, 2> all) {
     for (size_t block = 0; block < Blocks; ++block) {
         Due& next = *std::ranges::min_element(due, {}, &Due::at);
         std::this_thread::sleep_until(next.at);
-        fakeAudio.streams[next.channel]->capture(sound.data(), sound.size());
+        fakePortAudio.open[next.channel]->capture(sound);
         const Clock::rep now = Clock::now().time_since_epoch().count();
         for (Latencies* latencies : all)
             latencies->events[next.channel] = now;

@@ -1,13 +1,22 @@
 #include "bench/module.h"
 
+#include <alsa/asoundlib.h>
+
 #include <cstdlib>
+
+int snd_card_next(int* card) {
+    *card = -1;  // no sound cards
+    return 0;
+}
 
 Module::Module(int inputs, int outputs) {
     char name[] = "/tmp/tamborin-bench-XXXXXX";
     folder_ = mkdtemp(name);
     std::filesystem::current_path(folder_);
-    fakeAudio.inputs = inputs;
-    fakeAudio.outputs = outputs;
+    fakePortAudio = {};
+    fakePortAudio.hostApis.push_back({1, paALSA, "ALSA", 0, 0, 0});
+    for (int device = 0; device < inputs + outputs; ++device)
+        fakePortAudio.addDevice("default", device < inputs ? 1 : 0, device < inputs ? 0 : 1);
     onMessage = [](const HostMessage&) {};
     HostTable table{};
     table.hostCallback = receive;

@@ -6,8 +6,8 @@
 #include <functional>
 #include <string>
 
-#include "bench/fake_audio.h"
 #include "plugin/tamborin.h"
+#include "tests/fake_portaudio.h"
 
 // The ID of the channel with this number, below 240.
 constexpr int32_t idOf(int number) { return ChannelIdBase + 16 + number; }

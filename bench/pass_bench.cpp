@@ -22,8 +22,8 @@ std::array<int16_t, FramesPerBuffer> sound{};
 const std::array<uint8_t, FramesPerBuffer> codes{};
 
 void callBackInputs() {
-    for (const FakeStream* stream : fakeAudio.streams)
-        stream->capture(sound.data(), sound.size());
+    for (const FakeStream* stream : fakePortAudio.open)
+        stream->capture(sound);
 }
 
 // Times passes in batches, each an iteration of the benchmark, and counts their allocations.
@@ -98,11 +98,11 @@ void playing(benchmark::State& state) {
     const int channels = static_cast<int>(state.range(0));
     Batches batches(state);
     runPasses(0, channels, [&] {
-        const bool isOpen = !fakeAudio.streams.empty();
+        const bool isOpen = !fakePortAudio.open.empty();
         if (isOpen && !batches.end(1))
             return false;
-        for (const FakeStream* stream : fakeAudio.streams)
-            stream->play(sound.data(), sound.size());
+        for (const FakeStream* stream : fakePortAudio.open)
+            stream->play(sound);
         for (int number = 0; number < channels; ++number)
             Module::write(idOf(number), codes.data(), codes.size());
         if (isOpen)

@@ -54,7 +54,7 @@ void capture(benchmark::State& state) {
         ++pass;
         const size_t begin = channels * (pass - 1) / PassesPerBlock;
         for (size_t i = begin; i < channels * pass / PassesPerBlock; ++i)
-            fakeAudio.streams[i]->capture(sound.data(), sound.size());
+            fakePortAudio.open[i]->capture(sound);
         return true;
     });
     state.SetItemsProcessed(state.iterations() * state.range(0));

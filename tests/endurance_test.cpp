@@ -102,7 +102,7 @@ class Endurance : public ModuleTest {
         if (now % PeriodsPerDay == PeriodsPerHour / 2)
             fakeClock.wallSeconds -= 1;
         const bool isStalled = now % PeriodsPerDay < 16;  // 4 s
-        for (FakeStream* stream : open_)
+        for (FakeStream* stream : fakePortAudio.open)
             if (!isStalled)
                 callBack(*stream);
         if (now % PeriodsPerHour > 8 && !isStalled)  // else they run dry
@@ -112,7 +112,6 @@ class Endurance : public ModuleTest {
 
     std::vector<int16_t> sound_ = std::vector<int16_t>(2048);
     std::map<void*, int64_t> captures_;
-    std::vector<FakeStream*> open_;
 };
 
 TEST_F(Endurance, NothingIsLostRepeatedOrReordered) {
@@ -121,8 +120,6 @@ TEST_F(Endurance, NothingIsLostRepeatedOrReordered) {
     fakePortAudio.addDevice("default");
     fakePortAudio.addDevice("pulse");
     fakePortAudio.streamInfo.inputLatency = LatencyMs / 1000.0;
-    fakePortAudio.whileStarting = [this](FakeStream& stream) { open_.push_back(&stream); };
-    fakePortAudio.whileClosing = [this](FakeStream& stream) { std::erase(open_, &stream); };
     enable("0");
     enable("2");
     int64_t passes = 0;

@@ -1,6 +1,7 @@
 #include "fake_alsa.h"
 
 #include <alsa/asoundlib.h>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>

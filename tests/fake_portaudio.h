@@ -1,4 +1,5 @@
-// A PortAudio whose devices, errors and callbacks are the test's.
+// A PortAudio that calls nobody back. Its devices and errors are the test's or the benchmark's,
+// which also plays the callback's thread.
 #pragma once
 
 #include <portaudio.h>
@@ -7,6 +8,8 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <span>
+#include <string>
 #include <vector>
 
 struct FakeStream {
@@ -15,11 +18,11 @@ struct FakeStream {
     bool isInput;
     PaError active = 1;  // what Pa_IsStreamActive answers; paBadStreamPtr once closed
 
-    int capture(const std::vector<int16_t>& samples) const {
+    int capture(std::span<const int16_t> samples) const {
         return callback(samples.data(), nullptr, samples.size(), nullptr, 0, userData);
     }
     // Fills the sound with what is played.
-    int play(std::vector<int16_t>& sound) const {
+    int play(std::span<int16_t> sound) const {
         return callback(nullptr, sound.data(), sound.size(), nullptr, 0, userData);
     }
 };
@@ -34,16 +37,18 @@ struct FakePortAudio {
     int deviceCountError = 0;
     std::map<std::pair<int, bool>, PaError> formatErrors;  // by device and whether it is an input
     PaError initialize = paNoError;
-    PaError open = paNoError;
-    PaError start = paNoError;
+    PaError openResult = paNoError;
+    PaError startResult = paNoError;
     PaStreamInfo streamInfo{1, 0.0, 0.0, 8000};
     std::deque<FakeStream> streams;  // every stream ever opened; its address is its handle
+    std::vector<FakeStream*> open;   // those not closed, in the order of their opening
+    std::string wrongCalls;          // parameters that no stream of the module has
     std::function<void(FakeStream&)> whileStarting = [](FakeStream&) {};
     std::function<void(FakeStream&)> whileClosing = [](FakeStream&) {};
 
-    // Adds a device with both directions, on host API 0.
-    void addDevice(const char* name) {
-        devices.push_back({2, name, 0, 1, 1, 0.01, 0.02, 0.1, 0.1, 44100});
+    // Adds a device on host API 0, with both directions unless said otherwise.
+    void addDevice(const char* name, int inputs = 1, int outputs = 1) {
+        devices.push_back({2, name, 0, inputs, outputs, 0.01, 0.02, 0.1, 0.1, 44100});
     }
 };
 inline FakePortAudio fakePortAudio;

@@ -37,8 +37,9 @@ ModuleTest::~ModuleTest() {
     Unload();
     for (const auto& [address, loan] : loans_)
         ADD_FAILURE() << loan.name << " was accepted and not handed back";
-    for (const FakeStream& stream : fakePortAudio.streams)
-        EXPECT_EQ(stream.active, paBadStreamPtr) << "a stream was left open";
+    for (const FakeStream* stream : fakePortAudio.open)
+        EXPECT_EQ(stream->active, paBadStreamPtr) << "a stream was left open";
+    EXPECT_EQ(fakePortAudio.wrongCalls, "");
     EXPECT_EQ(fakeMixersOpen, 0);
     EXPECT_EQ(fakePcmsOpen, 0);
     std::filesystem::current_path("/");

@@ -3,6 +3,7 @@
 // The worker runs on the test's own thread and the test acts in its pauses (fakeClock.onPause).
 #pragma once
 
+#include <gtest/gtest.h>
 #include <tinyxml.h>
 
 #include <cstdint>

@@ -135,6 +135,11 @@ TEST_F(TornSettings, NothingIsSavedThatALoadRefuses) {
         SaveXmlFile(makeDocument("<a>" + std::string(LargestXmlFile, 'x') + "</a>"), Target));
     EXPECT_TRUE(lastXmlSaveFailure().starts_with("too large: 67108")) << lastXmlSaveFailure();
     EXPECT_EQ(fileContent(Target), "<Old/>");
+    for (const size_t excess : {0, 1}) {
+        put(Target, "<a/>" + std::string(LargestXmlFile - 4 + excess, ' '));
+        TiXmlDocument loaded;
+        EXPECT_EQ(LoadXmlFile(loaded, Target), excess == 0);
+    }
 
     // A week by the minute is kept. What would fill a file by its indentation alone is not.
     const std::string week =

@@ -1,8 +1,6 @@
 // What the module did to the world around it, one line an event, in order.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <string>
 #include <utility>
 

@@ -196,8 +196,8 @@ std::map<std::string, Command> commandsOfTheWorld() {
          [](auto& in) {
              audio.initialize = static_cast<PaError>(in.number("initialize"));
              audio.deviceCountError = static_cast<PaError>(in.number("count"));
-             audio.open = static_cast<PaError>(in.number("open"));
-             audio.start = static_cast<PaError>(in.number("start"));
+             audio.openResult = static_cast<PaError>(in.number("open"));
+             audio.startResult = static_cast<PaError>(in.number("start"));
          }},
         {"format",
          [](auto& in) {
