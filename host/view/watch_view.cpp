@@ -12,6 +12,7 @@
 
 #include "host/terminal/console.h"
 #include "host/terminal/text.h"
+#include "host/view/watch_layout.h"
 #include "plugin/tamborin.h"
 
 namespace {
@@ -44,57 +45,21 @@ attr_t colourOf(double level) {
     return COLOR_PAIR(level > Loud ? Bad : level > High ? Warn : Good);
 }
 
-// The columns of a channel's line that the width has room for.
-struct Layout {
-    explicit Layout(size_t width) {
-        constexpr size_t Gap = 2;
-        constexpr size_t LeastMeter = 8;
-        constexpr size_t GoodMeter = 16;
-        constexpr size_t MostMeter = 40;
-        constexpr size_t LeastDevice = 12;
-        constexpr size_t MostDevice = 32;
-        constexpr size_t Fixed = 3 + Gap + 9 + Gap;  // number and state
-        // No gap follows the last.
-        size_t left = width + Gap > Fixed ? width + Gap - Fixed : 0;
-        const auto grant = [&left](size_t wanted) {
-            if (left < wanted + Gap)
-                return size_t{0};
-            left -= wanted + Gap;
-            return wanted;
-        };
-        meter = grant(LeastMeter);
-        name = grant(16);
-        restarts = grant(8);
-        decibels = grant(10);
-        device = grant(LeastDevice);
-        kind = grant(6);
-        const auto widen = [&left](size_t& column, size_t most) {
-            const size_t wider = column == 0 ? 0 : std::min(left, most - column);
-            column += wider;
-            left -= wider;
-        };
-        widen(meter, GoodMeter);
-        widen(device, MostDevice);
-        widen(meter, MostMeter);
-        name += name > 0 ? left : 0;
-    }
-    size_t meter = 0, name = 0, restarts = 0, decibels = 0, kind = 0, device = 0;
-};
-
 std::string cell(const std::string& text, size_t width) {
-    return width == 0 ? std::string() : fitted(text, width) + "  ";
+    return width == 0 ? std::string() : fitted(text, width) + std::string(WatchLayout::Gap, ' ');
 }
 
-std::string heading(const Layout& layout) {
-    return cell("ch", 3) + cell("state", 9) + cell("kind", layout.kind) +
-           cell("level", layout.meter) + cell("", layout.decibels) +
+std::string heading(const WatchLayout& layout) {
+    return cell("ch", WatchLayout::Number) + cell("state", WatchLayout::State) +
+           cell("kind", layout.kind) + cell("level", layout.meter) + cell("", layout.decibels) +
            cell("restarts", layout.restarts) + cell("name", layout.name) +
            cell("device", layout.device);
 }
 
-void drawChannel(int row, const WatchedChannel& watched, const Layout& layout) {
+void drawChannel(int row, const WatchedChannel& watched, const WatchLayout& layout) {
     const ChannelDescription& channel = watched.channel;
-    const std::string before = cell(std::to_string(channel.number), 3) + cell(watched.state, 9) +
+    const std::string before = cell(std::to_string(channel.number), WatchLayout::Number) +
+                               cell(watched.state, WatchLayout::State) +
                                cell(channel.isOutput ? "output" : "input", layout.kind);
     const bool hasMeter = layout.meter > 0 && !channel.isOutput && channel.hasDevice;
     line(row, before + cell("", layout.meter) +
@@ -102,7 +67,7 @@ void drawChannel(int row, const WatchedChannel& watched, const Layout& layout) {
                   cell(channel.hasDevice ? std::to_string(watched.restarts) : "", layout.restarts) +
                   cell(channel.name, layout.name) + cell(channel.device, layout.device));
     if (!channel.hasDevice)
-        piece(row, 5, watched.state, COLOR_PAIR(Bad));
+        piece(row, WatchLayout::Number + WatchLayout::Gap, watched.state, COLOR_PAIR(Bad));
     if (!hasMeter)
         return;
     const size_t inside = layout.meter - 2;
@@ -171,7 +136,7 @@ WatchView::~WatchView() {
 void WatchView::draw(const WatchContent& content) {
     set_term(screen_);
     erase();
-    const Layout layout(static_cast<size_t>(COLS));
+    const WatchLayout layout(static_cast<size_t>(COLS));
     drawTop(content);
     int row = 1;
     if (LINES > 4)
