@@ -1,5 +1,5 @@
-// Says that there may be work under a lock, so that the worker need not take the lock to look. A
-// stream callback that finds its lock busy loses 256 ms of sound, hence every lock saved counts.
+// A flag which says that there may be work under a lock, so that the worker takes the lock only
+// when there is. A stream callback that finds its lock busy loses 256 ms of sound.
 #pragma once
 
 #include <atomic>

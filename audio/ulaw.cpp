@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <bit>
 
-// Compiles a function once for each of these levels of x86-64; the program's loader picks the best
-// one that the machine runs. Off for clang 14, whose callers in other files do not find the result,
-// and under the thread sanitizer, which crashes when the loader picks.
+// Compiles a function once for each of these levels of x86-64. The program's loader picks the best
+// one that the machine supports. Not used with clang 14, where calls from other files do not link,
+// nor with the thread sanitizer, which crashes while the loader picks.
 #if defined(__x86_64__) && !defined(__clang__) && !defined(__SANITIZE_THREAD__)
 #define FOR_EACH_X86_64_LEVEL \
     __attribute__((target_clones("default", "arch=x86-64-v3", "arch=x86-64-v4")))
