@@ -1,4 +1,4 @@
-// What the module did to the world around it, one line an event, in order.
+// Records what the module did to the world around it: one line for each event, in order.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 
 inline std::string trace;
 
-// The test's own memory does not run out.
+// While it lives, memory does not run out: for allocations of the test itself.
 class EnoughMemory {
   public:
     EnoughMemory() : left_(std::exchange(allocationsLeft, -1)) {}
