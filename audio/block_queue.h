@@ -17,7 +17,7 @@ struct AudioBlock {
     uint32_t count = 0;              // samples
     bool played = false;             // the callback has played the last sample
     bool hostOwned = false;          // destroying the block hands data back to the host
-    uint32_t samplesPlayed = 0;      // of pcm
+    uint32_t samplesPlayed = 0;      // how many samples of pcm
     AudioBlock* newer = nullptr;
     AudioBlock* older = nullptr;
 };

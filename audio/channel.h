@@ -52,8 +52,8 @@ class Channel {
     bool isDeviceInDoubt() const { return retry.isDeviceInDoubt(); }
     // Closes the stream, if there is one. Audio that the device still holds is dropped.
     void closeStream();
-    // Returns true when the stream has not called back for the watchdog's period, and begins the
-    // next period. Cheap enough for every pass.
+    // Returns true once for each period of the watchdog in which the stream has not called back.
+    // Cheap enough for every pass.
     bool isTimedOut() { return watchdog.isTimedOut(steadyTick()); }
     // Opens or restarts an output's stream when `bufferLengthMs` milliseconds of audio are queued,
     // rounded down to whole blocks but at least one. Closes it when nothing is queued. Holds

@@ -6,9 +6,9 @@
 
 #include "base/real_time.h"
 
-// Set while the lock is held, or by the thread that takes it. Taken before the lock is acquired.
-// The lock orders everything else, so relaxed memory order is enough. A hint that is set just after
-// it was taken is seen on the next pass.
+// It is set with the lock held, or by the worker itself. The worker takes it before it acquires the
+// lock. The lock orders everything else, so relaxed memory order is enough. A hint that is set just
+// after it was taken is seen on the next pass.
 class Hint {
   public:
     void set() RT_SAFE { isSet_.store(true, std::memory_order_relaxed); }

@@ -16,15 +16,15 @@
 // What a device says about being opened now.
 enum class DeviceAnswer {
     Openable,
-    Busy,       // in use elsewhere; PortAudio may be able to open it all the same
+    Busy,       // in use elsewhere; PortAudio may still be able to open it
     Away,       // cannot be opened
     CannotTell  // the question could not be asked
 };
 
 class OpenRetry {
   public:
-    static constexpr uint32_t FreeTries = 10;           // opens before questions; each is logged
-    static constexpr std::chrono::seconds AskPause{1};  // between two questions
+    static constexpr uint32_t FreeTries = 10;               // failures before the first question
+    static constexpr std::chrono::seconds AskPause{1};      // between two questions
     static constexpr std::chrono::minutes ReportPause{10};  // between two log lines
     static constexpr std::chrono::minutes LongestOpenPause{10};
 

@@ -16,7 +16,8 @@ class Watchdog {
   public:
     static constexpr std::chrono::seconds Period{3};
 
-    // Notes that the stream has called back. Callback thread; the worker calls it to begin anew.
+    // Notes that the stream has called back. Callback thread; the worker also calls it, so that the
+    // silence of a closed stream does not count.
     void rearm() RT_SAFE { units_.exchange(Armed); }
 
     // Begins a whole period for the first callback of a stream. Called after the stream was opened,

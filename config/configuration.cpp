@@ -146,8 +146,7 @@ void ConfigurationPass::applyStreams(bool mixersFailed) {
     for (const auto& [id, channel] : state_.channels) {
         if (!channel->Enabled) {
             channel->closeStream();
-            // Audio captured since the input was disabled must not be sent once it is enabled
-            // again.
+            // Audio captured since then must not be sent once the input is enabled again.
             if (channel->isInput)
                 channel->purgeBlocks(false);
         } else if (!channel->isInput) {

@@ -24,7 +24,7 @@ struct Excess {
     static constexpr size_t NeverEnds = std::string::npos;
     size_t begin;       // of its "<"
     size_t end;         // behind its last ">"; NeverEnds when the parser would give up within it
-    bool isTooDeep;     // true: nested too deep; false: too many attributes
+    bool isTooDeep;     // true: nested too deeply; false: too many attributes
     bool isBehindText;  // text stands directly before it
 };
 

@@ -7,11 +7,12 @@
 
 #include "config/xml_bounds.h"
 
-// Fills `document` from `text`, up to its first error. Returns true when there was none. Changes
-// `text` before: elements beyond the bounds are removed from it, and it is padded, because TinyXML
-// reads behind a text that ends inside a character. Any thread; throws std::bad_alloc.
+// Fills `document` from `text`, up to its first error. Returns true when the text is well-formed to
+// its end. Before it parses, it removes the elements beyond the bounds from `text`, and pads it,
+// because TinyXML reads behind a text that ends inside a character. Any thread; throws
+// std::bad_alloc.
 //
 // The text is converted to UTF-8 first and read as UTF-8, whatever encoding it declares. Documents
-// are saved as UTF-8, so one byte of another encoding in a name would make the settings file
-// unreadable.
+// are saved as UTF-8: a name with a byte of another encoding, or with "&#xE9;" turned into such a
+// byte, would make the settings file unreadable.
 bool parseXml(TiXmlDocument& document, std::string& text, const XmlBounds& bounds = {});

@@ -22,8 +22,8 @@ constexpr uint64_t LargestXmlFile = 64 << 20;  // bytes; real files have a few t
 bool SaveXmlFile(const TiXmlDocument& document, const char* path);
 
 // Fills `document` from the complete pending file of `path`, which then takes the place of `path`,
-// or else from `path`. Returns false, with TinyXML's error in the document, when there is no such
-// file. A file that is not a regular one or is larger than LargestXmlFile counts as missing, and so
+// or else from `path`. Returns false, with TinyXML's error in the document, when neither can be
+// used. A file that is not a regular one or is larger than LargestXmlFile counts as missing, and so
 // does a link at the pending path. Throws std::bad_alloc, and std::system_error when the system is
 // short of descriptors or memory; the content of `document` is then unspecified.
 bool LoadXmlFile(TiXmlDocument& document, const char* path);

@@ -78,7 +78,7 @@ bool CPlugin::applyConfiguration(const TiXmlElement* root, bool fromSettings) {
 void CPlugin::writeSettings() {
     TiXmlDocument document;
     describeSettings(document, {bufferLength, forceOsServices}, channels);
-    // A save that fails leaves the old file. The host is told in any case.
+    // The description is sent even when the save fails, which leaves the old file.
     if (settingsHeld)
         contain([&] { SaveXmlFile(document, SettingsPath); });
     sendDocument(document, KindModuleDocument);

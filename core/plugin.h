@@ -33,7 +33,7 @@ class CPlugin {
     }
     // Returns the channel that host records address by `id`, or null.
     Channel* findChannel(int32_t id) { return channels.find(id); }
-    // Asks the worker to stop. This is never undone.
+    // Asks the worker to stop. A stop is final.
     void requestStop() { stopRequested.exchange(true); }
     bool isStopRequested() const { return stopRequested.load(); }
 

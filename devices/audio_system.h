@@ -1,4 +1,4 @@
-// Brings PortAudio up.
+// Starts PortAudio.
 #pragma once
 
 // Returns whether the operating system's audio service runs: always true on Linux, which needs

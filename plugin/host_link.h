@@ -22,7 +22,7 @@ extern HostCallback g_hostCallback;
 [[gnu::format(printf, 4, 5)]] int32_t logMessage(int64_t moduleId, HostCallback callback,
                                                  int32_t level, const char* format, ...) noexcept;
 
-// The module's own log lines: logMessage to the host that loaded it.
+// Calls logMessage with the module's ID and the host's callback.
 [[gnu::format(printf, 2, 3)]] void logLine(int32_t level, const char* format, ...) noexcept;
 
 // Prints `document` without indentation and sends it as KindModuleDocument or KindStatusDocument.

@@ -1,8 +1,8 @@
 /* The contract between Tamborin and the program that hosts it.
  *
  * Tamborin records and plays a machine's sound cards for a host program. The host loads
- * libtamborin.so, drives it through the six functions at the end of this file, and hears back
- * through one callback of its own:
+ * libtamborin.so and drives it through the six functions at the end of this file. The module
+ * answers through one callback of the host:
  *
  *     HostTable table = {.hostCallback = myCallback};
  *     ModuleInfo info = {0};
@@ -25,7 +25,7 @@
  *     accepted buffer belongs to the module, which reads it and never writes it, until it comes
  *     back with exactly one KindBufferRelease record: that may happen on another thread, and even
  *     before the call that accepted it has returned.
- *  4. A HostMessage and its data are valid only until the callback returns.
+ *  4. A HostMessage and the module's data in it are valid only until the callback returns.
  *  5. The callback is called from several threads at once: the one inside IoctlRun, and those that
  *     call Open, IOCTL, Write, Close and Unload. It is never called on a real-time audio thread.
  *     It must not throw, and must not call Unload. It may call the other functions, with one
@@ -70,7 +70,7 @@ enum {
     KindBufferRelease = 512   /* data is a host buffer that the module hands back */
 };
 
-/* The one format of audio */
+/* The only audio format */
 enum {
     AudioSampleRate = 8000,  /* Hz */
     AudioFrameSamples = 2048 /* in a captured frame; of a written block at most these are played */
