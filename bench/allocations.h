@@ -7,5 +7,5 @@
 // Returns how many allocations this process has made.
 uint64_t allocationCount();
 
-// This thread's next allocations that succeed; the one after them fails. Negative: none fails.
+// How many allocations of this thread succeed before one fails; negative when none is to fail.
 inline thread_local long allocationsLeft = -1;

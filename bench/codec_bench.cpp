@@ -14,8 +14,8 @@
 
 namespace {
 
-// Low-passed noise is quiet more often than loud, as speech is. In white noise a codec with
-// branches could not predict any of them.
+// Low-passed noise is quiet more often than loud, as speech is. In white noise the branches of a
+// codec could not be predicted.
 std::vector<int16_t> sound(size_t count) {
     std::mt19937 random(1);
     std::normal_distribution<float> noise(0, 1000);
