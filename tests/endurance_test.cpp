@@ -22,7 +22,7 @@ constexpr int64_t PeriodsPerHour = 3600 * 1000 / 256;
 constexpr int64_t PeriodsPerDay = 24 * PeriodsPerHour;
 constexpr int PassesPerPeriod = 4;
 constexpr int LatencyMs = 12;
-constexpr size_t Digits = 6;  // of a block's number in base 64, each a code that the codec keeps
+constexpr size_t Digits = 6;  // of a block's number in base 64; the codec keeps their codes
 
 using Codes = std::array<uint8_t, 2048>;
 

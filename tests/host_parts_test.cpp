@@ -87,7 +87,7 @@ TEST_F(HostParts, ClipsAreReadAsFarAsWantedAndNoNumberIsSilence) {
         .write(sound.data(), static_cast<sf_count_t>(sound.size()));
     const std::vector<uint8_t> codes = loadClip(file, 2, [](double) {});
     EXPECT_EQ(codes.size(), size_t{2} * SampleRate);
-    // The sample that is no number became one silent sample, which resampling covers.
+    // The sample that is not a number became a silent one, which resampling covers.
     EXPECT_EQ(std::ranges::count(codes, linearToUlaw(0)), 0);
 }
 

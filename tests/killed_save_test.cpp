@@ -157,7 +157,7 @@ class KilledSave : public ModuleTest {
         return end == Killed || (plan.killedCall == Never && (end & 4) != 0);
     }
 
-    // Saves on the disk `plan`, first without a kill, then killed at each call from the failing on.
+    // Saves on the disk `plan`, then again with a kill at each call from the failing one on.
     bool saveAndKillOn(FaultyDisk plan) {
         const bool matters = saveOn(plan);
         for (plan.killedCall = std::max(plan.failingCall, 0); saveOn(plan); ++plan.killedCall)

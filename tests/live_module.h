@@ -106,7 +106,7 @@ class LiveModule : public testing::Test {
     const std::vector<uint8_t> clip_ = builtInClip();
     std::atomic<int> inputLines_ = 0;  // of the log
     std::atomic<int> outputLines_ = 0;
-    std::atomic<int> failedOpens_ = 0;  // lines that report one
+    std::atomic<int> failedOpens_ = 0;  // log lines that report a failed open
     std::atomic<int> openOutputs_ = 0;
     std::atomic<bool> isLoud_ = false;  // a frame with sound has come
 

@@ -20,7 +20,7 @@ bool await(std::chrono::seconds patience, Condition condition) {
     return true;
 }
 
-// What of a process must not grow from one life of the module to the next.
+// The resources of a process that must not grow from one life of the module to the next.
 struct Footprint {
     static size_t entries(const char* folder) {
         return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));

@@ -10,7 +10,7 @@
 
 inline std::string trace;
 
-// While it lives, memory does not run out: for allocations of the test itself.
+// While an object of this class lives, no allocation is made to fail: for the test's own memory.
 class EnoughMemory {
   public:
     EnoughMemory() : left_(std::exchange(allocationsLeft, -1)) {}
