@@ -5,8 +5,8 @@
 #include <cerrno>
 #include <cstdarg>
 
-// Weak, so that the module also loads beside an ALSA library that has only mixers. They are null
-// there.
+// These symbols are weak, so that the module also loads with an ALSA library that has only mixer
+// functions. They are null then.
 #pragma weak snd_pcm_open
 #pragma weak snd_pcm_close
 // Declared here because ALSA's header gives this C function the linkage of C++.
@@ -15,11 +15,12 @@ extern "C" [[gnu::weak]] snd_local_error_handler_t setErrorHandlerOfThread(
 
 namespace {
 
-// Keeps what ALSA writes about a device that is away from the host's stderr, on this thread only.
+// Silences ALSA's error messages, which would otherwise go to the host's stderr at every question.
+// Works on this thread only.
 class QuietAlsa {
   public:
-    QuietAlsa() : before_(setErrorHandlerOfThread(ignore)) {}
-    ~QuietAlsa() { setErrorHandlerOfThread(before_); }
+    QuietAlsa() : previous_(setErrorHandlerOfThread(ignore)) {}
+    ~QuietAlsa() { setErrorHandlerOfThread(previous_); }
     QuietAlsa(const QuietAlsa&) = delete;
     QuietAlsa& operator=(const QuietAlsa&) = delete;
 
@@ -27,7 +28,7 @@ class QuietAlsa {
     static void ignore(const char* /*file*/, int /*line*/, const char* /*function*/, int /*error*/,
                        const char* /*format*/, va_list /*arguments*/) {}
 
-    const snd_local_error_handler_t before_;
+    const snd_local_error_handler_t previous_;
 };
 
 // Returns the name by which ALSA knows the device, or null when it belongs to another host API.

@@ -16,8 +16,8 @@ struct AudioBlock {
     std::unique_ptr<int16_t[]> pcm;  // playback: the decoded samples, once the worker has made them
     uint32_t count = 0;              // samples
     bool played = false;             // the callback has played the last sample
-    bool hostOwned = false;          // data goes back to the host when the block is destroyed
-    uint32_t samplesPlayed = 0;      // of pcm
+    bool hostOwned = false;          // destroying the block hands data back to the host
+    uint32_t samplesPlayed = 0;      // how many samples of pcm
     AudioBlock* newer = nullptr;
     AudioBlock* older = nullptr;
 };
@@ -33,8 +33,8 @@ using AudioBlockPtr = std::unique_ptr<AudioBlock, AudioBlockDeleter>;
 // short.
 AudioBlockPtr makeCapturedBlock(const void* samples, uint32_t count) RT_SAFE;
 
-// Makes a block of `count` mu-law codes that the host still owns: hostOwned is false. Returns null
-// when memory is short. Host thread.
+// Makes a block that refers to `count` mu-law codes of the host. It does not own them yet: the
+// caller sets hostOwned once nothing can fail. Returns null when memory is short. Host thread.
 AudioBlockPtr makePlaybackBlock(const uint8_t* codes, uint32_t count) noexcept;
 
 // A double-ended queue of blocks: the newest at the front, the oldest at the back. Destroying the
@@ -53,7 +53,7 @@ class BlockQueue {
 
     AudioBlock* front() const RT_SAFE { return front_; }
     AudioBlock* back() const RT_SAFE { return back_; }
-    // May be read without the lock; the value is then a hint.
+    // May be read without the lock; the value may then be out of date.
     size_t size() const noexcept { return size_.load(std::memory_order_relaxed); }
 
   private:

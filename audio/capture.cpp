@@ -4,7 +4,7 @@
 int Channel::captureBuffer(const void* input, uint32_t frameCount) RT_SAFE {
     AudioBlockPtr block = makeCapturedBlock(input, frameCount);
     if (!block)
-        return paAbort;  // the watchdog finds the stream silent and reopens it
+        return paAbort;  // ends the stream; the watchdog reopens it
     if (queueLock.try_lock()) {
         const MutexLock held(queueLock, std::adopt_lock);
         blocks.pushFront(std::move(block));

@@ -46,31 +46,33 @@ class Channel {
     // startResult. After ten failures in a row it first asks the device, at most once a second.
     // May wait inside PortAudio or ALSA for seconds.
     void openStream();
-    // True while the device has to be asked before an open. Such an input has no time-outs:
-    // openStream is to be called on every pass, and keeps its own pace.
+    // Returns true while the device has to be asked before an open. The worker then calls
+    // openStream for an input on every pass instead of isTimedOut. openStream limits how often it
+    // asks.
     bool isDeviceInDoubt() const { return retry.isDeviceInDoubt(); }
-    // Closes the stream, if there is one. What the device still holds is dropped.
+    // Closes the stream, if there is one. Audio that the device still holds is dropped.
     void closeStream();
-    // True when the stream has not called back for the watchdog's period. Cheap enough for every
-    // pass.
+    // Returns true once for each period of the watchdog in which the stream has not called back.
+    // Cheap enough for every pass.
     bool isTimedOut() { return watchdog.isTimedOut(steadyTick()); }
-    // Opens, restarts or closes an output's stream according to the queued audio, of which
-    // `bufferLengthMs` milliseconds are wanted before it starts. Holds queueLock while it does.
+    // Opens or restarts an output's stream when `bufferLengthMs` milliseconds of audio are queued,
+    // rounded down to whole blocks but at least one. Closes it when nothing is queued. Holds
+    // queueLock while PortAudio opens or closes the stream.
     void maintainOutput(int32_t bufferLengthMs) EXCLUDES(queueLock);
 
     // ---- queue
     // Removes the played blocks, or all blocks, and hands host buffers back, newest first.
     void purgeBlocks(bool onlyPlayed) EXCLUDES(queueLock);
-    // How many blocks are queued, read without the lock: as a hint.
+    // Returns the number of queued blocks, without the lock: the value may be out of date.
     size_t queuedBlocks() const NO_THREAD_SAFETY_ANALYSIS { return blocks.size(); }
     // Removes and returns the oldest captured block. Returns null when the queue is empty or busy.
     AudioBlockPtr takeCaptured() EXCLUDES(queueLock);
-    // Returns the whole milliseconds between a sound and its callback. Returns 0 without a stream,
-    // and for a latency of a day or more, which no device has.
+    // Returns how many milliseconds pass between a sound and its callback, as PortAudio reports it.
+    // Returns 0 without a stream, and for values that no device has: a day or more.
     int64_t inputLatencyMs() const;
-    // Queues `count` mu-law codes for playback. Returns true when the channel has taken them; it
-    // hands them back later. Returns false when memory is short; the host keeps them. Host threads;
-    // waits for the lock.
+    // Queues `count` mu-law codes for playback. Returns true when the channel now owns them; it
+    // hands them back later. Returns false when memory is short; the host then keeps them. Host
+    // threads; waits for the lock.
     bool pushPlayback(const uint8_t* codes, uint32_t count) EXCLUDES(queueLock);
     // Decodes what was written since the last pass. When memory is short the block and those behind
     // it stay undecoded until a later pass.
@@ -79,8 +81,8 @@ class Channel {
     // ---- configuration (config/channel_elements.cpp)
     // Takes the name, the device's name and the schedule from an Input element, if it has them.
     void applyInputElement(const TiXmlElement& input);
-    // Takes Enabled from an AudioChannel element. Disabling empties the queue. Enabling forgets how
-    // often the device could not be opened. Neither opens or closes the stream.
+    // Takes Enabled from an AudioChannel element, which may be null. Disabling empties the queue.
+    // Enabling forgets failed opens. Does not open or close the stream.
     void applyEnabled(const TiXmlElement* audioChannel) EXCLUDES(queueLock);
     // Appends the channel's Input element to `audio` and its AudioChannel element to `encoder`.
     void describeChannel(TiXmlElement& audio, TiXmlElement& encoder) const;
@@ -101,7 +103,7 @@ class Channel {
     const int32_t BufSizeSamples = FramesPerBuffer;
     std::unique_ptr<TiXmlElement> Schedule;  // kept for the host, never evaluated
     uint32_t paIndex = NoDevice;
-    int32_t startResult = paNoError;
+    int32_t startResult = paNoError;  // of the last start; paNotInitialized after a failed open
     std::string OsName;
     std::string PortAudioName;
 
@@ -121,8 +123,8 @@ class Channel {
 
     Mutex queueLock;  // waited for by the worker and Write, only tried by the callback
     BlockQueue blocks GUARDED_BY(queueLock);
-    Hint undecodedHint;  // a block was written
-    Hint playedHint;     // a block was played
+    Hint undecodedHint;  // blocks may be waiting to be decoded
+    Hint playedHint;     // played blocks may be waiting to be removed
     Watchdog watchdog;
     int64_t lastMissingReport = 0;  // unix seconds
     PaStream* stream = nullptr;

@@ -32,9 +32,9 @@ void Channel::openStream() {
         startStream();
 }
 
-// Asks the device when opens have failed too often. A question is the whole turn, because it may
-// take seconds: the stop is looked at before the next turn opens. Never under queueLock, for which
-// Write would wait.
+// Returns whether the stream may be opened now. Asks the device first when opens have failed too
+// often, and then returns false: the question may take seconds, and the worker checks for a stop
+// before a later pass opens. Not called with queueLock held, because Write would wait for it.
 bool Channel::isOpenDue() {
     switch (retry.next(steadyTick())) {
         case OpenRetry::Step::Open:
@@ -67,9 +67,9 @@ void Channel::startStream() {
         startResult = Pa_StartStream(stream);
         retry.reset();
     } else {
-        stream = nullptr;  // a failed open may leave anything in the handle
+        stream = nullptr;  // a failed open may have written to it
     }
-    watchdog.beginPeriod(steadyTick());  // PortAudio may have waited for seconds
+    watchdog.beginPeriod(steadyTick());  // after the open, which may have taken seconds
     if (error == paNoError)
         logLine(LogInfo, "Started %s stream '%s'", directionWord(), Name.c_str());
     else if (retry.takeFailure(error, steadyTick()))
@@ -87,7 +87,7 @@ void Channel::closeStream() {
         return;
     Pa_CloseStream(stream);
     stream = nullptr;
-    watchdog.rearm();  // the next stream is not to be blamed for this one's silence
+    watchdog.rearm();  // this stream's silence must not count against the next one
     logLine(LogInfo, "Closed %s stream '%s'", directionWord(), Name.c_str());
 }
 
@@ -129,7 +129,7 @@ void Channel::reportMissingOutput() {
 void Channel::endOutput() {
     if (retry.hasFailures()) {
         retry.reset();
-        watchdog.rearm();  // the next block is not to be blamed for the failed opens
+        watchdog.rearm();  // the time without a stream must not time out the next one
     }
     forgetDeadStream();
     if (stream == nullptr)

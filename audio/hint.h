@@ -1,14 +1,14 @@
-// Says that there may be work under a lock, so that the worker need not take the lock to look. A
-// stream callback that finds its lock busy loses 256 ms of sound, hence every lock saved counts.
+// A flag which says that there may be work under a lock, so that the worker takes the lock only
+// when there is. A stream callback that finds its lock busy loses 256 ms of sound.
 #pragma once
 
 #include <atomic>
 
 #include "base/real_time.h"
 
-// Set while the lock is held, or by the thread that takes it. Taken before the lock is acquired.
-// The lock orders everything else, so relaxed memory order is enough. A hint that is set just after
-// it was taken is seen on the next pass.
+// It is set with the lock held, or by the worker itself. The worker takes it before it acquires the
+// lock. The lock orders everything else, so relaxed memory order is enough. A hint that is set just
+// after it was taken is seen on the next pass.
 class Hint {
   public:
     void set() RT_SAFE { isSet_.store(true, std::memory_order_relaxed); }

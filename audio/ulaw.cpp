@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <bit>
 
-// Compiles a function once for each of these levels of x86-64; the program's loader picks the best
-// one that the machine runs. Off for clang 14, whose callers in other files do not find the result,
-// and under the thread sanitizer, which crashes when the loader picks.
+// Compiles a function once for each of these levels of x86-64. The program's loader picks the best
+// one that the machine supports. Not used with clang 14, where calls from other files do not link,
+// nor with the thread sanitizer, which crashes while the loader picks.
 #if defined(__x86_64__) && !defined(__clang__) && !defined(__SANITIZE_THREAD__)
 #define FOR_EACH_X86_64_LEVEL \
     __attribute__((target_clones("default", "arch=x86-64-v3", "arch=x86-64-v4")))
@@ -20,9 +20,9 @@ constexpr int16_t LargestMagnitude = 32767 - Bias;      // segment 7, step 15
 constexpr int32_t Step15OfSegment0 = Bias + (15 << 3);  // biased
 constexpr uint32_t SignBit = 0x80;
 
-// Branch-free, so that the loops below vectorise. A biased magnitude is at least 2^7 and below
-// 2^15: exact in a float, whose exponent then is the segment and whose top four mantissa bits are
-// the step, side by side as the code wants them.
+// Has no branch, so that the loops below vectorise. A biased magnitude is at least 2^7 and below
+// 2^15, so a float holds it exactly. The float's exponent is the segment plus a constant, and its
+// top four mantissa bits are the step. Both stand side by side, as they do in the code.
 inline uint8_t encode(int16_t sample) noexcept {
     const auto negative = static_cast<int16_t>(sample >> 15);  // all ones or zero
     const auto magnitude = static_cast<int16_t>(sample ^ negative);
@@ -33,8 +33,8 @@ inline uint8_t encode(int16_t sample) noexcept {
     return static_cast<uint8_t>(~segmentAndStep ^ (static_cast<uint32_t>(negative) & SignBit));
 }
 
-// Computes in 8 bits as long as possible, and multiplies by 2^segment, built from the segment's
-// three bits, instead of shifting: shifting each 16-bit lane by its own distance needs AVX-512. The
+// Computes in 8 bits as long as possible. Multiplies by 2^segment, which is built from the
+// segment's three bits, because shifting each 16-bit lane by its own distance needs AVX-512. The
 // code's bits are inverted.
 inline int16_t decode(uint8_t code) noexcept {
     const auto biased = static_cast<uint8_t>(Step15OfSegment0 - ((code & 0x0F) << 3));

@@ -16,20 +16,21 @@ class Watchdog {
   public:
     static constexpr std::chrono::seconds Period{3};
 
-    // The stream has called back. Callback thread.
+    // Notes that the stream has called back. Callback thread; the worker also calls it, so that the
+    // silence of a closed stream does not count.
     void rearm() RT_SAFE { units_.exchange(Armed); }
 
-    // A stream was opened just now: it gets a whole period for its first callback, however long
-    // the opening took. Worker thread, as the rest.
+    // Begins a whole period for the first callback of a stream. Called after the stream was opened,
+    // so the time that the opening took does not count. Worker thread.
     void beginPeriod(SteadyTime now) {
-        // A callback that re-arms in between loses nothing: a whole period begins here anyway.
+        // A callback that re-arms between the two lines loses nothing: a whole period begins here.
         if (hasCalledBack())
             units_.fetch_sub(1);
         end_ = now + Period;
     }
 
-    // True when a whole period has passed since a callback, an opening or the last time-out was
-    // noticed. A time-out begins the next period.
+    // Returns true when a whole period has passed since the worker last noticed a callback, an
+    // opening or a time-out. A time-out begins the next period. Worker thread.
     bool isTimedOut(SteadyTime now) {
         const bool isAlive = hasCalledBack();
         if (!isAlive && now < end_)
@@ -39,7 +40,7 @@ class Watchdog {
     }
 
   private:
-    static constexpr uint32_t Armed = 3;  // anything less: no callback since the last question
+    static constexpr uint32_t Armed = 3;  // less: no callback since isTimedOut last looked
     bool hasCalledBack() const { return units_.load() == Armed; }
 
     std::atomic<uint32_t> units_{Armed};

@@ -1,10 +1,10 @@
 // Keeps exceptions inside the module.
 #pragma once
 
-// Runs `work` and returns true, or false when it threw. Inside the module only std::bad_alloc is
-// thrown, and std::system_error by a load that finds no descriptor (in theory also by a mutex). The
-// caller gives this step up and goes on with the next. Destructors have already freed or handed
-// back every buffer.
+// Runs `work`. Returns true when it returned and false when it threw. The module only throws
+// std::bad_alloc, and std::system_error when no file descriptor is left for a load (in theory also
+// from a mutex). The caller abandons this step and continues with the next. Destructors have then
+// freed or handed back every buffer.
 template <typename Work>
 bool contain(Work&& work) noexcept {
     try {

@@ -1,12 +1,12 @@
 // A global object whose destructor never runs.
 #pragma once
 
-// The module's worker may still run while the process exits without Unload. What it uses must
-// outlive the destructors that run then.
+// A process may exit without Unload while the module's worker still runs. Global objects that the
+// worker uses must therefore survive the destructors that exit() runs.
 template <typename T>
 union NeverDestroyed {
     T object;
 
     NeverDestroyed() : object() {}
-    ~NeverDestroyed() {}  // NOLINT(modernize-use-equals-default): that one would be deleted
+    ~NeverDestroyed() {}  // NOLINT(modernize-use-equals-default): a default would be deleted
 };

@@ -12,5 +12,5 @@
 //   - throw.
 #pragma once
 
-// Written last in a declaration.
+// Stands where noexcept would stand.
 #define RT_SAFE noexcept

@@ -10,8 +10,8 @@ uint8_t byteAt(std::string_view text, size_t at) {
     return at < text.size() ? static_cast<uint8_t>(text[at]) : uint8_t{0};
 }
 
-// Returns the length in bytes of the UTF-8 character that begins here, or 0 when the bytes are not
-// UTF-8. Overlong forms, surrogates and values beyond Unicode are not.
+// Returns the length in bytes of the UTF-8 character that begins at `at`, or 0 when the bytes are
+// not UTF-8. Overlong forms, surrogates and values beyond U+10FFFF count as not UTF-8.
 size_t characterLength(std::string_view text, size_t at) {
     const uint8_t lead = byteAt(text, at);
     if (lead < 0x80)

@@ -13,7 +13,7 @@ std::atomic<uint64_t> count{0};
 uint64_t allocationCount() { return count; }
 
 #if !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"  // these are the matching ones
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"  // malloc and free match below
 #endif
 
 void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {

@@ -1,5 +1,5 @@
-// The streams' callbacks beside the least that they have to do, and how often they find the lock
-// busy while the worker and Write use it.
+// Compares the streams' callbacks with the least work that they could do, and counts how often they
+// find the lock busy while the worker and Write use it.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -22,7 +22,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-constexpr size_t Batch = 4;  // callbacks in one iteration; what follows them is not timed
+constexpr size_t Batch = 4;  // callbacks that are timed in one iteration
 constexpr size_t BlockBytes = FramesPerBuffer * sizeof(int16_t);
 
 std::array<int16_t, FramesPerBuffer> sound{};
@@ -112,8 +112,8 @@ void outputFloor(benchmark::State& state) {
 
 constexpr int Inputs = 120;
 constexpr int Outputs = 120;
-constexpr auto Period = 8ms;     // of each stream's callbacks: time is compressed 32 times
-constexpr int BlocksAhead = 12;  // written to each output: a callback finds one, or a busy lock
+constexpr auto Period = 8ms;     // of each stream's callbacks: 256 ms compressed 32 times
+constexpr int BlocksAhead = 12;  // queued on each output, so that silence means a busy lock
 constexpr int64_t Callbacks = 1'000'000;
 
 struct Account {
@@ -121,7 +121,7 @@ struct Account {
     std::array<std::atomic<int>, Outputs> written{};  // blocks not yet handed back
 };
 
-// One buffer per output, so that a returning buffer tells whose it is. Silence has other codes.
+// One buffer per output, so that a returning buffer tells its output. The codes are not silence.
 std::array<std::array<uint8_t, FramesPerBuffer>, Outputs> outputCodes{};
 
 void account(Account& account, const HostMessage& message) {
@@ -154,7 +154,7 @@ struct Played {
     int64_t silent = 0;
 };
 
-// Calls every stream back once in a period, each at a phase of its own that wanders.
+// Calls every stream back once in a period. Each has a phase of its own, which drifts.
 Played callBackAll(int64_t callbacks) {
     std::mt19937 random(1);
     std::vector<Driven> all;

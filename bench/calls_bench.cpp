@@ -1,5 +1,5 @@
-// How long the host's calls take: alone, beside a running worker, and while the worker opens a
-// stream again and again.
+// Measures the host's calls: with an idle worker, beside a running one, and while the worker opens
+// a stream again and again.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -19,11 +19,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-enum Around { Alone, Running, Opening };
+enum Worker { Alone, Running, Opening };
 enum Call { WriteAudio, WriteToOpening, WriteRefused, IoctlDocument, IoctlIgnored };
 
 constexpr int64_t Calls = 100'000;
-constexpr int WorkedOutput = 0;  // its stream is opened and closed; the others are left alone
+constexpr int OpeningOutput = 0;  // its stream is opened and closed again and again
 constexpr int OtherOutput = 1;
 
 const std::array<uint8_t, 160> codes{};  // 20 ms
@@ -34,7 +34,7 @@ bool makeCall(Call call) {
         case WriteAudio:
             return Module::write(idOf(OtherOutput), codes.data(), codes.size());
         case WriteToOpening:
-            return Module::write(idOf(WorkedOutput), codes.data(), codes.size());
+            return Module::write(idOf(OpeningOutput), codes.data(), codes.size());
         case WriteRefused:
             return Module::write(idOf(200), codes.data(), codes.size());
         case IoctlDocument:
@@ -45,11 +45,11 @@ bool makeCall(Call call) {
     }
 }
 
-// Holds the worker inside the host's callback, where it has no lock.
-class Held {
+// Holds the worker inside the host's callback, where it holds no lock.
+class WorkerBrake {
   public:
     void hold(bool on) { on_ = on; }
-    void pass() const {
+    void waitWhileHeld() const {
         while (on_)
             std::this_thread::sleep_for(1ms);
     }
@@ -62,13 +62,13 @@ class Held {
 std::atomic<int> opened = 0;
 std::atomic<int> closed = 0;
 
-// Opens the worked output's stream by a block and has it closed again by playing the block.
+// Writes a block to the output, which opens its stream, and plays the block, which closes it again.
 void keepOpening(const std::atomic<bool>& done) {
     std::array<int16_t, FramesPerBuffer> heard{};
-    Channel* channel = g_plugin->findChannel(idOf(WorkedOutput));
+    Channel* channel = g_plugin->findChannel(idOf(OpeningOutput));
     while (!done) {
         const int openedBefore = opened;
-        Module::write(idOf(WorkedOutput), codes.data(), codes.size());
+        Module::write(idOf(OpeningOutput), codes.data(), codes.size());
         while (opened == openedBefore && !done)
             std::this_thread::sleep_for(100us);
         const int closedBefore = closed;
@@ -85,22 +85,22 @@ void report(benchmark::State& state, std::vector<double>& durations) {
         return durations[static_cast<size_t>(part * static_cast<double>(durations.size() - 1))];
     };
     state.counters["median"] = quantile(0.5);
-    state.counters["p99.9"] = quantile(0.999);  // of few calls
+    state.counters["p99.9"] = quantile(0.999);  // for benchmarks of few calls
     state.counters["p99.99"] = quantile(0.9999);
     state.counters["longest"] = durations.back();
 }
 
-void call(benchmark::State& state, Call which, Around around) {
+void call(benchmark::State& state, Call which, Worker workerState) {
     Module module(0, 2);
-    Held held;
+    WorkerBrake brake;
     std::atomic<int> descriptions = 0;
     Module::onMessage = [&](const HostMessage& message) {
         descriptions += message.kind == KindModuleDocument;
-        held.pass();
+        brake.waitWhileHeld();
     };
-    held.hold(around == Alone);
-    fakePortAudio.whileStarting = [around](FakeStream&) {
-        if (around == Opening)
+    brake.hold(workerState == Alone);
+    fakePortAudio.whileStarting = [workerState](FakeStream&) {
+        if (workerState == Opening)
             std::this_thread::sleep_for(5ms);
         ++opened;
     };
@@ -110,15 +110,15 @@ void call(benchmark::State& state, Call which, Around around) {
         std::this_thread::sleep_for(1ms);
     std::atomic<bool> done = false;
     std::thread opener([&] {
-        if (around == Opening)
+        if (workerState == Opening)
             keepOpening(done);
     });
 
     std::mt19937 random(1);
     std::vector<double> durations;
     for (auto _ : state) {
-        // In bursts; but to an output that is to run empty again, one by one.
-        if (which == WriteToOpening || (around != Alone && random() % 64 == 0))
+        // Calls come in bursts. Those to the opening output come one by one, so that it runs empty.
+        if (which == WriteToOpening || (workerState != Alone && random() % 64 == 0))
             std::this_thread::sleep_for(std::chrono::microseconds(random() % 4000));
         const auto begin = Clock::now();
         makeCall(which);
@@ -132,11 +132,11 @@ void call(benchmark::State& state, Call which, Around around) {
     done = true;
     opener.join();
     Close();
-    held.hold(false);
+    brake.hold(false);
     worker.join();
 }
 
-// What a call that queues something cannot do without.
+// The least work of a call that queues something.
 void allocationAndLock(benchmark::State& state) {
     std::vector<double> durations;
     std::vector<std::unique_ptr<AudioBlock>> blocks;
@@ -156,7 +156,7 @@ void allocationAndLock(benchmark::State& state) {
     report(state, durations);
 }
 
-// What reading the clock twice takes of every figure above.
+// The time of reading the clock twice, which is part of every figure above.
 void nothing(benchmark::State& state) {
     std::vector<double> durations;
     for (auto _ : state) {

@@ -1,4 +1,4 @@
-// The mu-law codec beside what else there is for it, and beside copying the samples.
+// Compares the mu-law codec with other libraries, with tables, and with copying the samples.
 #include <benchmark/benchmark.h>
 #include <sndfile.h>
 
@@ -14,8 +14,8 @@
 
 namespace {
 
-// Low-passed noise, which is quiet more often than loud, like speech: of white noise a codec that
-// branches would guess nothing.
+// Low-passed noise is quiet more often than loud, as speech is. In white noise the branches of a
+// codec could not be predicted.
 std::vector<int16_t> sound(size_t count) {
     std::mt19937 random(1);
     std::normal_distribution<float> noise(0, 1000);

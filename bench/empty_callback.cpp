@@ -1,5 +1,5 @@
-// The least that a program on PortAudio can do: captures one channel and throws it away, until it
-// is killed. With an argument it pauses again and again, for so many milliseconds.
+// The smallest program that captures with PortAudio: discards one channel's sound until it is
+// killed. Its main loop pauses for the milliseconds that the argument says, or for 1000.
 #include <portaudio.h>
 
 #include <cstdlib>

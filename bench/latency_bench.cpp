@@ -1,5 +1,5 @@
-// From a callback's return to the host's audio record, beside a bare loop of 1 ms pauses that looks
-// for the same events.
+// Measures the time from a callback's return to the host's audio record. A bare loop of 1 ms pauses
+// that looks for the same events is measured beside it.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -22,32 +22,33 @@ using namespace std::chrono_literals;
 constexpr size_t Channels = 4;
 constexpr size_t Blocks = 10'000;
 
-// When each channel's last callback returned; zero once it was seen.
+// The time at which each channel's last callback returned; zero once it was noticed.
 using Events = std::array<std::atomic<Clock::rep>, Channels>;
 
 class Latencies {
   public:
     Events events{};
 
-    // Notes how long ago the channel's event was, if there is one.
-    void see(size_t channel) {
+    // Notes how long ago the channel's event was, if there is a new one.
+    void notice(size_t channel) {
         const Clock::rep event = events[channel].exchange(0);
         if (event != 0)
-            seen_.push_back(static_cast<double>(Clock::now().time_since_epoch().count() - event));
+            latenciesNs_.push_back(
+                static_cast<double>(Clock::now().time_since_epoch().count() - event));
     }
     void report(benchmark::State& state, const std::string& name) {
-        std::ranges::sort(seen_);
-        state.counters[name + " count"] = static_cast<double>(seen_.size());
+        std::ranges::sort(latenciesNs_);
+        state.counters[name + " count"] = static_cast<double>(latenciesNs_.size());
         for (const double percent : {10.0, 50.0, 90.0, 99.0, 99.9, 100.0}) {
-            const double at = percent / 100 * static_cast<double>(seen_.size() - 1);
+            const double at = percent / 100 * static_cast<double>(latenciesNs_.size() - 1);
             std::array<char, 16> label{};
             std::snprintf(label.data(), label.size(), " p%g", percent);
-            state.counters[name + label.data()] = seen_[static_cast<size_t>(at)] / 1e9;
+            state.counters[name + label.data()] = latenciesNs_[static_cast<size_t>(at)] / 1e9;
         }
     }
 
   private:
-    std::vector<double> seen_;  // ns; one thread's
+    std::vector<double> latenciesNs_;  // one thread only
 };
 
 void bareLoop(Latencies& latencies, const std::atomic<bool>& done) {
@@ -55,12 +56,12 @@ void bareLoop(Latencies& latencies, const std::atomic<bool>& done) {
     while (!done) {
         nanosleep(&oneMillisecond, nullptr);
         for (size_t channel = 0; channel < Channels; ++channel)
-            latencies.see(channel);
+            latencies.notice(channel);
     }
 }
 
-// Each channel calls back 5 to 20 ms after it did before. In reality it is 256 ms, but to the
-// worker, which has drained its channels by then, it makes no difference.
+// Each channel calls back 5 to 20 ms after its last callback, and not 256 ms as in reality. That
+// makes no difference: the worker has drained the channel long before.
 void callBackAll(std::array<Latencies*, 2> all) {
     struct Due {
         size_t channel;
@@ -90,7 +91,7 @@ void latency(benchmark::State& state) {
         Module module(Channels, 0);
         Module::onMessage = [&](const HostMessage& message) {
             if (message.kind == KindAudio)
-                ofModule.see(static_cast<size_t>(message.sourceId - idOf(0)));
+                ofModule.notice(static_cast<size_t>(message.sourceId - idOf(0)));
         };
         const std::string document = documentOf(Channels, 0);
         std::thread worker(Module::run);

@@ -1,4 +1,4 @@
-// One pass of the worker without its pause, beside the pause.
+// Measures one pass of the worker without its pause, and the pause.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -31,12 +31,12 @@ class Batches {
   public:
     explicit Batches(benchmark::State& state) : state_(state) {}
 
-    // The passes from here on count.
+    // Begins a batch.
     void begin() {
         allocationsBefore_ = allocationCount();
         begin_ = Clock::now();
     }
-    // Ends a batch of `passes`, or none before the first; false when there have been enough.
+    // Ends the batch, if one has begun, after `passes`. Returns false when enough were timed.
     bool end(int passes) {
         if (begin_ != Clock::time_point{}) {
             state_.SetIterationTime(std::chrono::duration<double>(Clock::now() - begin_).count());
@@ -60,8 +60,8 @@ class Batches {
     int64_t passes_ = 0;
 };
 
-// Half of the channels capture, and a block arrives on them every 256 ms; the passes count that
-// find none.
+// Half of the channels capture. Every 256th pass finds a block on each of them; only the others are
+// timed.
 void idle(benchmark::State& state) {
     const int channels = static_cast<int>(state.range(0));
     Batches batches(state);
@@ -80,7 +80,7 @@ void idle(benchmark::State& state) {
     batches.report();
 }
 
-// A block has arrived on every channel before every pass.
+// Before every pass a block arrives on every channel.
 void capturing(benchmark::State& state) {
     Batches batches(state);
     runPasses(static_cast<int>(state.range(0)), 0, [&] {
@@ -93,7 +93,7 @@ void capturing(benchmark::State& state) {
     batches.report();
 }
 
-// A block was written to every channel and another one played before every pass.
+// Before every pass a block is written to every channel and another one is played.
 void playing(benchmark::State& state) {
     const int channels = static_cast<int>(state.range(0));
     Batches batches(state);
@@ -119,7 +119,7 @@ void nanosleepOneMillisecond(benchmark::State& state) {
         nanosleep(&oneMillisecond, nullptr);
 }
 
-// What a pass takes of the clock: its pause's beginning and end, and one look for the benchmark.
+// A pass reads the clock three times: at its pause's beginning and end, and for the benchmark.
 void threeClockReadings(benchmark::State& state) {
     for (auto _ : state)
         for (int i = 0; i < 3; ++i)

@@ -14,7 +14,7 @@ void runPasses(int inputs, int outputs, const std::function<bool()>& inPause) {
     onPause = [&] {
         if (!isAsked)
             isAsked = Module::configure(document);
-        else if (descriptions >= 2 && !inPause())  // the settings' at the start, the document's
+        else if (descriptions >= 2 && !inPause())  // from the start, then for the document
             Close();
     };
     Module::run();

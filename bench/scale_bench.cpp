@@ -1,4 +1,5 @@
-// What a captured channel costs as channels grow, and where the time of a large configuration goes.
+// Measures what a captured channel costs as the number of channels grows, and what the steps of
+// applying a large configuration cost.
 #include <benchmark/benchmark.h>
 #include <sys/syscall.h>
 #include <tinyxml.h>
@@ -29,7 +30,7 @@ std::chrono::duration<double> syncing{0};  // time spent in fsync
 
 }  // namespace
 
-// In place of the C library's, for the module's saves.
+// Replaces the C library's function, to time the module's saves.
 extern "C" int fsync(int file) {
     const auto begin = Clock::now();
     const auto result = syscall(SYS_fsync, file);
@@ -39,8 +40,8 @@ extern "C" int fsync(int file) {
 
 namespace {
 
-// 256 ms of capture in each iteration, callbacks and passes without the pauses: every channel calls
-// back once, and not all at once.
+// Each iteration is 256 ms of capture: 256 passes without their pauses, and one callback of each
+// channel, spread over the passes.
 void capture(benchmark::State& state) {
     const auto channels = static_cast<size_t>(state.range(0));
     std::array<int16_t, FramesPerBuffer> sound{};
@@ -60,7 +61,7 @@ void capture(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-// What a captured block cannot do without: a copy of it, its codes.
+// The least work for a captured block: copying and encoding it.
 void bareBlock(benchmark::State& state) {
     const std::array<int16_t, FramesPerBuffer> sound{};
     std::array<uint8_t, FramesPerBuffer> codes{};
@@ -71,9 +72,9 @@ void bareBlock(benchmark::State& state) {
     }
 }
 
-// ---- documents, with the time in fsync apart
+// ---- documents; the time in fsync is counted separately
 
-// The description that the module sends for so many channels.
+// Returns the description that the module sends for this many channels.
 std::string description(int channels) {
     const std::string request = "<Varo><Devices ID=\"1310720\"/></Varo>";
     std::string last;
@@ -96,7 +97,7 @@ void report(benchmark::State& state) {
         benchmark::Counter(syncing.count(), benchmark::Counter::kAvgIterations);
 }
 
-// From the pass that takes the document up to its end: parse, apply, describe, save, send.
+// Times the whole pass that handles the document: parse, apply, describe, save, send.
 void wholeDocument(benchmark::State& state) {
     const auto channels = static_cast<int>(state.range(0));
     const std::string document = documentOf(channels, 0);

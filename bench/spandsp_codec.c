@@ -1,7 +1,7 @@
 #include "bench/spandsp_codec.h"
 
 #include <spandsp/telephony.h>
-/* The next need it. */
+/* The next headers need it. */
 #include <spandsp/bit_operations.h>
 #include <spandsp/g711.h>
 

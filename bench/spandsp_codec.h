@@ -1,4 +1,4 @@
-// spandsp's codec, whose headers only C reads.
+// spandsp's codec behind two functions, because its headers do not compile as C++.
 #pragma once
 
 #include <stddef.h>

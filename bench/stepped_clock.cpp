@@ -6,7 +6,7 @@
 
 namespace {
 
-std::chrono::milliseconds skipped{0};  // worker's thread
+std::chrono::milliseconds skipped{0};  // only the worker's thread uses it
 
 }  // namespace
 

@@ -1,5 +1,5 @@
-// Replaces base/clock.cpp: real time, but the worker's pause takes none. Time is set forward by the
-// pause's millisecond instead, and the benchmark acts in it.
+// Replaces base/clock.cpp. Time is real, but the worker's pause takes none: it moves the clock on
+// by a millisecond and calls onPause, where the benchmark acts.
 #pragma once
 
 #include <functional>

@@ -3,7 +3,7 @@
 
     tables.py RESULTS_FOLDER docs/performance.md
 
-A table stands between <!-- NAME --> and <!-- end -->; the text around them is written by hand.
+Each table stands between <!-- NAME --> and <!-- end -->. The text around them is written by hand.
 """
 import json
 import os
@@ -21,7 +21,7 @@ def load(name):
 
 
 def benchmarks(name):
-    """By name; where a benchmark was repeated, the medians."""
+    """Returns the results by name; of a repeated benchmark, the medians."""
     chosen = {}
     for one in load(name + ".json")["benchmarks"]:
         if one["run_type"] == "iteration" and one.get("repetitions", 1) <= 1 or \
@@ -110,7 +110,7 @@ def worker_pass():
 
 
 def system_calls():
-    """From strace's counts."""
+    """Makes the table from strace's counts."""
     found = benchmarks("strace")
     passes = sum(one["passes"] for one in found.values())
     with open(os.path.join(results, "strace.txt")) as file:
@@ -173,7 +173,7 @@ def latency():
 
 def scale():
     found = benchmarks("scale")
-    rows = [["channels", "CPU per channel-hour, pauses apart", "x limit", "with the pauses' CPU"]]
+    rows = [["channels", "CPU per channel-hour, without pauses", "x limit", "with the pauses' CPU"]]
     sleep = benchmarks("pass")["nanosleepOneMillisecond"]
     pauses = 3600 / (sleep["real_time"] / 1e9) * sleep["cpu_time"] / 1e9
     blocks = 3600 * 8000 / 2048
@@ -194,11 +194,11 @@ def documents():
         save = found[f"saveDocument/{count}"]
         parts = {"parse": per_second(found[f"parseDocument/{count}"]),
                  "describe": per_second(found[f"describe/{count}"]),
-                 "save, but for fsync": per_second(save) - save["fsync"],
+                 "save, without fsync": per_second(save) - save["fsync"],
                  "send": per_second(found[f"sendDescription/{count}"])}
         total = per_second(whole) - whole["fsync"]
         steps[count] = {**parts, "apply (the rest)": total - sum(parts.values()),
-                        "**all, but for fsync**": total, "fsync": whole["fsync"]}
+                        "**all, without fsync**": total, "fsync": whole["fsync"]}
     for step in steps[4]:
         rows.append([step, *(seconds(steps[count][step]) for count in (4, 240))])
     return table(*rows)

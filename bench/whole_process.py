@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""CPU time that recording one channel takes, of this and of other programs, as JSON.
+"""Prints, as JSON, the CPU time that this and other programs take to record one channel.
 
     private-pulseaudio whole_process.py BUILD_FOLDER
 
-The programs take turns in recording the same sound server to a mu-law file. What it takes to start
-is left out: the CPU time of all threads is read twice, once the program records and SECONDS later.
+The programs take turns in recording the same sound server to a mu-law file. Their start is not
+measured: the CPU time of all threads is read when the program records, and again SECONDS later.
 """
 import glob
 import json
@@ -16,9 +16,9 @@ import sys
 import tempfile
 import time
 
-SETTLING = 4  # seconds; a first callback comes after up to 2
+SETTLING = 4  # seconds; the first callback may come 2 seconds after the start
 SECONDS = 8
-TURNS = 3  # the middle one counts
+TURNS = 3  # the median is reported
 LEAST_GROWTH = 6000  # bytes a second, of 8000: a program that records less is not compared
 
 build = sys.argv[1]
@@ -42,7 +42,7 @@ programs = {
 
 
 def cpu_and_wakeups(pid):
-    """Nanoseconds on a CPU and times put on one, of all threads."""
+    """Returns the CPU time of all threads in nanoseconds, and how often they were put on a CPU."""
     nanoseconds = switches = 0
     for path in glob.glob(f"/proc/{pid}/task/*/schedstat"):
         with open(path) as file:
@@ -61,7 +61,7 @@ def recorded_bytes():
 
 
 def measure(command):
-    """CPU seconds and wake-ups per second, and whether sound was recorded meanwhile."""
+    """Returns CPU seconds and wake-ups per second, and whether sound was recorded meanwhile."""
     process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     time.sleep(SETTLING)
     (cpu, wakeups), size, begin = cpu_and_wakeups(process.pid), recorded_bytes(), time.monotonic()

@@ -37,8 +37,8 @@ const TiXmlElement* findOurDevices(const TiXmlElement* root) {
     return devices;
 }
 
-// Returns the channel number after `number`. The largest one wraps to 0: 2^31 has the same channel
-// ID as 0, but the settings file could not be read back with it.
+// Returns the channel number after `number`. INT32_MAX is followed by 0: 2^31 would have the same
+// channel ID as 0, but could not be read back from the settings file.
 uint32_t numberAfter(int32_t number) {
     return number == std::numeric_limits<int32_t>::max() ? 0 : static_cast<uint32_t>(number + 1);
 }
@@ -99,8 +99,8 @@ void ConfigurationPass::applyInputs(const TiXmlElement* audio) {
     }
 }
 
-// Binds the channel to the device with its saved name or, when it never had a device, to the one
-// with its number. When several match, the last one stays.
+// Binds the channel to the device with its saved name or, when it never had a device, to the device
+// with its number. When several devices match, the last one is taken.
 void ConfigurationPass::bindToDevices(Channel& channel) {
     for (AudioDevice& device : state_.devices) {
         const bool matches = channel.OsName.empty()
@@ -140,12 +140,13 @@ bool ConfigurationPass::applyEnabling(const TiXmlElement* encoder) {
     return inputNewlyEnabled;
 }
 
-// Enabled outputs are left to the playback path, which starts them when there is audio.
+// Opens the streams of enabled inputs and closes those of disabled channels. An enabled output's
+// stream is opened later, when audio is queued.
 void ConfigurationPass::applyStreams(bool mixersFailed) {
     for (const auto& [id, channel] : state_.channels) {
         if (!channel->Enabled) {
             channel->closeStream();
-            // What an input has captured since it was disabled would be sent when it is enabled.
+            // Audio captured since then must not be sent once the input is enabled again.
             if (channel->isInput)
                 channel->purgeBlocks(false);
         } else if (!channel->isInput) {

@@ -1,7 +1,7 @@
-// What a configuration document does: the host's, and at start-up the settings file.
+// Applies configuration documents: the settings file at start-up, later those of the host.
 //
-// Nothing in a document is an error. An element or number that is missing or unreadable leaves
-// things as they are. Worker thread.
+// Nothing in a document is an error. A missing or unreadable element or number leaves the current
+// state unchanged. Worker thread.
 #pragma once
 
 #include <tinyxml.h>
@@ -27,8 +27,9 @@ class ConfigurationPass {
     ConfigurationPass(const Configured& state, bool fromSettings)
         : state_(state), fromSettings_(fromSettings) {}
 
-    // `root` may be null. Returns false when the document holds nothing for this module; a host's
-    // document then has changed nothing. Throws std::bad_alloc, with the document partly applied.
+    // `root` may be null. Returns false when the document holds nothing for this module; a document
+    // of the host has then changed nothing. Throws std::bad_alloc; the document is then partly
+    // applied.
     bool apply(const TiXmlElement* root);
 
   private:
@@ -41,5 +42,5 @@ class ConfigurationPass {
 
     Configured state_;
     const bool fromSettings_;
-    int32_t highestNumber_ = -1;  // of the document's channels
+    int32_t highestNumber_ = -1;  // of a channel so far
 };

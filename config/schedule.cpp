@@ -4,26 +4,28 @@
 
 namespace {
 
-// The next node below `top` in document order, and how deep it lies below it.
+// A node of a schedule and its depth below the schedule's top element.
 struct Place {
     const TiXmlNode* node;
     size_t depth;
 };
 
-// Returns what follows `place` and all that is in it; its node is null at the end.
-Place after(Place place, const TiXmlNode* top) {
+// Returns the place behind the whole subtree of `place`, in document order. Its node is null at the
+// end of `top`.
+Place afterSubtree(Place place, const TiXmlNode* top) {
     while (place.node != top && place.node->NextSibling() == nullptr)
         place = {place.node->Parent(), place.depth - 1};
     return {place.node == top ? nullptr : place.node->NextSibling(), place.depth};
 }
 
+// Returns the next place in document order. Its node is null at the end of `top`.
 Place next(const Place& place, const TiXmlNode* top) {
     if (place.node->FirstChild() != nullptr)
         return {place.node->FirstChild(), place.depth + 1};
-    return after(place, top);
+    return afterSubtree(place, top);
 }
 
-// Returns the bytes of a text with its special characters as entities.
+// Returns at least as many bytes as the text takes with its special characters as entities.
 size_t escapedSize(const std::string& text) {
     constexpr size_t LongestEntity = 6;  // &quot;
     size_t size = 0;
@@ -34,10 +36,10 @@ size_t escapedSize(const std::string& text) {
     return size;
 }
 
-// Returns at least as many bytes as the node takes in a file, without what is in it.
+// Returns at least as many bytes as the node takes in a file, without its children.
 size_t printedSize(const Place& place) {
-    constexpr size_t ScheduleLevel = 5;  // of the elements around it
-    constexpr size_t Indentation = 4;    // of a level
+    constexpr size_t ScheduleLevel = 5;  // elements around a schedule in the settings file
+    constexpr size_t Indentation = 4;    // spaces for each level
     constexpr size_t Punctuation = 16;   // brackets, quotes, line ends
     const size_t line = (ScheduleLevel + place.depth) * Indentation + Punctuation;
     const size_t value = escapedSize(place.node->ValueStr());
@@ -51,8 +53,8 @@ size_t printedSize(const Place& place) {
     return size;
 }
 
-// Stops counting when the bound is passed: the elements of a small text, deeply indented, can make
-// a file of gigabytes.
+// Stops counting beyond the bound. A small text with many deeply nested elements can print as
+// gigabytes, because each line is indented.
 bool isTooLarge(const TiXmlElement& schedule) {
     size_t size = 0;
     for (Place at{&schedule, 0}; at.node != nullptr && size <= LargestSchedule;
@@ -67,7 +69,8 @@ void blankDeclarations(TiXmlElement& top) {
     for (Place at = next({&top, 0}, &top); at.node != nullptr;) {
         const Place following = next(at, &top);
         if (at.node->ToDeclaration() != nullptr) {
-            auto* declaration = const_cast<TiXmlNode*>(at.node);  // of `top`, which is not const
+            auto* declaration =
+                const_cast<TiXmlNode*>(at.node);  // part of `top`, which is not const
             declaration->Parent()->ReplaceChild(declaration, TiXmlComment());
         }
         at = following;

@@ -6,12 +6,12 @@
 #include <cstddef>
 #include <memory>
 
-// In bytes of the settings file. A week by the minute, 10,080 entries, takes 0.8 million. A file
-// that a load takes holds sixteen schedules of this size.
+// The largest schedule that is kept, in bytes of the settings file. A week by the minute (10,080
+// entries) takes 0.8 million. The largest settings file that is loaded has room for sixteen.
 constexpr size_t LargestSchedule = 4 << 20;
 
 // Returns a deep copy of `schedule` for a channel to keep, or null when it would take more than
 // LargestSchedule bytes in the settings file. Declarations (<?xml ...?>) within it become empty
-// comments: XML forbids them there, and TinyXML prints their values unescaped and could not read
-// the file again.
+// comments: XML forbids them there, and TinyXML could not read back what it prints of them. Any
+// thread; throws std::bad_alloc.
 std::unique_ptr<TiXmlElement> storableCopy(const TiXmlElement& schedule);

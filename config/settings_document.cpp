@@ -5,7 +5,7 @@
 
 namespace {
 
-// The module has one device, which has all channels.
+// All channels belong to the module's one Device element.
 void describeChannels(TiXmlElement& devices, const ChannelMap& channels) {
     TiXmlElement& device = addElement(devices, "Device");
     device.SetAttribute("Number", 1);

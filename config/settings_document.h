@@ -16,6 +16,6 @@ struct Settings {
     bool forceOsServices;
 };
 
-// Fills an empty document. Worker thread; throws std::bad_alloc.
+// Fills the empty `document`. Worker thread; throws std::bad_alloc.
 void describeSettings(TiXmlDocument& document, const Settings& settings,
                       const ChannelMap& channels);

@@ -9,8 +9,8 @@
 
 namespace {
 
-// Follows the parser through a text, byte by byte where it goes byte by byte, and gives up where it
-// does. Every step answers false when the parser stops there for good.
+// Walks through a text exactly as TinyXML's parser does, without building a tree. Each function
+// moves past one construct, and returns false where the parser would give up.
 class Scanner {
   public:
     Scanner(const char* text, const XmlBounds& bounds)
@@ -105,7 +105,7 @@ class Scanner {
         return std::adjacent_find(attributes_.begin(), attributes_.end()) == attributes_.end();
     }
 
-    // The parser compares the name's beginning only, and wants a ">" right behind.
+    // The parser compares as many characters as the open element's name has, then expects a ">".
     bool endTag() {
         const std::string_view name = open_.back();
         open_.pop_back();
@@ -132,8 +132,8 @@ class Scanner {
         return true;
     }
 
-    // One byte of a text or quoted value, or an entity. No byte of a longer character means
-    // anything to the parser.
+    // Moves past one byte, or one numeric entity, of a text or quoted value. Bytes are enough: none
+    // of a longer UTF-8 character has a meaning to the parser.
     bool character() {
         if (*at_ == '&' && at_[1] == '#' && at_[2] != '\0')
             return numericEntity();
@@ -155,7 +155,7 @@ class Scanner {
         return true;
     }
 
-    // False at the end of the text.
+    // Returns false at the end of the text.
     bool skipSpace() {
         while (isSpace(*at_) || startsWith("\xEF\xBB\xBF") || startsWith("\xEF\xBF\xBE") ||
                startsWith("\xEF\xBF\xBF"))
@@ -182,7 +182,7 @@ class Scanner {
         return true;
     }
 
-    // Nothing in an element that is left out is left out by itself.
+    // Does nothing inside an element that is already excess.
     void beginExcess(const char* start, bool isTooDeep) {
         if (isInExcess())
             return;
@@ -209,11 +209,11 @@ class Scanner {
     const char* at_;
     const XmlBounds bounds_;
     bool isBehindText_ = false;
-    std::string_view name_;                     // the last one read
-    std::vector<std::string_view> open_;        // names of the elements around
+    std::string_view name_;                     // read last
+    std::vector<std::string_view> open_;        // names of the elements that are open
     std::vector<std::string_view> attributes_;  // names in the last start tag
     std::vector<Excess> found_;
-    size_t levelsOutside_ = 0;  // of the last one found
+    size_t levelsOutside_ = 0;  // elements open around the last excess
 };
 
 }  // namespace

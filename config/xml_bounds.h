@@ -1,12 +1,12 @@
-// Which elements of an XML text could harm the parser, and the text without them.
+// Finds the elements of an XML text that could harm the parser, and removes them from the text.
 //
-// TinyXML recurses for every level of nesting (225 bytes of stack each, so 1,134 levels are the end
-// of a 256 KiB stack) and compares every attribute of an element with all others of it. Texts come
-// from outside, and what is parsed here is cloned, saved and parsed again at the next start: an
-// element that could do harm must not reach the parser at all.
+// TinyXML recurses for every level of nesting (225 bytes of stack each, so a stack of 256 KiB ends
+// after 1,134 levels) and compares every attribute of an element with all others of it. Texts come
+// from outside, and what is parsed here is cloned, saved and parsed again at the next start. An
+// element that could do harm must therefore not reach the parser at all.
 //
-// What the module keeps of a document stands at the same level when it is saved, so what was within
-// the bounds when it came is within them at the next start.
+// The module saves what it keeps of a document at the same level. What was within the bounds on
+// arrival is therefore within them at the next start.
 #pragma once
 
 #include <cstddef>
@@ -14,27 +14,28 @@
 #include <vector>
 
 struct XmlBounds {
-    size_t levels = 256;       // of elements; real documents have 7
-    size_t attributes = 1000;  // of one element; real ones have 6
+    size_t levels = 256;       // nested elements; real documents have 7
+    size_t attributes = 1000;  // in one element; real documents have at most 6
 };
 
-// An element beyond the bounds, with everything in it. Offsets are in bytes.
+// Where an element beyond the bounds stands in the text, its content included. Offsets are in
+// bytes.
 struct Excess {
     static constexpr size_t NeverEnds = std::string::npos;
     size_t begin;       // of its "<"
     size_t end;         // behind its last ">"; NeverEnds when the parser would give up within it
-    bool isTooDeep;     // else it has too many attributes
-    bool isBehindText;  // with nothing between
+    bool isTooDeep;     // true: nested too deeply; false: too many attributes
+    bool isBehindText;  // text stands directly before it
 };
 
-// The elements of `text` that are nested deeper or have more attributes, in their order; those
-// within another are not listed. Reads the text, which is UTF-8, up to the first zero byte, as
-// TinyXML does, and ends where the parser would give up. Does not recurse, and takes time in
-// proportion to the text (to n log n of the attributes of one element). Any thread; throws
-// std::bad_alloc.
+// Returns the elements of `text` beyond the bounds in document order. Elements inside one of them
+// are not listed. Reads the text, which is UTF-8, as TinyXML does: up to the first zero byte or to
+// where the parser would give up. Does not recurse. Takes time in proportion to the text's length
+// (n log n for the attributes of one element). Any thread; throws std::bad_alloc.
 std::vector<Excess> excessIn(const std::string& text, const XmlBounds& bounds = {});
 
-// Takes out of `text` what was found in it; of an element that never ends, the rest of the text.
-// The lines keep their numbers. Behind a text an empty comment takes the element's place, so that
-// what follows does not become part of that text. Any thread; throws std::bad_alloc.
+// Removes the elements that excessIn found from `text`, an element that never ends with the rest of
+// the text. Keeps line ends, so that lines keep their numbers. An empty comment replaces an element
+// that directly follows text, so that text behind the element does not join it. Any thread; throws
+// std::bad_alloc.
 void leaveOut(const std::vector<Excess>& excess, std::string& text);

@@ -1,4 +1,4 @@
-// Parsing texts from outside: the only way the module hands text to TinyXML.
+// Parses XML texts from outside. The module hands text to TinyXML in no other place.
 #pragma once
 
 #include <tinyxml.h>
@@ -7,12 +7,12 @@
 
 #include "config/xml_bounds.h"
 
-// Fills `document` from `text`, as far as it is well-formed, without the elements beyond the
-// bounds. True when the text is well-formed to its end. They are taken out of the text, and it is
-// padded: TinyXML looks behind a text that ends inside a character. Any thread; throws
+// Fills `document` from `text`, up to its first error. Returns true when the text is well-formed to
+// its end. Before it parses, it removes the elements beyond the bounds from `text`, and pads it,
+// because TinyXML reads behind a text that ends inside a character. Any thread; throws
 // std::bad_alloc.
 //
-// The text is read as UTF-8 whatever it declares (nothing, mostly), and made UTF-8 before. What is
-// read here is written again as UTF-8: a name taken over from an "&#xE9;" or a byte of another
-// encoding would make the settings file unreadable.
+// The text is converted to UTF-8 first and read as UTF-8, whatever encoding it declares. Documents
+// are saved as UTF-8: a name with a byte of another encoding, or with "&#xE9;" turned into such a
+// byte, would make the settings file unreadable.
 bool parseXml(TiXmlDocument& document, std::string& text, const XmlBounds& bounds = {});

@@ -24,7 +24,7 @@ struct FileCloser {
 };
 using FilePtr = std::unique_ptr<FILE, FileCloser>;
 
-// The paths being loaded or saved, and what the last failed save stumbled over.
+// The paths that are being loaded or saved, and why the last failed save failed.
 class XmlFilesInUse {
   public:
     bool tryInsert(const std::string& path) EXCLUDES(lock_) {
@@ -52,8 +52,8 @@ class XmlFilesInUse {
 
 NeverDestroyed<XmlFilesInUse> filesInUse;
 
-// Locks one path. Waits in a busy loop while another guard has it: a load or save is over soon, and
-// in the module they all come from one thread.
+// Locks one path. Waits in a busy loop while another guard holds it. That is rare: the module loads
+// and saves on one thread only.
 class XmlFileGuard {
   public:
     explicit XmlFileGuard(const char* path) : path_(path) {
@@ -74,10 +74,10 @@ std::string withErrno(const char* what, int error) {
     return what + std::to_string(error) + " - " + std::strerror(error);
 }
 
-// Writes `text` to the disk. Returns what went wrong, or an empty text.
+// Writes `text` to a new file and syncs it. Returns an error message, empty on success.
 //
-// What lies at the pending path is removed first, and "x" creates a file that was not there: so a
-// FIFO cannot stop the save, and a link cannot lead it to another file.
+// Removes anything at the pending path first, and opens with "x", which only creates new files. So
+// a FIFO cannot block the save, and a link cannot redirect it to another file.
 std::string writePending(const std::string& pendingPath, std::string_view text) {
     struct stat status {};
     if (lstat(pendingPath.c_str(), &status) == 0 && unlink(pendingPath.c_str()) != 0 &&
@@ -117,9 +117,9 @@ bool failLoad(TiXmlDocument& document, int error) {
 
 enum class Links { Follow, Refuse };
 
-// Returns false. Throws instead when the last call failed only because the system is short of
-// descriptors or memory for now: the file may be there, and whole.
-bool missing(const std::string& path) {
+// Returns false, which treats the file as missing. Throws when errno says that the system is only
+// short of descriptors or memory for now: the file may be there and whole.
+bool treatAsMissing(const std::string& path) {
     if (errno == EMFILE || errno == ENFILE || errno == ENOMEM)
         throw std::system_error(errno, std::generic_category(), path);
     return false;
@@ -128,11 +128,11 @@ bool missing(const std::string& path) {
 // Reads the file's text. Returns false when it is missing, no regular file, too large, or
 // unreadable.
 bool readRegularFile(const std::string& path, Links links, std::string& text) {
-    // Does not wait for the writer of a FIFO.
+    // With O_NONBLOCK, opening a FIFO does not wait for its writer.
     const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | (links == Links::Refuse ? O_NOFOLLOW : 0);
     const int descriptor = open(path.c_str(), flags);
     if (descriptor < 0)
-        return missing(path);
+        return treatAsMissing(path);
     const FilePtr file(fdopen(descriptor, "rb"));
     if (!file) {
         close(descriptor);
@@ -140,15 +140,16 @@ bool readRegularFile(const std::string& path, Links links, std::string& text) {
     }
     struct stat status {};
     if (fstat(descriptor, &status) != 0)
-        return missing(path);
+        return treatAsMissing(path);
     if (!S_ISREG(status.st_mode) || static_cast<uint64_t>(status.st_size) > LargestXmlFile)
         return false;
     text.resize(static_cast<size_t>(status.st_size));
     text.resize(std::fread(text.data(), 1, text.size(), file.get()));
-    return std::ferror(file.get()) == 0 || missing(path);
+    return std::ferror(file.get()) == 0 || treatAsMissing(path);
 }
 
-// Makes line ends those of XML: a carriage return, with or without a line feed, is a line feed.
+// Converts line ends as XML asks: a carriage return, alone or before a line feed, becomes one line
+// feed.
 void normalizeLineEnds(std::string& text) {
     size_t kept = 0;
     char before = '\0';
@@ -160,7 +161,7 @@ void normalizeLineEnds(std::string& text) {
     text.resize(kept);
 }
 
-// Does what TinyXML's own LoadFile does, except for texts that would harm it.
+// Loads a file as TinyXML's own LoadFile does, but without elements that could harm the parser.
 bool loadRegularFile(TiXmlDocument& document, const std::string& path, Links links) {
     std::string text;
     if (!readRegularFile(path, links, text))
@@ -185,7 +186,7 @@ bool SaveXmlFile(const TiXmlDocument& document, const char* path) {
         unlink(pendingPath.c_str());
         return fail(message);
     }
-    // ENOENT: another process has promoted the pending file in between.
+    // ENOENT: another process has meanwhile renamed the pending file.
     if (std::rename(pendingPath.c_str(), path) != 0 && errno != ENOENT)
         return fail(withErrno("Failed to rename .xml.pending to .xml file ", errno));
     return true;
@@ -194,7 +195,7 @@ bool SaveXmlFile(const TiXmlDocument& document, const char* path) {
 bool LoadXmlFile(TiXmlDocument& document, const char* path) {
     const XmlFileGuard guard(path);
     const std::string pendingPath = pendingPathOf(path);
-    // Some torn files parse, but without a root element.
+    // A pending file that was cut off early may parse without error, but has no root element then.
     if (loadRegularFile(document, pendingPath, Links::Refuse) &&
         document.RootElement() != nullptr) {
         std::rename(pendingPath.c_str(), path);

@@ -31,22 +31,22 @@ void readForceOsServices(bool& forceOsServices) {
 void CPlugin::startAudioSystem() {
     if (audioStarted)
         return;
-    // Each step by itself: when one runs out of memory the others are still taken.
+    // Each step is contained by itself: one that runs out of memory does not end the others.
     contain([this] { readForceOsServices(forceOsServices); });
     if (initializePortAudio(isOsAudioServiceStarted(forceOsServices))) {
         audioStarted = true;
         contain([this] { devices = scanDevices(); });
     }
     TiXmlDocument settings;
-    const bool isKnown = contain([&] { loadSettings(settings); });
-    // A load that threw may have left a part of a torn file.
-    applyConfiguration(isKnown ? settings.RootElement() : nullptr, true);
-    settingsHeld = isKnown;
+    const bool isLoaded = contain([&] { loadSettings(settings); });
+    // A load that threw may have left part of a document in `settings`.
+    applyConfiguration(isLoaded ? settings.RootElement() : nullptr, true);
+    settingsHeld = isLoaded;
     writeSettings();
 }
 
-// Leaves `settings` without a root element when there is no usable file. A system that is short of
-// descriptors for a moment must not cost the settings: the load is tried for about a second.
+// Leaves `settings` without a root element when there is no usable file. Retries for about a second
+// while the system is short of descriptors or memory, and throws if that does not end.
 void CPlugin::loadSettings(TiXmlDocument& settings) const {
     for (int pausesLeft = 100;; --pausesLeft) {
         try {
@@ -64,7 +64,7 @@ void CPlugin::onIoctlMessage(const ipcam::IoctlMessage& message) {
     TinyOneDoc document;
     if (message.data != nullptr && message.length != 0) {
         textBuffer.assign(static_cast<const char*>(message.data), message.length);
-        parseXml(document, textBuffer);  // a text that breaks off is used as far as it goes
+        parseXml(document, textBuffer);  // a malformed text is used up to its error
     }
     if (applyConfiguration(document.RootElement(), false))
         writeSettings();
@@ -78,7 +78,7 @@ bool CPlugin::applyConfiguration(const TiXmlElement* root, bool fromSettings) {
 void CPlugin::writeSettings() {
     TiXmlDocument document;
     describeSettings(document, {bufferLength, forceOsServices}, channels);
-    // A save that fails leaves the old file. The host is told in any case.
+    // The description is sent even when the save fails, which leaves the old file.
     if (settingsHeld)
         contain([&] { SaveXmlFile(document, SettingsPath); });
     sendDocument(document, KindModuleDocument);

@@ -8,7 +8,7 @@
 
 namespace {
 
-// A disabled channel does not count. A stream that could not be opened counts as healthy: each open
+// A disabled channel counts as healthy. So does one whose stream could not be opened: each open
 // first stores paNotInitialized, and only a start replaces it.
 bool isHealthy(const Channel& channel) {
     return !channel.Enabled ||

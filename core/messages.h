@@ -38,7 +38,7 @@ struct WriteMessage : HostDelivery {
     using HostDelivery::HostDelivery;
 };
 
-// Nothing produces these yet. The queue and the handlers accept them.
+// No entry point queues this type yet; the queue and the handlers support it.
 struct AudioMessage : HostDelivery {
     AudioMessage(const void* hostBuffer, uint64_t byteCount, uint32_t extra) noexcept
         : HostDelivery(hostBuffer, byteCount), value(extra) {}

@@ -1,4 +1,4 @@
-// The module's one central object: created by Load, destroyed by Unload.
+// The module's central object. Load creates the only one, Unload destroys it.
 //
 // It owns the channels, the device list, the settings and the queue through which the host's
 // documents reach the worker.
@@ -21,8 +21,8 @@ class CPlugin {
     CPlugin();
 
     // ---- any host thread
-    // Queues a delivery, which owns the host's buffer from now on. Throws std::bad_alloc; nothing
-    // is queued then, and the host keeps the buffer.
+    // Queues a delivery that owns the host's buffer `data` of `length` bytes. Throws
+    // std::bad_alloc; nothing is queued then, and the host keeps the buffer.
     template <typename Message>
     void enqueue(const void* data, uint64_t length) EXCLUDES(queueMutex) {
         HostMessageQueue node;
@@ -33,22 +33,23 @@ class CPlugin {
     }
     // Returns the channel that host records address by `id`, or null.
     Channel* findChannel(int32_t id) { return channels.find(id); }
-    // Asks the worker to stop. This is never undone.
+    // Asks the worker to stop. A stop is final.
     void requestStop() { stopRequested.exchange(true); }
     bool isStopRequested() const { return stopRequested.load(); }
 
     // ---- the worker's thread
     // Runs the worker loop until a stop is requested (core/worker.cpp).
     void runWorker();
-    // Hands up to 4 queued deliveries to their handlers; never waits for a host thread.
+    // Hands up to 4 queued deliveries to their handlers. Returns at once when a host thread holds
+    // the queue.
     void processQueue() EXCLUDES(queueMutex);
     // Tells the host when the devices turned faulty or healthy (core/device_status.cpp).
     void emitDeviceStatus();
     // Initialises PortAudio, scans the devices, applies the settings file and saves it
     // (core/configuring.cpp, as the next two).
     void startAudioSystem();
-    // Applies a configuration document, the host's or the settings file, as far as it goes; `root`
-    // may be null. Returns false when it holds nothing for this module.
+    // Applies a configuration document of the host or the settings file; `root` may be null.
+    // Returns false when it holds nothing for this module.
     bool applyConfiguration(const TiXmlElement* root, bool fromSettings);
     // Saves the settings and channels and sends them to the host.
     void writeSettings();
@@ -70,20 +71,20 @@ class CPlugin {
     HostMessageQueue messageQueue GUARDED_BY(queueMutex);
     Mutex queueMutex;  // host threads wait for it, the worker only tries it
     std::unique_ptr<MessageHandlers> handlers;
-    std::string textBuffer;  // the document at hand
+    std::string textBuffer;  // text of the document that is being applied
     std::atomic<bool> stopRequested{false};
 
-    // Only the worker uses what follows, without a lock; but host threads look channels up.
+    // Only the worker uses the members below, without a lock. Host threads only look up channels.
     bool audioStarted = false;  // PortAudio is up
-    // All that the settings file holds is in memory, too. Until then a save would lose it.
+    // True once everything in the settings file is in memory. Before that a save would lose it.
     bool settingsHeld = false;
     int32_t bufferLength = 250;        // ms of audio queued before an output starts
     int32_t passPeriodMs = 1;          // pause between passes
     bool deviceAlarmed = false;        // the status last sent
-    std::vector<AudioDevice> devices;  // the last scan's
+    std::vector<AudioDevice> devices;  // found by the scan
     ChannelMap channels;
     bool forceOsServices = true;
 };
 
-// Null before Load and after Unload, which are the only ones to write it.
+// Null before Load and after Unload. Only these two write it.
 extern CPlugin* g_plugin;

@@ -8,7 +8,7 @@
 
 namespace {
 
-// The frame that is being sent. The module has only this one, and only the worker uses it.
+// The codes of the frame that is being sent. Only the worker uses it.
 std::array<uint8_t, 524288> frameBuffer;
 
 struct CaptureTime {
@@ -85,8 +85,8 @@ void CPlugin::serveChannel(Channel& channel) {
     drainCaptured(channel);
 }
 
-// Sends what was queued when the drain began, or the first four blocks if that is more. Without a
-// limit a host whose callback takes longer than a frame lasts would keep the worker in one channel.
+// Sends as many blocks as are queued at the beginning, or up to four if fewer are. Without a limit
+// a host whose callback takes longer than the 256 ms of a frame would keep the worker here.
 void CPlugin::drainCaptured(Channel& channel) const {
     constexpr size_t FewestBlocks = 4;
     for (size_t left = std::max(channel.queuedBlocks(), FewestBlocks); left > 0; --left) {
@@ -97,7 +97,7 @@ void CPlugin::drainCaptured(Channel& channel) const {
     }
 }
 
-// Returns true when the pause ended because a stop was requested.
+// Returns true as soon as a stop is requested, false when the time has passed.
 bool CPlugin::sleepUnlessStopped(int32_t milliseconds) const {
     using std::chrono::floor;
     const auto begin = floor<std::chrono::milliseconds>(steadyNow());

@@ -1,9 +1,10 @@
-// Brings PortAudio up.
+// Starts PortAudio.
 #pragma once
 
-// Returns whether the operating system's audio service runs. Linux has none that must run first.
+// Returns whether the operating system's audio service runs: always true on Linux, which needs
+// none.
 bool isOsAudioServiceStarted(bool forceOsServices);
 
-// Logs PortAudio's version and initialises it, unless the service is not started. Returns true when
-// PortAudio is up; the caller terminates it then. Worker thread.
+// Logs PortAudio's version and, if the service is started, initialises PortAudio. Returns true on
+// success; the caller then has to call Pa_Terminate. Worker thread.
 bool initializePortAudio(bool isServiceStarted);

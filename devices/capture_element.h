@@ -1,5 +1,5 @@
 // The capture side of a mixer element, as the module reads it before it sets anything. The host's
-// doctor reads it the same way. Any thread; keeps nothing.
+// doctor reads it the same way. The functions may be called on any thread and keep no state.
 #pragma once
 
 #include <alsa/asoundlib.h>
@@ -12,7 +12,7 @@ struct CaptureElement {
     long volume = 0;
     int left = 0;  // switches; 1 is on
     int right = 0;
-    // What ALSA answered to the queries; negative when one failed.
+    // ALSA's return values of the queries; a negative one is an error.
     int rangeError = 0;
     int volumeError = 0;
     int leftError = 0;
@@ -24,9 +24,9 @@ struct CaptureElement {
     bool isOn() const { return left == 1 && right == 1; }
 };
 
-// "mixer 0 [Capture]", or "[NONAME]" for an element without a name.
+// Returns a label such as "mixer 0 [Capture]"; an element without a name gets "[NONAME]".
 std::string labelOf(snd_mixer_elem_t* element);
-// Whether the module reads and sets the element: it has a name and a capture switch.
+// Returns whether the module reads and sets the element: it must have a name and a capture switch.
 bool isCaptureElement(snd_mixer_elem_t* element);
 // Makes all queries, also after one has failed.
 CaptureElement readCapture(snd_mixer_elem_t* element);

@@ -11,7 +11,7 @@
 
 namespace {
 
-// Opening a stream on other devices can crash inside the audio library.
+// Other names are ignored: opening a stream on some of those devices crashes the audio library.
 constexpr std::array<std::string_view, 2> AllowedNames{"default", "pulse"};
 
 const char* directionWord(bool isInput) { return isInput ? "input" : "output"; }

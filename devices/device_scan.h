@@ -8,9 +8,9 @@
 // One usable direction of one PortAudio device, as the last scan found it.
 struct AudioDevice {
     std::string portAudioName;  // as PortAudio reports it
-    std::string osName;         // the same; by it a channel finds its device again
-    int32_t number;             // position in the list
-    int32_t paIndex;            // PortAudio's index, to open streams on
+    std::string osName;         // the same text; a channel finds its device again by it
+    int32_t number;             // position in the list of the scan
+    int32_t paIndex;            // PortAudio's index of the device, for opening streams
     bool isInput;
     bool claimed = false;  // a channel has taken the device
 };

@@ -5,8 +5,8 @@
 
 #include <string>
 
-// Appends an empty element to `parent`, which owns it, and returns it. Documents are built from the
-// top down with this, because TinyXML's InsertEndChild copies its argument with all that is in it.
+// Appends an empty element to `parent`, which owns it, and returns it. Build documents from the top
+// down with this function: TinyXML's InsertEndChild makes a deep copy of its argument.
 // Throws std::bad_alloc.
 TiXmlElement& addElement(TiXmlNode& parent, const char* name);
 
@@ -14,7 +14,8 @@ TiXmlElement& addElement(TiXmlNode& parent, const char* name);
 // has Delta="0", which tells the host that the document is complete. Throws std::bad_alloc.
 TiXmlElement& beginDocument(TiXmlDocument& document, bool delta);
 
-// Returns the text of a document as it leaves the module: valid UTF-8, compact for the host,
-// indented for a file. Any thread; throws std::bad_alloc.
+// Compact has no white space between elements and is for the host, Indented is for files.
 enum class Layout { Compact, Indented };
+
+// Returns the document's text as valid UTF-8. Any thread; throws std::bad_alloc.
 std::string printDocument(const TiXmlDocument& document, Layout layout);

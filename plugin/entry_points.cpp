@@ -1,4 +1,4 @@
-// The six exported functions. What each does and promises stands in plugin/tamborin.h.
+// The six exported functions. plugin/tamborin.h documents each of them.
 #include <memory>
 #include <utility>
 
@@ -69,7 +69,7 @@ int64_t IOCTL(const IoctlRequest* request, IoctlResult* result) {
         case IoctlHostDocument:
             enqueue<ipcam::WriteMessage>(*request, *result);
             break;
-        case IoctlReply:  // we ask the host nothing, so no reply can be awaited
+        case IoctlReply:  // the module never asks the host for anything
         default:
             break;
     }
@@ -95,7 +95,8 @@ int64_t Close() {
 }
 
 int64_t Unload() {
-    // A host that calls back in while its buffers are handed back finds no module any more.
+    // g_plugin is cleared first: a host that calls an entry point from within a release then finds
+    // no module.
     const std::unique_ptr<CPlugin> plugin(std::exchange(g_plugin, nullptr));
     if (plugin)
         plugin->teardown();

@@ -52,10 +52,10 @@ int32_t sendText(int64_t moduleId, HostCallback callback, int32_t level, const c
         return 0;
 
     char buffer[LogBufferSize];
-    va_list again;
-    va_copy(again, arguments);
-    const int needed = std::vsnprintf(buffer, sizeof buffer, format, again);
-    va_end(again);
+    va_list firstUse;
+    va_copy(firstUse, arguments);
+    const int needed = std::vsnprintf(buffer, sizeof buffer, format, firstUse);
+    va_end(firstUse);
     if (needed <= 0)
         return 0;
     const auto length = static_cast<uint32_t>(needed);

@@ -1,8 +1,8 @@
 /* The contract between Tamborin and the program that hosts it.
  *
  * Tamborin records and plays a machine's sound cards for a host program. The host loads
- * libtamborin.so, drives it through the six functions at the end of this file, and hears back
- * through one callback of its own:
+ * libtamborin.so and drives it through the six functions at the end of this file. The module
+ * answers through one callback of the host:
  *
  *     HostTable table = {.hostCallback = myCallback};
  *     ModuleInfo info = {0};
@@ -18,25 +18,25 @@
  *
  * The rules of the boundary:
  *
- *  1. Every function returns 0, always. What became of a request stands in its result record.
+ *  1. Every function always returns 0. A request's result record says whether it was accepted.
  *  2. Every record is little-endian, at the offsets asserted below, and is read or written only
  *     during the call. Pointers to records are never null.
  *  3. A buffer that the host passes in stays the host's unless the call sets `accepted` to 1. An
  *     accepted buffer belongs to the module, which reads it and never writes it, until it comes
  *     back with exactly one KindBufferRelease record: that may happen on another thread, and even
  *     before the call that accepted it has returned.
- *  4. What a HostMessage points at is valid until the callback returns, and no longer.
+ *  4. A HostMessage and the module's data in it are valid only until the callback returns.
  *  5. The callback is called from several threads at once: the one inside IoctlRun, and those that
  *     call Open, IOCTL, Write, Close and Unload. It is never called on a real-time audio thread.
- *     It must not throw, and must not call Unload. It may call the other functions, but while it is
- *     given a KindLog record it must neither call Write nor wait for a thread that does: the line
- *     may be an output's, which keeps Write to that output waiting until the callback returns.
+ *     It must not throw, and must not call Unload. It may call the other functions, with one
+ *     exception: during a KindLog record it must neither call Write nor wait for a thread that
+ *     does. The module may hold an output's lock while it logs, and Write would wait for that lock.
  *  6. All audio is G.711 mu-law, 8000 Hz, mono, one byte per sample.
  *  7. The module starts no thread of its own; the audio library runs one for each open stream.
  *
  * The settings are kept in "tamborin.xml" in the process's working directory.
  *
- * Plain C11 and C++20 both read this file; it needs nothing else of the module.
+ * This file is valid C11 and C++20 and includes no other file of the module.
  */
 #ifndef TAMBORIN_H
 #define TAMBORIN_H
@@ -67,13 +67,13 @@ enum {
     KindStatusDocument = 4,   /* XML: device status, on every change between ok and alarmed */
     KindLog = 64,             /* a log line, or the question which lines are wanted */
     KindModuleDocument = 256, /* XML: the announcement, and the description of all channels */
-    KindBufferRelease = 512   /* data is a host buffer; it is the host's again */
+    KindBufferRelease = 512   /* data is a host buffer that the module hands back */
 };
 
-/* The one format of audio */
+/* The only audio format */
 enum {
     AudioSampleRate = 8000,  /* Hz */
-    AudioFrameSamples = 2048 /* in every captured frame, and the most of a block that is played */
+    AudioFrameSamples = 2048 /* in a captured frame; of a written block at most these are played */
 };
 
 /* HostMessage.type */
@@ -86,7 +86,7 @@ enum {
 
 /* HostMessage.level */
 enum {
-    LogDetail = 0,  /* routine detail; the only level at which texts above 2048 bytes are whole */
+    LogDetail = 0,  /* routine detail; only this level sends texts above 2048 bytes whole */
     LogInfo = 25,   /* progress and findings */
     LogNotice = 50, /* changes of state */
     LogError = 75   /* failures */
@@ -127,10 +127,10 @@ static_assert(offsetof(HostMessage, seconds) == 72, "seconds");
 static_assert(offsetof(HostMessage, milliseconds) == 80, "milliseconds");
 static_assert(offsetof(HostMessage, reserved2) == 82, "reserved2");
 
-/* The host's callback; the second argument is always 0. Its answer counts for
+/* The host's callback. The second argument is always 0. The module uses the return value of
  *   TypeLogLevelQuery                 the lowest level wanted: lines below it are not sent
  *   KindAudio and the two documents   1 asks the module to stop, as Close does
- * and is ignored for the rest. */
+ * and ignores all others. */
 typedef int32_t (*HostCallback)(const HostMessage* message, int32_t reserved);
 
 /* ---------------------------------------------------------------- host to module */
@@ -167,8 +167,8 @@ static_assert(offsetof(ModuleInfo, capability1) == 99, "capability1");
 enum {
     IoctlRun = 1,           /* run the module on this thread; returns after Close */
     IoctlConfiguration = 2, /* payload: a configuration document (XML) to apply */
-    IoctlHostDocument = 3,  /* payload: taken, handed back, without effect */
-    IoctlReply = 4          /* ignored, the payload is not taken */
+    IoctlHostDocument = 3,  /* payload: accepted, then handed back without effect */
+    IoctlReply = 4          /* ignored; the payload is not accepted */
 };
 
 typedef struct IoctlRequest {
@@ -187,7 +187,7 @@ static_assert(offsetof(IoctlRequest, data) == 32, "data");
 
 typedef struct IoctlResult {
     uint8_t reserved[16];
-    uint32_t accepted; /* set to 1 when the module has taken the payload, else untouched */
+    uint32_t accepted; /* set to 1 when the module accepts the payload, else untouched */
 } IoctlResult;
 
 static_assert(sizeof(IoctlResult) == 20, "IoctlResult");
@@ -195,12 +195,12 @@ static_assert(offsetof(IoctlResult, accepted) == 16, "accepted");
 
 typedef struct WriteRecord {
     uint8_t reserved0[16];
-    uint32_t length; /* mu-law samples at data; 0 is taken and comes back like any other */
+    uint32_t length; /* mu-law samples at data; 0 is accepted and handed back, too */
     uint32_t reserved1;
     const void* data;
     int64_t targetId; /* the low 32 bits are the ID of an output channel */
     uint8_t reserved2[16];
-    uint64_t type; /* all bits of TypeAudio, or the record is ignored */
+    uint64_t type; /* the record is ignored unless all bits of TypeAudio are set */
 } WriteRecord;
 
 static_assert(sizeof(WriteRecord) == 64, "WriteRecord");
@@ -211,7 +211,7 @@ static_assert(offsetof(WriteRecord, type) == 56, "type");
 
 typedef struct WriteResult {
     uint8_t reserved[28];
-    uint32_t accepted; /* set to 1 when the module has taken the audio, else untouched */
+    uint32_t accepted; /* set to 1 when the module accepts the audio, else untouched */
 } WriteResult;
 
 static_assert(sizeof(WriteResult) == 32, "WriteResult");
@@ -221,9 +221,9 @@ static_assert(offsetof(WriteResult, accepted) == 28, "accepted");
 
 #define TAMBORIN_API __attribute__((visibility("default")))
 
-/* Creates the module, keeps hostTable->hostCallback and fills moduleInfo. Called once, before
- * everything else. When memory is short moduleInfo stays as it was and the module is not loaded:
- * every other call then does nothing. */
+/* Creates the module, keeps hostTable->hostCallback and fills moduleInfo. Called once, before all
+ * other functions. When memory is short, moduleInfo stays unchanged and no module is created; every
+ * other call then does nothing. */
 TAMBORIN_API int64_t Load(const HostTable* hostTable, ModuleInfo* moduleInfo);
 
 /* Sends the announcement document. Any thread, after Load. */
@@ -232,19 +232,19 @@ TAMBORIN_API int64_t Open(void);
 /* Acts on request->code. IoctlRun: one thread, once; it blocks until Close and does all the
  * module's work. That thread must not be cancelled (pthread_cancel): locks would stay locked.
  * IoctlConfiguration and IoctlHostDocument: any thread, any time between Load and Unload; they
- * queue the payload and return at once. After Close every code is ignored. A payload that memory
- * is too short to queue is not accepted. */
+ * queue the payload and return at once. The payload is not accepted when memory is short. After
+ * Close every code is ignored. */
 TAMBORIN_API int64_t IOCTL(const IoctlRequest* request, IoctlResult* result);
 
-/* Queues audio on an output channel; any thread between Load and Unload. Ignored, the buffer
- * staying the host's: a type without all bits of TypeAudio, a target of another module, an unknown
- * channel, an input, a null buffer, no memory. A block is played whole when it holds up to 2048
- * samples (256 ms); what is beyond is dropped. Shorter blocks join without a gap. After Close audio
- * is still taken, to come back in Unload. May wait while the addressed channel's stream is being
- * opened or closed, never for another channel. */
+/* Queues audio on an output channel; any thread between Load and Unload. The buffer is not accepted
+ * when type lacks a bit of TypeAudio, the target is another module, an input or an unknown channel,
+ * data is null, or memory is short. The first 2048 samples (256 ms) of a block are played and the
+ * rest is dropped. Shorter blocks join without a gap. After Close audio is still accepted and comes
+ * back in Unload. May wait while the addressed channel's stream is being opened or closed; never
+ * waits for another channel. */
 TAMBORIN_API int64_t Write(const WriteRecord* record, WriteResult* result);
 
-/* Asks the module to stop: IoctlRun returns soon after. Any thread, never waits. */
+/* Asks the module to stop; IoctlRun then returns soon. Any thread; never waits. */
 TAMBORIN_API int64_t Close(void);
 
 /* Hands back every buffer still held, closes the audio system and frees the module. Called once

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The real library between the reference host and a real sound server: a tone that is played, at
-# 44.1 kHz, is found in the recording with its pitch and nearly its level.
+# Plays a tone (a file with 44.1 kHz) through the built library, the reference host and a real sound server, and
+# expects it in the recording with its pitch and nearly its level.
 #   end_to_end_test.sh HOST PRIVATE_SERVER
 set -euo pipefail
 folder=$(mktemp -d /tmp/tamborin-e2e-XXXXXX)

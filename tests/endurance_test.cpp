@@ -1,7 +1,7 @@
-// Months in fast motion: two inputs and two outputs, with a stall a day, a clock that is set back,
-// and outputs that run dry. Every block is numbered: none may be lost, repeated or out of order.
+// Simulates months: two inputs and two outputs, with a stall a day, a clock that is set back, and
+// outputs that run dry. Every block is numbered: none may be lost, repeated or out of order.
 //
-// TAMBORIN_HOURS says how long (simulated); an hour if it does not.
+// TAMBORIN_HOURS says for how many simulated hours; 1 when it is not set.
 #include <malloc.h>
 
 #include <algorithm>
@@ -22,7 +22,7 @@ constexpr int64_t PeriodsPerHour = 3600 * 1000 / 256;
 constexpr int64_t PeriodsPerDay = 24 * PeriodsPerHour;
 constexpr int PassesPerPeriod = 4;
 constexpr int LatencyMs = 12;
-constexpr size_t Digits = 6;  // of a number, base 64, one a code: these codes survive the codec
+constexpr size_t Digits = 6;  // of a block's number in base 64; the codec keeps their codes
 
 using Codes = std::array<uint8_t, 2048>;
 
@@ -37,7 +37,7 @@ int64_t numberIn(std::span<const uint8_t> codes) {
     return number;
 }
 
-// What comes out of the channels, by channel ID or by the stream's user data: the next number.
+// The number that must come out of a channel next, by channel ID or by the stream's user data.
 std::map<int32_t, int64_t> captured;
 std::map<void*, int64_t> played;
 std::map<int32_t, int64_t> written;
@@ -94,7 +94,7 @@ class Endurance : public ModuleTest {
         Write(&record, &result);
         ASSERT_EQ(result.accepted, 1U);
     }
-    // What happens in one period of 256 ms.
+    // Plays one period of 256 ms: devices, host and clock.
     void period(int64_t now) {
         fakeClock.wallMicroseconds += 256'000;
         fakeClock.wallSeconds += fakeClock.wallMicroseconds / 1'000'000;
@@ -105,7 +105,7 @@ class Endurance : public ModuleTest {
         for (FakeStream* stream : fakePortAudio.open)
             if (!isStalled)
                 callBack(*stream);
-        if (now % PeriodsPerHour > 8 && !isStalled)  // else they run dry
+        if (now % PeriodsPerHour > 8 && !isStalled)  // otherwise outputs run dry
             for (const int32_t channel : {Channel0 + 1, Channel0 + 3})
                 writeTo(channel);
     }
@@ -126,7 +126,7 @@ TEST_F(Endurance, NothingIsLostRepeatedOrReordered) {
     size_t heap = 0;
     fakeClock.onPause = [&] {
         if (passes == 0)
-            g_hostCallback = receiveFrame;  // from here on every record costs little
+            g_hostCallback = receiveFrame;  // a faster callback for the long run
         fakeClock.steady += 63ms;
         if (++passes % PassesPerPeriod == 0)
             period(passes / PassesPerPeriod);
@@ -149,7 +149,7 @@ TEST_F(Endurance, NothingIsLostRepeatedOrReordered) {
     };
     const int64_t frames = total(captured);
     const int64_t blocks = total(played);
-    EXPECT_GE(frames, total(captures_) - 2);  // the last ones come with the end
+    EXPECT_GE(frames, total(captures_) - 2);  // the last ones are still queued at the end
     EXPECT_GE(blocks, total(written) - 2);
     EXPECT_EQ(released, total(written));
     EXPECT_GT(std::min(frames, blocks), periods * 2 * 9 / 10);

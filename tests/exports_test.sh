@@ -1,5 +1,5 @@
 #!/bin/sh
-# The library exports the six functions and nothing else, and needs the three audio libraries.
+# The library must export only the six functions, and must be linked to its three libraries.
 set -eu
 [ "$(nm -D --defined-only "$1" | awk '{print $3}' | sort | tr '\n' ' ')" = \
     "Close IOCTL Load Open Unload Write " ]

@@ -13,7 +13,7 @@ struct _snd_mixer {
 };
 
 namespace {
-FakeCard* current;  // the card last asked for its name: mixers are opened for that one
+FakeCard* current;  // the card whose name was asked for last; mixers are opened for it
 snd_local_error_handler_t localErrorHandler;
 int failsAt(const char* step) { return current->failingStep == step ? -19 : 0; }
 }  // namespace

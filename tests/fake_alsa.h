@@ -1,4 +1,4 @@
-// ALSA cards and mixers as the test describes them.
+// Replaces ALSA's functions for cards, mixers and PCMs by those that a test describes.
 #pragma once
 
 #include <functional>
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-// One mixer element: what its queries give and how they and the settings end.
+// One mixer element: the values that queries return, and the errors of queries and settings.
 struct _snd_mixer_elem {
     std::map<std::string, long> values{
         {"switch", 1}, {"left", 1}, {"right", 1}, {"max", 31}, {"vol", 5}};
@@ -25,5 +25,5 @@ struct FakeCard {
 inline std::vector<FakeCard> fakeCards;
 inline int fakeMixersOpen = 0;
 inline int fakePcmsOpen = 0;
-inline int fakePcmError = 0;                      // what opening a PCM ends with
-inline std::function<void()> whileAsked = [] {};  // happens while a PCM is being opened
+inline int fakePcmError = 0;                      // returned when a PCM is opened
+inline std::function<void()> whileAsked = [] {};  // called while a PCM is being opened

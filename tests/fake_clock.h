@@ -1,4 +1,4 @@
-// Replaces base/clock.cpp: time stands still but for the worker's pauses, in which tests act.
+// Replaces base/clock.cpp. Time only moves in the worker's pauses, where tests act (onPause).
 #pragma once
 
 #include <chrono>

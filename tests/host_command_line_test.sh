@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# tamborin-host as a user meets it: without a sound system every failure is one line that says what
-# to do; with one, --json leaves stdout to the records, and a killed recording can be played.
+# Runs tamborin-host as a user does. Without a sound system every failure must be one line that says
+# what to do. With one, --json must print only records, and a killed recording must be playable.
 #   host_command_line_test.sh HOST PRIVATE-PULSEAUDIO
 set -euo pipefail
 host=$1 pulseaudio=$2
@@ -18,7 +18,7 @@ expect() {  # STATUS PART-OF-THE-LINE ARGUMENTS...
         fail "${*:3}: $(cat out err)"
     fi
 }
-doctor() {  # PART-OF-A-FINDING about the folder "settings", which stays as it is
+doctor() {  # PART-OF-A-FINDING about the folder "settings", which must not change
     stat -c "%n %F %s %y" settings/* >before
     "$host" doctor --dir settings >out 2>err || grep -q "$1" out || fail "doctor: $(cat out err)"
     stat -c "%n %F %s %y" settings/* | cmp - before
@@ -68,7 +68,7 @@ mkfifo settings/tamborin.xml.pending && doctor "note .*pending is no regular fil
 rm settings/*.pending && mkdir settings/tamborin.xml.pending
 doctor "WRONG .*pending cannot be replaced: it is a folder"
 
-# A file that makes one wait, as nobody writes to it, is given up at the first signal.
+# Reading a FIFO without a writer waits. The first signal must end that.
 mkfifo pipe
 for command in play talk send; do
     timeout --foreground -k 60 600 "$host" $command pipe 2>err & waiting=$!
@@ -82,7 +82,7 @@ for command in play talk send; do
     fi
 done
 
-# One process a folder, as each restores what it found; the others name it.
+# Only one process may use a folder, because each restores what it found. Others must name it.
 mkdir used
 ! flock used "$host" channels --dir used 2>err || fail "two in one folder"
 grep -q "^tamborin-host: .*/used is in use by flock (process [0-9]*); .*--dir" err || fail "$(cat err)"
@@ -90,7 +90,7 @@ PULSE_SERVER=unix:/nowhere flock used "$host" doctor --dir used >out || true
 grep -q "/used is in use by flock (process" out || fail "the doctor does not say it: $(cat out)"
 [ ! -e used/tamborin.xml ] || fail "the folder in use was written"
 
-# What a terminal would obey never reaches it: colours, C1 control characters, turned directions.
+# Names must not control the terminal: no colours, C1 control characters or changes of direction.
 colour=$'\e[33mT' control=$'\xc2\x9b' turn=$'\xe2\x80\xae'
 LC_ALL=C expect 1 "no input 'Tür???'" record --input "Tür$control$turn"$'\x9b'
 mkdir "$colour"

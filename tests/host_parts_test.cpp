@@ -1,4 +1,4 @@
-// Parts of the reference host, for what a whole run cannot bring about at will.
+// Parts of the reference host, in situations that a whole run cannot produce at will.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -17,7 +17,7 @@
 
 namespace {
 
-// Has a folder of its own.
+// Runs each test in a folder of its own.
 class HostParts : public testing::Test {
   protected:
     ~HostParts() override { std::filesystem::remove_all(folder_); }
@@ -50,12 +50,12 @@ TEST_F(HostParts, GapsAreThoseOfTheSoundHoweverTheClockIsSet) {
     }
 }
 
-// Nothing waits for a reader who stalls; what was accepted arrives once he reads again.
+// Nothing waits for a reader that stalls. Accepted texts arrive once it reads again.
 TEST_F(HostParts, TextsBeyondTheBoundAreCountedAndNoOthersAreLost) {
     std::array<int, 2> ends{};
     ASSERT_EQ(pipe(ends.data()), 0);
     constexpr uint64_t Texts = 4000;
-    const std::string text(100, 'x');  // more of them than pipe and bound hold
+    const std::string text(100, 'x');  // written more often than pipe and bound have room for
     uint64_t accepted = 0;
     std::future<uint64_t> received;
     {
@@ -87,7 +87,7 @@ TEST_F(HostParts, ClipsAreReadAsFarAsWantedAndNoNumberIsSilence) {
         .write(sound.data(), static_cast<sf_count_t>(sound.size()));
     const std::vector<uint8_t> codes = loadClip(file, 2, [](double) {});
     EXPECT_EQ(codes.size(), size_t{2} * SampleRate);
-    // Only the sample is silent, which the sound around it covers.
+    // The sample that is not a number became a silent one, which resampling covers.
     EXPECT_EQ(std::ranges::count(codes, linearToUlaw(0)), 0);
 }
 

@@ -1,4 +1,4 @@
-// A wrong byte in a record, and a record too many or too few.
+// Every byte of the records, and their number: none too many, none too few.
 #include <cstring>
 
 #include "core/messages.h"
@@ -70,13 +70,13 @@ TEST_F(HostRecords, MovedMessageReleasesOnce) {
         ipcam::AudioMessage first(&releases, 1, 7);
         const ipcam::AudioMessage second(std::move(first));
         EXPECT_EQ(second.value + second.length, 8U);
-        EXPECT_EQ(first.value + first.length, 0U);  // NOLINT: what is left behind
+        EXPECT_EQ(first.value + first.length, 0U);  // NOLINT: reads the moved-from message
     }
     EXPECT_EQ(releases, 1);
     g_hostCallback = hostTable_.hostCallback;
 }
 
-// A host that lends anew, in the running module, what comes back to it: no lock is held then.
+// A host may write a buffer again from within its release: the module holds no lock then.
 TEST_F(HostRecords, WritesFromWithinARelease) {
     static int released;
     released = 0;
@@ -98,7 +98,7 @@ TEST_F(HostRecords, WritesFromWithinARelease) {
     g_hostCallback = hostTable_.hostCallback;
 }
 
-// A host that lends anew whatever comes back to it, to the very end.
+// Calls that a host makes from within a release in Unload are refused.
 TEST_F(HostRecords, CallsFromWithinUnloadAreRefused) {
     static int accepted;
     static int released;

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# tamborin-host when what is around it goes wrong while it runs.
+# Runs tamborin-host while files, readers, the sound server and the terminal fail.
 #   host_troubles_test.sh HOST PRIVATE-PULSEAUDIO
 set -euo pipefail
 [ $# -eq 1 ] || exec "$2" "$0" "$1"
@@ -10,18 +10,18 @@ trap 'kill -CONT $server; rm -rf "$folder"' EXIT
 cd "$folder"
 fail() { echo "FAILED: $*" >&2; exit 1; }
 
-# Whoever reads the messages dies: the recording is what counts.
+# When the reader of the messages dies, the recording must go on.
 "$host" record --input 0 --for 1 --log-level detail --out unheard 2> >(exit) >out ||
     fail "without a logger: $(cat out)"
 
-# A file that reaches its limit is a failed write.
+# A recording that reaches the file size limit must report a failed write.
 status=0
 (ulimit -f 8 && exec "$host" record --input 0 --for 20 --out limited 2>err >out) || status=$?
 if [ $status -ne 1 ] || ! grep -q "^tamborin-host: cannot write .*wav: File too large" err; then
     fail "at the limit of a file: exit status $status: $(cat out err)"
 fi
 
-# A start that waits for a server that hangs ends at the first signal.
+# A start that waits for a sound server that hangs must end at the first signal.
 kill -STOP "$server"
 "$host" record 2>err & waiting=$!
 until grep -q "starting the module" err; do sleep 0.1; done
@@ -33,7 +33,7 @@ if [ $status -ne 1 ] || ! grep -q "^tamborin-host: stopped while starting the mo
     fail "stopped while the server hangs: exit status $status: $(cat err)"
 fi
 
-# A reader who stalls, of records or of messages, keeps neither the sound nor the end from coming.
+# A reader that stalls, of records or of messages, must not stop the recording or delay the end.
 mkfifo stalled
 exec 3<>stalled
 dd if=/dev/zero of=stalled oflag=nonblock bs=4096 count=999 2>/dev/null || true  # until it is full
@@ -54,7 +54,7 @@ done
 grep -q "^tamborin-host: [0-9]* records were left out" err || fail "records left out: $(cat err)"
 exec 3<&-
 
-# A terminal that is gone ends a view of it, also without SIGHUP.
+# `watch` must end when its terminal is gone, also without SIGHUP.
 script -qec 'tty >tty; exec sleep 600' /dev/null </dev/null >/dev/null 2>&1 & terminal=$!
 until [ -s tty ]; do sleep 0.1; done
 exec 3<>"$(cat tty)"

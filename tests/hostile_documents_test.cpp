@@ -1,4 +1,4 @@
-// Documents that would crash the parser, or keep it busy for hours.
+// Documents that would crash TinyXML's parser, or keep it busy for hours.
 #include <pthread.h>
 
 #include <random>
@@ -35,9 +35,9 @@ std::string manyAttributes(int count) {
 
 using HostileDocuments = ModuleTest;
 
-// Each comes as a host's document, before and behind elements that must still be applied, and in
-// the settings file and its pending file, which must still count: and once more without its end,
-// where what stands before it is applied of the host's document, and the files count as malformed.
+// Each harmful element comes in a host's document, in the settings file and in its pending file.
+// What stands before and behind it must be applied. Each also comes without its end: then the part
+// before it is applied of a host's document, and files count as malformed.
 TEST_F(HostileDocuments, AreUsedWithoutTheHarm) {
     const std::string behind = "</Audio></Device></Devices></Varo>";
     for (const auto& [harm, end] : std::vector<std::pair<std::string, std::string>>{
@@ -70,8 +70,8 @@ TEST_F(HostileDocuments, AreUsedWithoutTheHarm) {
         }
 }
 
-// What is wide but not deep is taken whole, or without much that is too deep, and so is a schedule
-// at both bounds, now and at the next start.
+// A wide document is used whole. Millions of excess elements are left out of another. A schedule at
+// both bounds is kept, now and at the next start.
 TEST_F(HostileDocuments, HugeButHarmless) {
     const std::string wide = "<Varo>" + repeat("<a b='1'>x</a>", 700'000) + "</Varo>";
     std::ofstream("wide.xml") << wide;
@@ -97,9 +97,9 @@ TEST_F(HostileDocuments, HugeButHarmless) {
     }
 }
 
-// A name in any encoding is UTF-8 from then on: one byte of another would take the quote behind it
-// with it when the settings are read again, and with them everything. So would a declaration's
-// values, which TinyXML prints as they are.
+// A name in any encoding becomes UTF-8. A byte of another encoding would swallow the quote behind
+// it when the settings are read again, and all settings would be lost. A
+// declaration's values, which TinyXML prints unescaped, would do the same.
 TEST_F(HostileDocuments, NamesOutliveTheNextStart) {
     for (const std::string declaration : {"", "<?xml ?>", "<?xml encoding='ISO-8859-1'?>"})
         for (const auto& [sent, kept] :
@@ -121,7 +121,7 @@ TEST_F(HostileDocuments, NamesOutliveTheNextStart) {
         }
 }
 
-// Every first and second byte. The bytes behind them are the lowest there are.
+// Goes through every pair of first bytes. The bytes behind them are the lowest possible ones.
 TEST(Utf8, IsKeptAndNothingElse) {
     for (unsigned lead = 0xC0; lead <= 0xFF; ++lead)
         for (unsigned second = 0; second <= 0xFF; ++second) {
@@ -139,7 +139,7 @@ TEST(Utf8, IsKeptAndNothingElse) {
         }
 }
 
-// The scan against the parser's own tree, over texts made of everything that could fool it.
+// Compares the scan with the parser's own tree, for random texts made of pieces that could fool it.
 TEST_F(HostileDocuments, ScanAgreesWithTheParser) {
     // clang-format off
     const std::vector<std::string> pieces{

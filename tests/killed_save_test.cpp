@@ -1,8 +1,8 @@
-// A save that is killed, or whose disk fails, at every single call that it makes: what a load finds
-// is the old document or the new one, whole, and nothing but the pending file is ever removed.
+// Kills a save, or lets the disk fail, at each of its calls. Afterwards a load must find the old
+// document or the new one, whole, and only the pending file may have been removed.
 //
-// The calls come here by the linker's --wrap. A kill is a power cut, too: what was not on the disk
-// by the last fsync is gone, wherever the file has been renamed to.
+// The linker's --wrap leads the calls to this file. A kill is a power cut, too: text that was not
+// on the disk by the last fsync is gone, even when the file has been renamed.
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -24,7 +24,7 @@ constexpr const char* Pending = "f.xml.pending";
 constexpr int Killed = 99;
 constexpr int Never = -1;
 
-// Which call, counted from 0, ends how; what the disk holds by now.
+// Says which call, counted from 0, is killed or fails, and tracks what is on the disk.
 struct FaultyDisk {
     bool inUse = false;
     int calls = 0;
@@ -33,10 +33,10 @@ struct FaultyDisk {
     int error = 0;           // 0: a write that is short without an error
     size_t shortLength = 0;  // what a failing write still writes
     bool hasWriteError = false;
-    int file = -1;  // the pending file, wherever it is by now
+    int file = -1;  // descriptor of the pending file, valid after a rename, too
     off_t syncedLength = 0;
 
-    // Counts a call; true when it is to fail.
+    // Counts a call. Returns true when it must fail.
     bool fails() {
         if (!inUse)
             return false;
@@ -55,7 +55,7 @@ struct FaultyDisk {
 };
 FaultyDisk disk;
 
-// Saves between their opening of the pending file and its renaming: now, and the most there were.
+// How many saves are between opening the pending file and renaming it: now, and at most so far.
 std::atomic<int> saving = 0;
 std::atomic<int> mostSaving = 0;
 
@@ -124,8 +124,8 @@ class KilledSave : public ModuleTest {
         new_.Parse("<New><c>text</c><d/></New>");
     }
 
-    // Saves and loads in a process of its own, on such a disk, and looks at what is left. False
-    // when the disk's plan had nothing to change.
+    // Saves and loads in a process of its own on the disk `plan`, and checks what is left. Returns
+    // false when the save made fewer calls than the plan's, so that nothing failed.
     bool saveOn(const FaultyDisk& plan) {
         std::filesystem::remove(Pending);
         std::ofstream(Target) << printed(old_);
@@ -157,7 +157,7 @@ class KilledSave : public ModuleTest {
         return end == Killed || (plan.killedCall == Never && (end & 4) != 0);
     }
 
-    // Lets the process live on such a disk, then kills it at each call from the failing one on.
+    // Saves on the disk `plan`, then again with a kill at each call from the failing one on.
     bool saveAndKillOn(FaultyDisk plan) {
         const bool matters = saveOn(plan);
         for (plan.killedCall = std::max(plan.failingCall, 0); saveOn(plan); ++plan.killedCall)
@@ -189,7 +189,7 @@ TEST_F(KilledSave, SaysWhatFailed) {
     constexpr size_t Short = 10;
     const std::string onlyWrote =
         "only wrote 10 of " + std::to_string(printed(new_).size()) + " bytes";
-    // Calls: create, write, flush, sync, close, rename. The pending file may be promoted by others.
+    // Calls: create, write, flush, sync, close, rename. ENOENT: another process has renamed.
     for (const auto& [call, error, failure] : std::vector<std::tuple<int, int, std::string>>{
              {0, EACCES, "create error 13 - Permission denied"},
              {1, EIO, "write error 5 - Input/output error"},

@@ -1,5 +1,5 @@
-// The built library beside a private sound server: it records channel 2 ("default", input) and
-// plays what a test lends it, and the test searches the recording.
+// Runs the built library with a private sound server. It records channel 2 ("default", input) and
+// plays what a test lends it; the test searches the recording.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -20,13 +20,13 @@
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-inline std::string library;  // of the module
+inline std::string library;  // path of the module
 
 inline double secondsSince(Clock::time_point begin) {
     return std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
-// A working directory without a settings file, gone afterwards.
+// An empty working directory, removed at the end.
 class FreshFolder {
   public:
     FreshFolder() { std::filesystem::current_path(mkdtemp(path_.data())); }
@@ -64,19 +64,19 @@ class LiveModule : public testing::Test {
         const size_t before = recorded();
         return await(60s, [&] { return recorded() > before; });
     }
-    // In samples.
+    // Returns how many samples were recorded.
     size_t recorded() {
         const std::lock_guard held(mutex_);
         return recording_.size();
     }
-    // Lends the clip, and silence: ten blocks push the clip through the device's own buffer.
+    // Lends the clip and silence behind it: ten blocks push the clip through the device's buffer.
     void play(int32_t channel, size_t silentBlocks = 10) {
         std::vector<uint8_t> sound = clip_;
         sound.resize((clip_.size() / 2048 + silentBlocks) * 2048, 0xFF);
         for (size_t at = 0; at < sound.size(); at += 2048)
             EXPECT_TRUE(module_.play(channel, std::span(sound).subspan(at, 2048)));
     }
-    // Searches what was recorded since `begin`, and each part of that once.
+    // Searches what was recorded since `begin` for the clip. No part is searched twice.
     bool isHeardSince(size_t begin) {
         std::vector<uint8_t> heard;
         {
@@ -91,14 +91,14 @@ class LiveModule : public testing::Test {
         return findClip(clip_, heard, [](double) {}).isFound();
     }
     bool allReturned() const { return module_.buffers().lent == module_.buffers().returned; }
-    // The worker's share of a core in the next seconds.
+    // Measures the worker's share of a core during the next seconds.
     double workerShare(std::chrono::seconds seconds) {
         const auto time = workerTime();
         const auto begin = Clock::now();
         std::this_thread::sleep_for(seconds);
         return static_cast<double>((workerTime() - time).count()) / 1e9 / secondsSince(begin);
     }
-    // What a device that is away may cost the worker: hardly more than idling.
+    // Returns the share of a core that the worker may take while a device is away.
     static double allowedShare(double idle) { return 1.3 * idle + 0.01; }
 
     static constexpr int32_t OtherOutput = 0x140111;
@@ -106,9 +106,9 @@ class LiveModule : public testing::Test {
     const std::vector<uint8_t> clip_ = builtInClip();
     std::atomic<int> inputLines_ = 0;  // of the log
     std::atomic<int> outputLines_ = 0;
-    std::atomic<int> failedOpens_ = 0;  // of them
+    std::atomic<int> failedOpens_ = 0;  // log lines that report a failed open
     std::atomic<int> openOutputs_ = 0;
-    std::atomic<bool> isLoud_ = false;  // a frame that is no silence has come
+    std::atomic<bool> isLoud_ = false;  // a frame with sound has come
 
   private:
     std::chrono::nanoseconds workerTime() const {
@@ -130,7 +130,7 @@ class LiveModule : public testing::Test {
         parseDescription(xml, description_);
     }
     void onFrame(const CapturedFrame& frame) {
-        constexpr uint8_t Quiet = 0x60;  // smaller codes, without their sign, are louder
+        constexpr uint8_t Quiet = 0x60;  // codes below it, without the sign bit, are louder
         for (const uint8_t code : frame.codes)
             isLoud_ = isLoud_ || (code & 0x7F) < Quiet;
         const std::lock_guard held(mutex_);

@@ -1,5 +1,5 @@
-// A device that cannot be opened for a while under a module that records and plays: run beside a
-// server of its own (tools/private-pulseaudio).
+// Makes a device impossible to open for a while, while the module records and plays. Runs under
+// tools/private-pulseaudio, which provides the sound server.
 //
 //   lost_device_test LIBRARY SECONDS
 #include <alsa/asoundlib.h>
@@ -11,7 +11,7 @@
 namespace {
 
 std::chrono::seconds away{60};
-std::atomic<bool> isGone[2];  // by snd_pcm_stream_t
+std::atomic<bool> isGone[2];  // indexed by snd_pcm_stream_t
 std::atomic<int> opens;
 
 template <typename Function>
@@ -21,7 +21,7 @@ Function* behind(const char* name) {
 
 }  // namespace
 
-// The module and PortAudio find these before the libraries' own.
+// These replace the libraries' functions for the module and for PortAudio.
 int snd_pcm_open(snd_pcm_t** pcm, const char* name, snd_pcm_stream_t stream, int mode) {
     static const auto real = behind<decltype(snd_pcm_open)>("snd_pcm_open");
     return isGone[stream] ? -ENODEV : real(pcm, name, stream, mode);
@@ -38,7 +38,7 @@ namespace {
 
 class LostDevice : public LiveModule {
   protected:
-    // Lets the device be away, holds the module to what that may cost, and waits for its sound.
+    // Takes the device away, checks what that costs, brings it back and waits for its sound.
     template <typename Condition>
     void loseAndReturn(snd_pcm_stream_t direction, Condition isHeard) {
         const double share = workerShare(away);
@@ -65,7 +65,7 @@ TEST_F(LostDevice, Playback) {
     isLoud_ = false;
     play(Output);
     loseAndReturn(SND_PCM_STREAM_PLAYBACK, [this] { return isLoud_.load(); });
-    // What was written while the device was away is played, and not a frame was lost meanwhile.
+    // Audio written while the device was away is played, and no captured frame was lost meanwhile.
     EXPECT_TRUE(await(60s, [&] { return isHeardSince(begin); }));
     EXPECT_TRUE(await(60s, [&] { return allReturned(); }));
     EXPECT_GE(static_cast<double>(recorded() - begin), (secondsSince(start) - 1) * 8000);

@@ -1,5 +1,5 @@
-// A sound server that is killed and comes back, or stops for a while, under a module that records
-// and plays: run beside a server of its own (tools/private-pulseaudio).
+// Kills and restarts a sound server, or stops it for a while, while the module records and plays.
+// Runs under tools/private-pulseaudio, which provides the server.
 //
 //   lost_server_test LIBRARY CYCLES
 #include <dlfcn.h>
@@ -16,7 +16,7 @@ namespace {
 
 int cycles = 10;
 
-// The server of private-pulseaudio, which starts it again unless the file "down" lies beside it.
+// The server of private-pulseaudio, which restarts it unless there is a file "down" beside it.
 class SoundServer {
   public:
     void signal(int number) const {
@@ -60,9 +60,9 @@ TEST_F(LostServer, KilledAndRestarted) {
         if (cycle > 2) {
             EXPECT_LE(now.threads, first.threads);
             EXPECT_LE(now.descriptors, first.descriptors);
-            EXPECT_LT(now.heapBytes, first.heapBytes + 262'144);  // the recording lies elsewhere
+            EXPECT_LT(now.heapBytes, first.heapBytes + 262'144);  // the recording is not part of it
         }
-        // Every other time it dies in the middle of a clip.
+        // In every other cycle the server dies in the middle of a clip.
         const bool isPlaying = cycle % 2 == 0;
         if (isPlaying) {
             play(Output);
@@ -72,7 +72,7 @@ TEST_F(LostServer, KilledAndRestarted) {
         inputLines_ = outputLines_ = failedOpens_ = 0;
         const auto killed = Clock::now();
         const double share = workerShare(7s);
-        // Two periods of the watchdog: three lines each. An output that has audio is opened anew
+        // The input logs three lines in each period of the watchdog. An output with audio is opened
         // ten times.
         EXPECT_LE(inputLines_, 3 * (secondsSince(killed) / 3 + 1));
         EXPECT_LE(outputLines_, isPlaying ? 15 : 0);
@@ -98,8 +98,8 @@ TEST_F(LostServer, StoppedForTenSeconds) {
     play(Output);
     std::this_thread::sleep_for(1s);
     server_.signal(SIGSTOP);
-    std::this_thread::sleep_for(10s);  // the watchdog has found out; the worker waits in PortAudio
-    // Calls that wait with it are let go by the server's return only.
+    std::this_thread::sleep_for(10s);  // the watchdog has timed out; the worker waits in PortAudio
+    // A call that waits for the worker would only return once the server is back.
     auto calls = std::async(std::launch::async, [this] {
         EXPECT_TRUE(module_.configure("<Varo/>"));
         play(OtherOutput);
@@ -115,7 +115,7 @@ TEST_F(LostServer, StoppedForTenSeconds) {
     play(Output);
     EXPECT_TRUE(await(60s, [&] { return isHeardSince(begin); }));
 
-    // The end comes while the worker waits: Close returns, the worker's thread a little later.
+    // Close while the worker waits: it returns at once, the worker's thread a little later.
     server_.signal(SIGSTOP);
     std::this_thread::sleep_for(5s);
     void* loaded = dlopen(library.c_str(), RTLD_NOW | RTLD_NOLOAD);

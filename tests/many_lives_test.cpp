@@ -1,6 +1,6 @@
-// The built library loaded, run and unloaded over and over: what one life leaves behind would fill
-// a recorder that restarts its modules. PortAudio itself leaves some KiB behind each time that it
-// is initialised; that much is measured first, and allowed.
+// Loads, runs and unloads the built library over and over: whatever one life leaves behind would
+// fill the memory of a recorder that restarts its modules. PortAudio leaves some KiB behind each
+// time it is initialised. That much is measured first, and allowed.
 //
 //   many_lives_test LIBRARY LOADS LIVES    LIVES of the module in each of LOADS of the library
 //   many_lives_test LIBRARY record         one life that records and plays
@@ -40,7 +40,7 @@ bool live(const char* library, bool recording) {
     return lived && balances();
 }
 
-// What the heap grows by, in bytes, each time that PortAudio comes and goes by itself.
+// Returns by how many bytes the heap grows each time PortAudio alone is initialised and terminated.
 size_t portAudioLeaves() {
     constexpr size_t Times = 10;
     void* portAudio = dlopen("libportaudio.so.2", RTLD_NOW);

@@ -1,4 +1,4 @@
-// The pace of opens that fail: a device is asked, and the log stays short, once ten have failed.
+// After ten failed opens a device is asked before each open, and the log stays short.
 #include "audio/open_retry.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@ namespace {
 using namespace std::chrono_literals;
 using enum DeviceAnswer;
 
-// One attempt to open a stream, and what it came to.
+// Attempts to open a stream as a channel does. Returns what was done.
 std::string attempt(OpenRetry& retry, SteadyTime now, DeviceAnswer answer, bool succeeds = false) {
     const OpenRetry::Step step = retry.next(now);
     if (step == OpenRetry::Step::Wait)
@@ -43,13 +43,13 @@ TEST(OpenRetry, AsksAfterTenFailures) {
          {2000ms, Away, "ask"}, {599'999ms, Away, "ask"}, {601'000ms, Away, "ask, log"},
          {602'000ms, Away, "ask"}, {1'200'999ms, Away, "ask"}, {1'202'000ms, Away, "ask, log"},
          {1'203'000ms, Openable, "ask, open", true}, {1'203'000ms, Away, "open, log"}},
-        // Openable or busy, but it cannot be opened: ever more rarely; another answer: at once.
+        // ALSA can open it, PortAudio cannot: opens become rarer; a changed answer allows one.
         {{1000ms, Busy, "ask, open"}, {2000ms, Busy, "ask, open"}, {3000ms, Busy, "ask"},
          {4000ms, Busy, "ask, open"}, {7000ms, Busy, "ask"}, {7500ms, Busy, "wait"},
          {8000ms, Openable, "ask, open"}, {9000ms, Openable, "ask"}, {10'000ms, Away, "ask"},
          {11'000ms, Openable, "ask, open"}, {12'000ms, Busy, "ask, open", true},
          {12'000ms, Busy, "open, log"}},
-        // Nobody to ask: once a second.
+        // ALSA cannot be asked: an open once a second.
         {{999ms, CannotTell, "wait"}, {1000ms, CannotTell, "ask, open"},
          {2000ms, CannotTell, "ask, open"}, {3000ms, CannotTell, "ask, open"},
          {600'000ms, CannotTell, "ask, open, log"}}};
@@ -70,7 +70,7 @@ TEST(OpenRetry, AsksAfterTenFailures) {
     }
 }
 
-// A device that only seems to be there costs few opens a day.
+// A device that ALSA can open but PortAudio cannot costs few opens a day.
 TEST(OpenRetry, OpensOfABusyDeviceAreRare) {
     OpenRetry retry;
     int opens = 0;

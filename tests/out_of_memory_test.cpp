@@ -1,9 +1,9 @@
-// Memory that runs out at every single allocation: no crash, no buffer lost or doubled, and all is
-// well again when memory is back.
+// Lets memory run out at each single allocation. Nothing may crash, every buffer comes back once,
+// and the module works again when memory is back.
 #include "module_test.h"
 
-// TinyXML loses the node that it is filling when memory runs out: while it does, LeakSanitizer
-// (where it is built in) looks away.
+// TinyXML leaks the node that it is filling when memory runs out. LeakSanitizer, where it is built
+// in, is off meanwhile.
 extern "C" void __lsan_disable() __attribute__((weak));
 extern "C" void __lsan_enable() __attribute__((weak));
 
@@ -25,7 +25,7 @@ TEST_F(ModuleTest, OutOfMemory) {
     int step = 0;
     fakeClock.onPause = [&] {
         switch (step++ % 3) {
-            case 0:  // the pass after this runs short of memory somewhere
+            case 0:  // in the next pass an allocation fails
                 EXPECT_TRUE(failing == 0 || trace.find("release block") != std::string::npos)
                     << failing;
                 if (__lsan_disable != nullptr)
@@ -64,10 +64,10 @@ TEST_F(ModuleTest, OutOfMemory) {
     run();
     EXPECT_FALSE(hasFailed) << "the worker has ended by itself";
     EXPECT_GT(failing, 50);
-    EXPECT_GE(refused, 4U);  // each of the four has met its own end of memory
+    EXPECT_GE(refused, 4U);  // each of the four calls has failed once
 }
 
-// Neither idle passes nor sending what was captured may allocate: a single allocation would fail.
+// Idle passes and sending captured frames must not allocate. Here each allocation would fail.
 TEST_F(ModuleTest, SendsWithoutAllocating) {
     fakePortAudio.addDevice("default");
     enable("0");
@@ -84,7 +84,7 @@ TEST_F(ModuleTest, SendsWithoutAllocating) {
     run();
 }
 
-// Whatever the start has no memory for: the audio system comes up, and the settings are not lost.
+// Whichever allocation of the start fails, the audio system comes up and the settings are kept.
 TEST_F(ModuleTest, OutOfMemoryAtTheStart) {
     const std::string ours = "<Varo><Devices ID='1310720'";
     fakePortAudio.addDevice("default");

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# The packages as an integrator meets them: built, checked, unpacked, and README's host built
-# against them in both ways, which then records from the unpacked module. Arguments: the build
-# folder, the sources.
+# Builds, checks and unpacks the packages as an integrator does. Then builds README's host against
+# them, with pkg-config and with CMake, and records with the unpacked module. All blocks of C in the
+# README are one file for this test. Arguments: the build folder, the sources.
 set -euo pipefail
 build=$1 top=$2
 folder=$(mktemp -d /tmp/tamborin-package-XXXXXX)

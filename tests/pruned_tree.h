@@ -1,4 +1,4 @@
-// TinyXML's own tree of a whole text against what the module makes of the text.
+// Compares TinyXML's own tree of a whole text with what the module's parser makes of the text.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 #include "config/xml_parse.h"
 #include "plugin/document.h"
 
-// Takes out the elements beyond the bounds, and empty comments; answers how many elements it took.
+// Removes elements beyond the bounds and empty comments. Returns the number of elements removed.
 inline size_t prune(TiXmlNode& parent, const XmlBounds& bounds, size_t level = 0) {
     size_t pruned = 0;
     TiXmlNode* next = nullptr;
@@ -27,7 +27,7 @@ inline size_t prune(TiXmlNode& parent, const XmlBounds& bounds, size_t level = 0
     return pruned;
 }
 
-// Answers how many elements were left out of a text that is well-formed.
+// Returns how many elements were left out; 0 when the text is not well-formed.
 inline size_t expectPrunedTree(std::string text, const XmlBounds& bounds) {
     makeUtf8(text);
     TiXmlDocument used;
@@ -38,7 +38,7 @@ inline size_t expectPrunedTree(std::string text, const XmlBounds& bounds) {
     EXPECT_EQ(isWellFormed, !whole.Error() && !used.NoChildren()) << text;
     const size_t pruned = prune(whole, bounds);
     prune(used, {SIZE_MAX, SIZE_MAX});
-    // With one node a line: texts that have grown together show.
+    // Printed with one node in each line, so that texts that were merged show.
     EXPECT_EQ(printDocument(used, Layout::Indented), printDocument(whole, Layout::Indented))
         << text;
     return isWellFormed ? pruned : 0;

@@ -1,4 +1,4 @@
-// What the tests of the built library share.
+// Helpers of the tests that load the built library.
 #pragma once
 
 #include <malloc.h>
@@ -8,7 +8,7 @@
 #include <iterator>
 #include <thread>
 
-// Waits, generously: no test depends on how fast the machine is.
+// Waits until the condition holds; false after `patience`, which is long enough for slow machines.
 template <typename Condition>
 bool await(std::chrono::seconds patience, Condition condition) {
     const auto end = std::chrono::steady_clock::now() + patience;
@@ -20,7 +20,7 @@ bool await(std::chrono::seconds patience, Condition condition) {
     return true;
 }
 
-// What a process must not have more and more of.
+// The resources of a process that must not grow from one life of the module to the next.
 struct Footprint {
     static size_t entries(const char* folder) {
         return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));

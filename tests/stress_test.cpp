@@ -1,5 +1,5 @@
-// Everything at once: host threads, stream callbacks and the worker, streams that stall, channels
-// that come and go, and the end in the middle of it. The fixture keeps the account.
+// Host threads, stream callbacks and the worker all at once, with streams that stall, channels that
+// come and go, and a Close in the middle. The fixture counts every buffer.
 #include <atomic>
 #include <map>
 #include <random>
@@ -12,7 +12,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Calls a stream back from a thread of its own until it is closed, but falls silent now and then.
+// Calls a stream back from a thread of its own until it is closed. May stop earlier, at random.
 class Driver {
   public:
     static inline std::atomic<size_t> strangeSamples = 0;
@@ -22,7 +22,7 @@ class Driver {
               std::vector<int16_t> sound(2048);
               while (!stop_ && random() % 400 != 0) {
                   stream.isInput ? stream.capture(sound) : stream.play(sound);
-                  // All codes written are 0; anything else was read from a buffer handed back.
+                  // Only code 0 is written. Any other sample was read from a released buffer.
                   for (const int16_t sample : sound)
                       if (!stream.isInput && sample != 0 && sample != ulawToLinear(0))
                           ++strangeSamples;
@@ -49,7 +49,7 @@ class Stress : public ModuleTest {
             const std::string text = enablingDocument(number, random() % 4 != 0 ? "1" : "0",
                                                       "<Input Number='" + number + "' Name='n'/>");
             const size_t count = what == 0 ? 0 : what == 1 ? 5000 : random() % 2049;
-            if (what < 10)  // to channels of which some are no outputs
+            if (what < 10)  // some of the channels are inputs or do not exist
                 accepted +=
                     write("audio", std::vector<uint8_t>(count),
                           Channel0 + static_cast<int>(random() % 5), what == 2 ? 0x80 : TypeAudio);
@@ -70,7 +70,7 @@ TEST_F(Stress, AccountOfBuffersBalances) {
     fakePortAudio.whileStarting = [&](FakeStream& stream) { drivers.try_emplace(&stream, stream); };
     fakePortAudio.whileClosing = [&](FakeStream& stream) { drivers.erase(&stream); };
     fakeClock.onPause = [&] {
-        fakeClock.steady += 50ms;  // a silent stream is found after 60 passes
+        fakeClock.steady += 50ms;  // a stalled stream times out after 60 passes
         std::this_thread::sleep_for(100us);
         ++passes;
     };
@@ -81,7 +81,7 @@ TEST_F(Stress, AccountOfBuffersBalances) {
         hosts.emplace_back(actAsHost, seed, std::cref(done));
     while (passes < 3000 || accepted <= 1000)
         std::this_thread::sleep_for(1ms);
-    Close();  // while all others go on
+    Close();  // while hosts and callbacks continue
     worker.join();
     done = true;
     for (std::thread& host : hosts)
@@ -92,7 +92,7 @@ TEST_F(Stress, AccountOfBuffersBalances) {
     EXPECT_EQ(Driver::strangeSamples, 0U);
 }
 
-// What a hint announces is done though no later write announces it again: each block comes back.
+// A block comes back even when no later write sets its hint again: no hint may get lost.
 TEST_F(Stress, NothingWaitsForTheNextWrite) {
     threshold = LogError;
     fakePortAudio.addDevice("default");

@@ -34,13 +34,13 @@ TEST_F(TornSettings, LoadTakesTheCompletePendingFileOrElseTheTarget) {
     const std::string old = "<Old><a/></Old>\n";
     const std::string fresh = "<New>" + repeat("<b>", 256) + repeat("</b>", 256) + "</New>\n";
     TiXmlDocument loaded;
-    // Cut anywhere, the pending file loses to the target and stays; whole, it replaces the target,
-    // though its innermost element is left out.
+    // A pending file that is cut off is ignored and stays. A whole one replaces the target, even
+    // when its innermost element is beyond the bounds.
     for (size_t length = 0; length <= fresh.size(); ++length) {
         put(Target, old);
         put(Pending, fresh.substr(0, length));
         ASSERT_TRUE(LoadXmlFile(loaded, Target)) << length;
-        const bool whole = length + 1 >= fresh.size();  // the last byte is a line's end
+        const bool whole = length + 1 >= fresh.size();  // the last byte is a line feed
         ASSERT_STREQ(loaded.RootElement()->Value(), whole ? "New" : "Old") << length;
         ASSERT_EQ(exists(Pending), !whole) << length;
         ASSERT_EQ(fileContent(Target), whole ? fresh.substr(0, length) : old) << length;
@@ -101,7 +101,7 @@ TEST_F(TornSettings, FailedSavesLeaveTheOldFile) {
     }
 }
 
-// Each lies at the pending path before a save. What can be removed is, and never what it leads to.
+// Something else is at the pending path before a save. It is removed if possible, its target never.
 TEST_F(TornSettings, ThePendingPathIsNotTrusted) {
     const TiXmlDocument fresh = makeDocument("<New/>");
     struct Case {
@@ -141,7 +141,7 @@ TEST_F(TornSettings, NothingIsSavedThatALoadRefuses) {
         EXPECT_EQ(LoadXmlFile(loaded, Target), excess == 0);
     }
 
-    // A week by the minute is kept. What would fill a file by its indentation alone is not.
+    // A week by the minute is kept. A schedule that is mostly indentation when printed is not.
     const std::string week =
         repeat("<Entry FirstMinute='0' LastMinute='10079' Record='0'/>", 10'080);
     const std::string deep = repeat("<d>", 50) + repeat("<e/>", 300'000) + repeat("</d>", 50);
@@ -157,7 +157,7 @@ TEST_F(TornSettings, NothingIsSavedThatALoadRefuses) {
     EXPECT_EQ(description.find("<e />"), std::string::npos);
 }
 
-// A start without a free descriptor: it is waited for; and when it does not come nothing is saved.
+// A start without a free descriptor waits for one. If none becomes free, nothing is saved.
 TEST_F(TornSettings, AFileThatCannotBeOpenedNowIsNotMissing) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "the checks of this build open pipes to see which memory can be read";
@@ -188,7 +188,7 @@ TEST_F(TornSettings, AFileThatCannotBeOpenedNowIsNotMissing) {
     }
 }
 
-// Destroyed after everything else: what a worker would find that saves while the process exits.
+// Destroyed last. Sees the store as a worker would that still saves while the process exits.
 struct LastOfAll {
     std::string expected;
     ~LastOfAll() {

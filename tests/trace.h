@@ -1,4 +1,4 @@
-// What the module did to the world around it, one line an event, in order.
+// Records what the module did to the world around it: one line for each event, in order.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 
 inline std::string trace;
 
-// The test's own memory does not run out.
+// While an object of this class lives, no allocation is made to fail: for the test's own memory.
 class EnoughMemory {
   public:
     EnoughMemory() : left_(std::exchange(allocationsLeft, -1)) {}

@@ -23,7 +23,7 @@ int64_t toNumber(const std::string& text) {
                                   : std::stoll(text, nullptr, 0);
 }
 
-// For structures that keep a pointer only; "null" is null.
+// Keeps a text for structures that only hold a pointer to it. Returns null for "null".
 const char* keep(const std::string& text) {
     static std::set<std::string> kept;
     return text == "null" ? nullptr : kept.insert(text).first->c_str();
@@ -36,7 +36,7 @@ void enable(Arguments& in, const std::string& enabled) {
     tell(ModuleTest::enable(channel, in.value("value", enabled)));
 }
 
-// The channels of the last document, a line each.
+// Returns the channels of the last document, one in each line.
 std::string describeChannels() {
     TiXmlDocument parsed;
     parsed.Parse(ModuleTest::document.c_str());
@@ -136,7 +136,7 @@ void callBack(int16_t samples) {
     note("heard" + heard);
 }
 
-// The order and the meaning are those of tests/transcripts/README.txt.
+// tests/transcripts/README.txt describes these commands, in the same order.
 std::map<std::string, Command> commandsOfTheWorld() {
     using Test = ModuleTest;
     return {

@@ -24,7 +24,7 @@ class Worker {
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
 
-    // Each lets the worker run to its next pause, or to its end.
+    // start() and pass() let the worker run to its next pause or to its end.
     void start() {
         ASSERT_FALSE(isRunning());
         hasEnded_ = false;
@@ -40,7 +40,7 @@ class Worker {
         goOn_.release();
         await();
     }
-    // The worker may have ended by itself.
+    // Closes the module and lets the worker end, if it has not ended yet.
     void stop() {
         EXPECT_EQ(Close(), 0);
         if (!isRunning())
@@ -109,7 +109,7 @@ class Transcript : public ModuleTest {
             text.replace(at, 4, R"(<Varo><Devices ID="1310720")");
         return text;
     }
-    // A pass each tenth of a second. Its events are shown with the time.
+    // Runs a pass each tenth of a second and shows its events with the time.
     static void watch(Worker& worker, Arguments& in) {
         const int64_t end = std::stoll(in.word());
         const int64_t every = in.number("callback_every");
@@ -124,7 +124,7 @@ class Transcript : public ModuleTest {
                 break;
             if (every > 0 && now % every == 0)
                 callBack();
-            fakeClock.steady += 99ms;  // and the pause's own
+            fakeClock.steady += 99ms;  // the pause adds 1 ms
         }
         trace = seen + trace;
     }

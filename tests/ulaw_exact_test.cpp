@@ -1,4 +1,4 @@
-// Every sample and every code, held against the rule of the G.191 reference coder written plainly.
+// Compares every sample and every code with a plain form of the G.191 reference coder's rule.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -7,8 +7,8 @@
 
 #include "audio/ulaw.h"
 
-// What the compiler made of each loop for the levels of x86-64: the module's own, whose names
-// CMakeLists.txt lets the test see. Null where it made none.
+// The versions of each loop that the compiler made for the levels of x86-64; null where it made
+// none. CMakeLists.txt makes their names visible to this test.
 #define DECLARE_CLONES(level)                                                              \
     [[gnu::weak]] decltype(ulawEncode) encode_##level asm("_Z10ulawEncodePhPKsm." #level); \
     [[gnu::weak]] decltype(ulawDecode) decode_##level asm("_Z10ulawDecodePsPKhm." #level);
@@ -35,7 +35,7 @@ int referenceSample(int code) {
     return (v & 0x80) != 0 ? 132 - t : t - 132;
 }
 
-// The codec, and each clone that this machine can run.
+// Returns the codec, and each version of its loops that this machine can run.
 auto codecs() {
     std::vector all{std::pair{&ulawEncode, &ulawDecode},
                     std::pair{&encode_default, &decode_default}};
@@ -79,7 +79,7 @@ TEST(UlawExact, AllCodes) {
     }
 }
 
-// Values from the coder's own tables, should the rule above be mistaken.
+// Values from the reference coder's own tables, in case the rule above is wrong.
 TEST(UlawExact, KnownValues) {
     const std::vector<std::pair<int16_t, uint8_t>> known{{2, 0xFF},     {-1, 0x7F},    {100, 0xF2},
                                                          {-100, 0x73},  {1000, 0xCE},  {8000, 0xA0},

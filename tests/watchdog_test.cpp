@@ -15,16 +15,16 @@ struct Event {
 TEST(Watchdog, CountsFromTheLastSignOfLife) {
     // clang-format off
     const std::vector<std::vector<Event>> lives{
-        // Nothing ever called back: from the first question, then again and again.
+        // Nothing ever calls back: the first question begins the period, each time-out the next.
         {{0ms, Event::Asked}, {2999ms, Event::Asked}, {3000ms, Event::TimedOut},
          {5999ms, Event::Asked}, {6000ms, Event::TimedOut}},
-        // From the question that noticed the last callback.
+        // The question that notices a callback begins the period.
         {{0ms, Event::Asked}, {2900ms, Event::CalledBack}, {2990ms, Event::Asked},
          {5989ms, Event::Asked}, {5990ms, Event::TimedOut}},
-        // A callback that nobody asked about is not forgotten.
+        // A callback is noticed even when the next question comes long after it.
         {{0ms, Event::Asked}, {100ms, Event::CalledBack}, {9000ms, Event::Asked},
          {11'999ms, Event::Asked}, {12'000ms, Event::TimedOut}},
-        // From an opening that took long.
+        // An opening begins the period, also after it took long.
         {{0ms, Event::Asked}, {3000ms, Event::TimedOut}, {9000ms, Event::Opened},
          {11'999ms, Event::Asked}, {12'000ms, Event::TimedOut}}};
     // clang-format on

@@ -1,5 +1,5 @@
-// What the fuzz targets share: a module between the fakes for each input, in which a broken
-// expectation is a crash that the fuzzer keeps.
+// Base of the fuzz targets. Each input gets a module of its own between the fakes. An expectation
+// that fails ends the process, so the fuzzer keeps the input.
 #pragma once
 
 #include <csignal>
@@ -23,20 +23,20 @@ class FuzzedModule : public ModuleTest {
 
     static constexpr char Separator = '\x1E';  // between the texts of one input
 
-    // Elements beyond the bounds, and they alone, are left out: with bounds that short texts reach.
+    // Checks that only elements beyond the bounds are left out, also for narrow bounds.
     static std::string checked(std::string_view text) {
         for (const XmlBounds& bounds : {XmlBounds{}, {3, 1}})
             expectPrunedTree(std::string(text), bounds);
         return std::string(text);
     }
 
-    // What the module has saved can be read at the next start, and is what it has told the host.
+    // Checks that the saved settings can be read again and equal those sent to the host.
     static void expectSavedIsSent() {
         TiXmlDocument saved;
         TiXmlDocument sent;
         EXPECT_TRUE(LoadXmlFile(saved, "tamborin.xml") && saved.RootElement() != nullptr);
         EXPECT_TRUE(excessIn(description).empty());
-        // A file's line ends are read as line feeds.
+        // A load turns all line ends of a file into line feeds.
         description = std::regex_replace(description, std::regex("\r\n?"), "\n");
         sent.Parse(description.c_str());
         ASSERT_FALSE(sent.Error());

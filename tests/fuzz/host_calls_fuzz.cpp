@@ -90,7 +90,7 @@ class HostCalls : public FuzzedModule {
         while (count-- > 0)
             write("block", std::vector<uint8_t>(2048, 10), Channel0 + 1, TypeAudio);
     }
-    // Records without a payload; what they are answered is the module's affair.
+    // Sends requests without a payload. Whether IOCTL accepts them is not checked.
     static void emptyRecords() {
         IoctlResult taken{};
         for (const int32_t code : {IoctlConfiguration, IoctlHostDocument, IoctlReply}) {

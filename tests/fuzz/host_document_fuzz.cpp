@@ -1,4 +1,4 @@
-// Configuration documents from the host, one after the other, through the queue and the worker.
+// Configuration documents of the host, handled one after the other by the queue and the worker.
 #include "fuzzed_module.h"
 
 namespace {

@@ -1,4 +1,4 @@
-// Settings files and pending files, whatever a disk or a person left in them, through two starts.
+// Any content of settings files and pending files, read at two starts.
 #include "fuzzed_module.h"
 
 namespace {
