@@ -45,8 +45,8 @@ int attempt(Console& console, const std::function<int()>& work) {
     return Failed;
 }
 
-int run(const CommandLine& line, Console& console) {
-    const int status = attempt(console, [&] { return line.command(line.options, console); });
+int run(const ParsedCommandLine& line, Console& console) {
+    const int status = attempt(console, [&] { return line.command.run(line.common, console); });
     const int finished = attempt(console, [&] {
         console.finishResults();
         return Succeeded;
@@ -60,14 +60,14 @@ int main(int argc, char** argv) {
     occupyStandardStreams();
     chooseCharacters();
     try {
-        const CommandLine line = parseCommandLine(argc, argv);
-        if (line.command == nullptr) {
+        const std::optional<ParsedCommandLine> line = parseCommandLine(argc, argv);
+        if (!line) {
             checkResultsWritten();
             return Succeeded;
         }
         stopOnSignals();
-        Console console(line.console);
-        return run(line, console);
+        Console console(line->common.console);
+        return run(*line, console);
     } catch (const UsageError& error) {
         Console({}).error(error.what());
         return Misused;

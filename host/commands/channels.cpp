@@ -4,8 +4,11 @@
 #include "host/commands/commands.h"
 #include "host/commands/tables.h"
 
-int runChannels(const Options& options, Console& console) {
-    Session session(options.session, console);
+namespace {
+
+// Fails when no channel has a device.
+int run(const CommonOptions& common, Console& console) {
+    Session session(common.session(), console);
     const auto channels = session.channels();
     session.finish();
     if (!channels.empty())
@@ -16,3 +19,7 @@ int runChannels(const Options& options, Console& console) {
             "'tamborin-host doctor'");
     return Succeeded;
 }
+
+}  // namespace
+
+void addChannels(CommandLine& line) { line.add("channels", "list the channels", {.run = run}); }

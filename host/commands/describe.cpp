@@ -4,8 +4,10 @@
 
 #include "host/commands/commands.h"
 
-int runDescribe(const Options& options, Console& console) {
-    Session session(options.session, console);
+namespace {
+
+int run(const CommonOptions& common, Console& console) {
+    Session session(common.session(), console);
     const std::string xml = session.descriptionXml();
     session.finish();
     TiXmlDocument document;
@@ -17,4 +19,10 @@ int runDescribe(const Options& options, Console& console) {
     for (std::string line; std::getline(text, line);)
         console.result(line);
     return Succeeded;
+}
+
+}  // namespace
+
+void addDescribe(CommandLine& line) {
+    line.add("describe", "print the module's description", {.run = run});
 }

@@ -10,11 +10,16 @@ namespace {
 
 using namespace std::chrono_literals;
 
-}  // namespace
+struct Options {
+    std::filesystem::path clip;
+    std::vector<std::string> outputs;  // one at most
+    double seconds = 0;                // 0: the whole clip
+};
 
-int runPlay(const Options& options, Console& console) {
-    const std::vector<uint8_t> clip = readClip(options.clip, options.session.seconds, console);
-    Session session(options.session, console);
+// Fails when the clip was not played.
+int run(const Options& options, const CommonOptions& common, Console& console) {
+    const std::vector<uint8_t> clip = readClip(options.clip, options.seconds, console);
+    Session session(common.session(options.seconds), console);
     const ChannelDescription output = session.choose(options.outputs, true).front();
     session.enable({output}, GaplessBufferLength);
 
@@ -34,4 +39,16 @@ int runPlay(const Options& options, Console& console) {
             "the output stopped taking sound; does the sound server still "
             "run? 'tamborin-host doctor' tells");
     return accountBalances ? Succeeded : Failed;
+}
+
+}  // namespace
+
+void addPlay(CommandLine& line) {
+    const auto options = std::make_shared<Options>();
+    CLI::App& play = line.add("play", "play a sound file on an output", commandWith(options, run));
+    addTime(play, options->seconds, "seconds to play; the whole file if not given");
+    addChannel(play, "--output", options->outputs);
+    line.addPath(play, "file", options->clip, "any file that libsndfile reads")
+        .required()
+        ->check(existingFile());
 }

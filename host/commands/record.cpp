@@ -13,16 +13,23 @@ namespace {
 
 using namespace std::chrono_literals;
 
-}  // namespace
+struct Options {
+    std::filesystem::path out;
+    std::filesystem::path picture;    // empty: none
+    std::vector<std::string> inputs;  // empty: all with a device
+    double seconds = 0;               // 0: until stopped
+    double secondsPerFile = 0;        // 0: one file
+};
 
-int runRecord(const Options& options, Console& console) {
+// Fails when nothing was captured.
+int run(const Options& options, const CommonOptions& common, Console& console) {
     Recorder recorder;
     ModuleEvents events;
     const bool drawing = !options.picture.empty();
     if (drawing)
         readyFile(options.picture, "--picture");
     Session session(
-        options.session, console,
+        common.session(options.seconds), console,
         {.onLog = [&](int32_t, std::string_view text) { events.hearLog(text); },
          .onDocument = [&](std::string_view xml, int64_t kind) { events.hearDocument(xml, kind); },
          .onFrame =
@@ -52,4 +59,20 @@ int runRecord(const Options& options, Console& console) {
                             [](const auto& recording) { return recording.frames == 0; }))
         throw std::runtime_error("nothing was captured; see 'tamborin-host doctor'");
     return accountBalances ? Succeeded : Failed;
+}
+
+}  // namespace
+
+void addRecord(CommandLine& line) {
+    const auto options = std::make_shared<Options>();
+    CLI::App& record = line.add("record", "record inputs to WAV files", commandWith(options, run));
+    addTime(record, options->seconds, FromFirstSound);
+    addInputs(record, options->inputs);
+    addRecordingsFolder(line, record, options->out);
+    record
+        .add_option("--rotate", options->secondsPerFile,
+                    "begin a new file after so many seconds of sound")
+        ->check(atLeast(1));
+    line.addPath(record, "--picture", options->picture,
+                 "draw the recording: sound, level, gaps, restarts, alarms (PNG)");
 }

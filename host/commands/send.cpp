@@ -39,18 +39,25 @@ void check(std::string text, const std::filesystem::path& path, Console& console
                              "with ID=\"" + std::to_string(ModuleId) + "\"); nothing was sent");
 }
 
-}  // namespace
-
-int runSend(const Options& options, Console& console) {
+// Fails when the document is none for this module.
+int run(const std::filesystem::path& file, const CommonOptions& common, Console& console) {
     const std::string document =
         awaited(console, "stopped while reading the document; nothing was sent",
-                [&] { return contentOf(options.document); });
-    check(document, options.document, console);
-    Session session(options.session, console);
+                [&] { return contentOf(file); });
+    check(document, file, console);
+    Session session(common.session(), console);
     session.send(document);
     const auto channels = session.channels();
     const bool accountBalances = showAccount(console, session.finish());
     if (!console.isQuiet())
         showChannels(console, channels);
     return accountBalances ? Succeeded : Failed;
+}
+
+}  // namespace
+
+void addSend(CommandLine& line) {
+    const auto file = std::make_shared<std::filesystem::path>();
+    CLI::App& send = line.add("send", "apply a configuration document", commandWith(file, run));
+    line.addPath(send, "file", *file, "the document (XML)").required()->check(existingFile());
 }

@@ -15,6 +15,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
+struct Options {
+    std::filesystem::path out;
+    std::filesystem::path clip;        // empty: the built-in one
+    std::vector<std::string> inputs;   // one at most
+    std::vector<std::string> outputs;  // one at most
+    double seconds = 0;                // 0: until stopped
+    bool findClip = false;
+};
+
 bool showFound(Console& console, const std::vector<uint8_t>& clip, const Recording& recording) {
     Progress progress(console, "looking for the clip");
     const ClipFound found = findClip(clip, readCodes(recording.firstFile),
@@ -32,14 +41,14 @@ bool showFound(Console& console, const std::vector<uint8_t>& clip, const Recordi
     return found.isFound();
 }
 
-}  // namespace
-
-int runTalk(const Options& options, Console& console) {
+// Fails when nothing was captured or played, or when the clip was to be found in the recording and
+// is not there.
+int run(const Options& options, const CommonOptions& common, Console& console) {
     const std::vector<uint8_t> clip =
-        options.clip.empty() ? builtInClip()
-                             : readClip(options.clip, options.session.seconds, console);
+        options.clip.empty() ? builtInClip() : readClip(options.clip, options.seconds, console);
     Recorder recorder;
-    Session session(options.session, console, {.onFrame = [&](const CapturedFrame& frame) {
+    Session session(common.session(options.seconds), console,
+                    {.onFrame = [&](const CapturedFrame& frame) {
                         recorder.take(frame, steadyMilliseconds());
                     }});
     const ChannelDescription input = session.choose(options.inputs, false).front();
@@ -81,4 +90,19 @@ int runTalk(const Options& options, Console& console) {
     if (options.findClip && !showFound(console, clip, recording))
         throw std::runtime_error("the recording does not hold the clip");
     return accountBalances ? Succeeded : Failed;
+}
+
+}  // namespace
+
+void addTalk(CommandLine& line) {
+    const auto options = std::make_shared<Options>();
+    CLI::App& talk =
+        line.add("talk", "record an input while playing on an output", commandWith(options, run));
+    addTime(talk, options->seconds, FromFirstSound);
+    addChannel(talk, "--input", options->inputs);
+    addChannel(talk, "--output", options->outputs);
+    addRecordingsFolder(line, talk, options->out);
+    line.addPath(talk, "file", options->clip, "any file that libsndfile reads; chirps if none")
+        .check(existingFile());
+    talk.add_flag("--find-clip", options->findClip, "fail unless the recording holds the clip");
 }
