@@ -6,10 +6,13 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <fstream>
 #include <future>
 #include <sndfile.hh>
+#include <sstream>
 
 #include "audio/ulaw.h"
+#include "host/session/log_lines.h"
 #include "host/sound/clip.h"
 #include "host/sound/recorder.h"
 #include "host/system/steady_time.h"
@@ -48,6 +51,35 @@ TEST_F(HostParts, GapsAreThoseOfTheSoundHoweverTheClockIsSet) {
                            outline.envelope.bucketWidth() * 1000 / SampleRate;
         EXPECT_NEAR(static_cast<double>(drawn), 61 * 256 + Lost, 1000);
     }
+}
+
+// The lines are the module's own, as the transcripts have them.
+TEST_F(HostParts, LogLinesMeanWhatTheModuleSays) {
+    using Kind = LogFact::Kind;
+    const std::string ignored = "PORTAUDIO: Ignore device ";
+    const std::vector<std::pair<std::string, LogFact>> table{
+        {"Input stream 1310992 timed out", {Kind::StreamRestarted, 1310992}},
+        {"Restarting output stream 1310993", {Kind::StreamRestarted, 1310993}},
+        {"PORTAUDIO: Found input device 0 [default] (default)",
+         {Kind::DeviceFound, 0, "default", true, true}},
+        {"PORTAUDIO: Found output device 3 [pulse] (not default)",
+         {Kind::DeviceFound, 0, "pulse", false, false}},
+        {ignored + "[Default] that can crash on opening stream.",
+         {Kind::DeviceNotAllowed, 0, "Default"}},
+        {ignored + "[pulse] non-default API [ALSA] - only want default API [JACK].",
+         {Kind::DeviceOfOtherApi, 0, "pulse"}},
+        {ignored + "[pulse] - Invalid channels",
+         {Kind::FormatRefused, 0, "pulse", false, false, "Invalid channels"}},
+        {"PORTAUDIO: Failed to get host API info for device [pulse].", {Kind::PortAudioFailed}},
+        {"Portaudio failed to initialize -9999 (text)", {Kind::PortAudioFailed}}};
+    std::ostringstream said;
+    for (const auto& transcript : std::filesystem::directory_iterator(TRANSCRIPTS))
+        said << std::ifstream(transcript.path()).rdbuf();
+    for (const auto& [line, fact] : table) {
+        EXPECT_NE(said.str().find(" " + line + "\n"), std::string::npos) << "not said: " << line;
+        EXPECT_EQ(understandLogLine(line), fact) << line;
+    }
+    EXPECT_EQ(understandLogLine("Started input stream 'default (input)'"), std::nullopt);
 }
 
 // Nothing waits for a reader who stalls; what was accepted arrives once he reads again.

@@ -4,6 +4,7 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/tables.h"
+#include "host/session/log_lines.h"
 #include "host/session/module_events.h"
 #include "host/system/folders.h"
 #include "host/system/steady_time.h"
@@ -34,7 +35,7 @@ int run(const Options& options, const CommonOptions& common, Console& console) {
          .onDocument = [&](std::string_view xml, int64_t kind) { events.hearDocument(xml, kind); },
          .onFrame =
              [&](const CapturedFrame& frame) { recorder.take(frame, steadyMilliseconds()); }},
-        drawing ? ModuleEvents::NeededLogLevel : LogError);
+        drawing ? LogFactLevel : LogError);
     const auto inputs = session.choose(options.inputs, false);
     recorder.begin(inputs, options.out, options.secondsPerFile);
     session.enable(inputs, 0);

@@ -5,6 +5,7 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/tables.h"
+#include "host/session/log_lines.h"
 #include "host/session/module_events.h"
 #include "host/sound/recorder.h"
 #include "host/system/steady_time.h"
@@ -112,7 +113,7 @@ int run(const Options& options, const CommonOptions& common, Console& console) {
     Watcher watcher(std::min<int32_t>(common.logLevel, LogInfo));
     SessionOptions sessionOptions = common.session(options.seconds);
     sessionOptions.logLevel = LogNothing;  // the view shows the log
-    Session session(sessionOptions, console, watcher.listener(), ModuleEvents::NeededLogLevel);
+    Session session(sessionOptions, console, watcher.listener(), LogFactLevel);
     if (session.channels().empty())
         throw std::runtime_error(
             "there is no channel to watch; start a sound server (PulseAudio "

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "host/doctor/findings.h"
+#include "host/session/log_lines.h"
 
 namespace {
 
@@ -33,35 +34,34 @@ class TemporaryFolder {
     std::filesystem::path path_;
 };
 
-// "hw:0,0" of "PORTAUDIO: Ignore device [hw:0,0] that ...".
-std::string bracketed(const std::string& line) {
-    const size_t begin = line.find('[') + 1;
-    return line.substr(begin, line.find(']', begin) - begin);
-}
-
 // What the module's line about a device means; nothing when it is about none.
 Findings explained(const std::string& line) {
-    const auto has = [&line](const char* text) { return line.find(text) != std::string::npos; };
-    const std::string name = "'" + bracketed(line) + "'";
-    if (has("PORTAUDIO: Found "))
-        return {{Verdict::Good,
-                 name + " is used as " + (has("Found input") ? "input" : "output") +
-                     (has("(default)") ? ", the default one" : ""),
-                 ""}};
-    if (has("that can crash"))
-        return {{Verdict::Note, name + " is ignored: only 'default' and 'pulse' are opened",
-                 "to use it, let a sound server or 'default' in /etc/asound.conf lead to it"}};
-    if (has("non-default API"))
-        return {{Verdict::Note, name + " is ignored: it is not of PortAudio's default host API",
-                 "use the device of that name that is"}};
-    if (has("PORTAUDIO: Ignore device"))
-        return {{Verdict::Wrong,
-                 name + " is ignored: mono at 8000 Hz: " + line.substr(line.find("] - ") + 4),
+    const std::optional<LogFact> fact = understandLogLine(line);
+    if (!fact)
+        return {};
+    const std::string name = "'" + fact->device + "'";
+    switch (fact->kind) {
+        case LogFact::Kind::DeviceFound:
+            return {{Verdict::Good,
+                     name + " is used as " + (fact->isInput ? "input" : "output") +
+                         (fact->isDefault ? ", the default one" : ""),
+                     ""}};
+        case LogFact::Kind::DeviceNotAllowed:
+            return {{Verdict::Note, name + " is ignored: only 'default' and 'pulse' are opened",
+                     "to use it, let a sound server or 'default' in /etc/asound.conf lead to it"}};
+        case LogFact::Kind::DeviceOfOtherApi:
+            return {{Verdict::Note, name + " is ignored: it is not of PortAudio's default host API",
+                     "use the device of that name that is"}};
+        case LogFact::Kind::FormatRefused:
+            return {
+                {Verdict::Wrong, name + " is ignored: mono at 8000 Hz: " + fact->reason,
                  "free the device from the program that holds it, or let it convert: type plug in "
                  "/etc/asound.conf"}};
-    if (has("PORTAUDIO: Failed") || has("Portaudio failed"))
-        return {{Verdict::Wrong, line, "see whether libportaudio2 is installed whole"}};
-    return {};
+        case LogFact::Kind::PortAudioFailed:
+            return {{Verdict::Wrong, line, "see whether libportaudio2 is installed whole"}};
+        default:
+            return {};
+    }
 }
 
 }  // namespace
@@ -97,7 +97,7 @@ Discovery discover(const SoundServer& server, const SessionOptions& options, Con
                                      !version.empty())
                                      discovery.version = version;
                              }},
-                        LogDetail);
+                        LogFactLevel);
         discovery.channels = session.channels();
         session.finish();
     } catch (const ModuleLoadError& error) {
