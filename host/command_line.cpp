@@ -78,7 +78,7 @@ class Grammar {
                       "write every record of the module to stdout as a line of JSON, and all else "
                       "to stderr");
         app_.add_flag("--quiet", common_.console.quiet, "only results and errors");
-        app_.add_flag("--library-noise", common_.console.libraryNoise,
+        app_.add_flag("--library-noise", common_.showsLibraryNoise,
                       "show what the audio libraries write to stderr");
     }
 

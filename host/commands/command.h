@@ -25,25 +25,34 @@ struct CommonOptions {
     std::filesystem::path module;        // the library
     int32_t logLevel = LogError;         // lines below are not shown
     ConsoleOptions console;
+    bool showsLibraryNoise = false;  // what the audio libraries write to stderr
 
     // For a run of so many seconds; 0: until stopped.
-    SessionOptions session(double seconds = 0) const { return {module, folder, logLevel, seconds}; }
+    SessionOptions session(double seconds = 0) const { return {module, logLevel, seconds}; }
 };
 
 // What a command does, once its options are read. It throws std::runtime_error, with one line for
 // the user, when it cannot do its work.
 struct Command {
+    // What the process gets ready for `run`, each with what stands before it.
+    enum class Needs { Nothing, SilencedLibraries, SettingsFolder };
+
+    Needs needs = Needs::SettingsFolder;
+    // Reads and checks what the user has given, as far as it needs no module: the settings folder
+    // is not touched until then.
+    std::function<void(Console& console)> prepare = [](Console&) {};
     // Returns the exit status.
     std::function<int(const CommonOptions& common, Console& console)> run;
 };
 
-// A command with options of its own.
+// A command with options of its own, which `prepare` may complete.
 template <typename Options>
 Command commandWith(const std::shared_ptr<Options>& options,
-                    int (*run)(const Options&, const CommonOptions&, Console&)) {
-    return {.run = [options, run](const CommonOptions& common, Console& console) {
-        return run(*options, common, console);
-    }};
+                    int (*run)(const Options&, const CommonOptions&, Console&),
+                    void (*prepare)(Options&, Console&)) {
+    return {.prepare = [options, prepare](Console& console) { prepare(*options, console); },
+            .run = [options, run](const CommonOptions& common,
+                                  Console& console) { return run(*options, common, console); }};
 }
 
 // The command line while commands declare themselves. What an option fills must live as long as the

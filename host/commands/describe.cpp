@@ -3,11 +3,12 @@
 #include <sstream>
 
 #include "host/commands/commands.h"
+#include "host/terminal/end_process.h"
 
 namespace {
 
 int run(const CommonOptions& common, Console& console) {
-    Session session(common.session(), console);
+    Session session(common.session(), console, endProcess);
     const std::string xml = session.descriptionXml();
     session.finish();
     TiXmlDocument document;

@@ -2,6 +2,7 @@
 
 #include "host/commands/commands.h"
 #include "host/doctor/findings.h"
+#include "host/terminal/end_process.h"
 
 namespace {
 
@@ -44,7 +45,7 @@ int run(const CommonOptions& common, Console& console) {
     const SoundServer server = askSoundServer();
     const CardAccess access = askCardAccess();
     int wrong = show(console, "Sound server", examineSoundServer(server));
-    const Discovery discovery = discover(server, common.session(), console);
+    const Discovery discovery = discover(server, common.session(), console, endProcess);
     wrong += show(console, "Module", examineModule(discovery, server, common.module));
     wrong += show(console, "Devices of PortAudio", examineDevices(discovery, server, access));
     wrong += show(console, "ALSA's default device", examineDefault(server));
@@ -60,5 +61,6 @@ int run(const CommonOptions& common, Console& console) {
 }  // namespace
 
 void addDoctor(CommandLine& line) {
-    line.add("doctor", "examine what the module needs on this machine", {.run = run});
+    line.add("doctor", "examine what the module needs on this machine",
+             {.needs = Command::Needs::SilencedLibraries, .run = run});
 }

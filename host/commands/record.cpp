@@ -4,10 +4,14 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/tables.h"
+#include "host/session/advice.h"
+#include "host/session/channel_choice.h"
 #include "host/session/log_lines.h"
 #include "host/session/module_events.h"
 #include "host/system/folders.h"
 #include "host/system/steady_time.h"
+#include "host/terminal/end_process.h"
+#include "host/terminal/progress.h"
 #include "host/view/picture.h"
 
 namespace {
@@ -22,21 +26,24 @@ struct Options {
     double secondsPerFile = 0;        // 0: one file
 };
 
+void prepare(Options& options, Console& /*console*/) {
+    if (!options.picture.empty())
+        readyFile(options.picture, "--picture");
+}
+
 // Fails when nothing was captured.
 int run(const Options& options, const CommonOptions& common, Console& console) {
     Recorder recorder;
     ModuleEvents events;
     const bool drawing = !options.picture.empty();
-    if (drawing)
-        readyFile(options.picture, "--picture");
     Session session(
-        common.session(options.seconds), console,
+        common.session(options.seconds), console, endProcess,
         {.onLog = [&](int32_t, std::string_view text) { events.hearLog(text); },
          .onDocument = [&](std::string_view xml, int64_t kind) { events.hearDocument(xml, kind); },
          .onFrame =
              [&](const CapturedFrame& frame) { recorder.take(frame, steadyMilliseconds()); }},
         drawing ? LogFactLevel : LogError);
-    const auto inputs = session.choose(options.inputs, false);
+    const auto inputs = chooseInputs(session.channels(), options.inputs);
     recorder.begin(inputs, options.out, options.secondsPerFile);
     session.enable(inputs, 0);
     session.awaitSound([&] { return recorder.hasSound(); });
@@ -58,7 +65,7 @@ int run(const Options& options, const CommonOptions& common, Console& console) {
     }
     if (std::ranges::all_of(recordings,
                             [](const auto& recording) { return recording.frames == 0; }))
-        throw std::runtime_error("nothing was captured; see 'tamborin-host doctor'");
+        throw std::runtime_error("nothing was captured; " + SeeDoctor);
     return accountBalances ? Succeeded : Failed;
 }
 
@@ -66,7 +73,8 @@ int run(const Options& options, const CommonOptions& common, Console& console) {
 
 void addRecord(CommandLine& line) {
     const auto options = std::make_shared<Options>();
-    CLI::App& record = line.add("record", "record inputs to WAV files", commandWith(options, run));
+    CLI::App& record =
+        line.add("record", "record inputs to WAV files", commandWith(options, run, prepare));
     addTime(record, options->seconds, FromFirstSound);
     addInputs(record, options->inputs);
     addRecordingsFolder(line, record, options->out);

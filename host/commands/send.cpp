@@ -5,9 +5,15 @@
 #include "host/commands/commands.h"
 #include "host/commands/tables.h"
 #include "host/session/parse_as_module.h"
+#include "host/terminal/end_process.h"
 #include "host/terminal/patient.h"
 
 namespace {
+
+struct Options {
+    std::filesystem::path file;
+    std::string document;  // the file's content
+};
 
 std::string contentOf(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
@@ -39,14 +45,17 @@ void check(std::string text, const std::filesystem::path& path, Console& console
                              "with ID=\"" + std::to_string(ModuleId) + "\"); nothing was sent");
 }
 
-// Fails when the document is none for this module.
-int run(const std::filesystem::path& file, const CommonOptions& common, Console& console) {
-    const std::string document =
-        awaited(console, "stopped while reading the document; nothing was sent",
-                [&] { return contentOf(file); });
-    check(document, file, console);
-    Session session(common.session(), console);
-    session.send(document);
+// Throws when the document is none for this module.
+void prepare(Options& options, Console& console) {
+    options.document = awaited(
+        [&] { return contentOf(options.file); },
+        [&] { endProcess(console, "stopped while reading the document; nothing was sent"); });
+    check(options.document, options.file, console);
+}
+
+int run(const Options& options, const CommonOptions& common, Console& console) {
+    Session session(common.session(), console, endProcess);
+    session.send(options.document);
     const auto channels = session.channels();
     const bool accountBalances = showAccount(console, session.finish());
     if (!console.isQuiet())
@@ -57,7 +66,10 @@ int run(const std::filesystem::path& file, const CommonOptions& common, Console&
 }  // namespace
 
 void addSend(CommandLine& line) {
-    const auto file = std::make_shared<std::filesystem::path>();
-    CLI::App& send = line.add("send", "apply a configuration document", commandWith(file, run));
-    line.addPath(send, "file", *file, "the document (XML)").required()->check(existingFile());
+    const auto options = std::make_shared<Options>();
+    CLI::App& send =
+        line.add("send", "apply a configuration document", commandWith(options, run, prepare));
+    line.addPath(send, "file", options->file, "the document (XML)")
+        .required()
+        ->check(existingFile());
 }

@@ -5,10 +5,13 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/tables.h"
+#include "host/session/advice.h"
+#include "host/session/channel_choice.h"
 #include "host/session/log_lines.h"
 #include "host/session/module_events.h"
 #include "host/sound/recorder.h"
 #include "host/system/steady_time.h"
+#include "host/terminal/end_process.h"
 #include "host/terminal/text.h"
 #include "host/view/watch_view.h"
 
@@ -108,18 +111,17 @@ std::vector<ChannelDescription> inputsWithDevice(std::vector<ChannelDescription>
     return channels;
 }
 
+void prepare(Options& /*options*/, Console& console) { checkTerminal(console.stream()); }
+
 int run(const Options& options, const CommonOptions& common, Console& console) {
-    checkTerminal(console.stream());
     Watcher watcher(std::min<int32_t>(common.logLevel, LogInfo));
     SessionOptions sessionOptions = common.session(options.seconds);
     sessionOptions.logLevel = LogNothing;  // the view shows the log
-    Session session(sessionOptions, console, watcher.listener(), LogFactLevel);
+    Session session(sessionOptions, console, endProcess, watcher.listener(), LogFactLevel);
     if (session.channels().empty())
-        throw std::runtime_error(
-            "there is no channel to watch; start a sound server (PulseAudio "
-            "or PipeWire), or see 'tamborin-host doctor'");
+        throw std::runtime_error("there is no channel to watch; " + StartSoundServer);
     session.enable(options.inputs.empty() ? inputsWithDevice(session.channels())
-                                          : session.choose(options.inputs, false),
+                                          : chooseInputs(session.channels(), options.inputs),
                    0);
     {
         WatchView view(console.stream());
@@ -134,8 +136,8 @@ int run(const Options& options, const CommonOptions& common, Console& console) {
 
 void addWatch(CommandLine& line) {
     const auto options = std::make_shared<Options>();
-    CLI::App& watch =
-        line.add("watch", "show levels, restarts, status and log live", commandWith(options, run));
+    CLI::App& watch = line.add("watch", "show levels, restarts, status and log live",
+                               commandWith(options, run, prepare));
     addTime(watch, options->seconds, "seconds to run; until Ctrl-C if not given");
     addInputs(watch, options->inputs);
 }

@@ -29,8 +29,10 @@ struct Discovery {
     // Whether there is a device for that direction.
     bool has(bool outputs) const;
 };
-// Runs the module, unless the sound server hangs, and the module would with it.
-Discovery discover(const SoundServer& server, const SessionOptions& options, Console& console);
+// Runs the module in a folder of its own, unless the sound server hangs, and the module would with
+// it. Calls `endProcess` when the module hangs all the same.
+Discovery discover(const SoundServer& server, const SessionOptions& options, Console& console,
+                   ProcessEnd endProcess);
 
 // What the user may do with the machine's sound cards.
 struct CardAccess {

@@ -5,7 +5,9 @@
 #include <stdexcept>
 
 #include "host/doctor/findings.h"
+#include "host/session/advice.h"
 #include "host/session/log_lines.h"
+#include "host/system/settings_folder.h"
 
 namespace {
 
@@ -23,7 +25,6 @@ class TemporaryFolder {
     }
     ~TemporaryFolder() {
         std::error_code ignored;
-        std::filesystem::current_path("/", ignored);
         std::filesystem::remove_all(path_, ignored);
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
@@ -72,7 +73,8 @@ bool Discovery::has(bool outputs) const {
     });
 }
 
-Discovery discover(const SoundServer& server, const SessionOptions& options, Console& console) {
+Discovery discover(const SoundServer& server, const SessionOptions& options, Console& console,
+                   ProcessEnd endProcess) {
     Discovery discovery;
     if (server.hangs) {
         discovery.failure = "not run: it would wait for the sound server";
@@ -82,9 +84,8 @@ Discovery discover(const SoundServer& server, const SessionOptions& options, Con
     try {
         // The user's own folder stays as it is: the module writes its settings when it starts.
         const TemporaryFolder folder;
-        SessionOptions withoutSettings = options;
-        withoutSettings.folder = folder.path();
-        Session session(withoutSettings, console,
+        const SettingsFolder entered(folder.path());
+        Session session(options, console, endProcess,
                         {.onLog =
                              [&](int32_t, std::string_view text) {
                                  const std::lock_guard held(mutex);
@@ -102,7 +103,7 @@ Discovery discover(const SoundServer& server, const SessionOptions& options, Con
         session.finish();
     } catch (const ModuleLoadError& error) {
         discovery.failure = error.what();
-        discovery.advice = "name the library with --module";
+        discovery.advice = NameModule;
     } catch (const std::exception& error) {
         discovery.failure = error.what();
     }
