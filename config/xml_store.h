@@ -1,7 +1,7 @@
 // Saves and loads XML files safely. The module touches them in no other way.
 //
-// A save writes a side file with the suffix ".pending", flushes it to the disk and renames it over
-// the target, so that a crash or a full disk leaves the old file or the new one, whole. A load
+// A save writes a side file with the suffix PendingSuffix, flushes it to the disk and renames it
+// over the target, so that a crash or a full disk leaves the old file or the new one, whole. A load
 // first finishes a save that was interrupted before its rename. Both may be called on any thread.
 // Within the process, loads and saves of one path (compared byte for byte) wait for each other;
 // other processes are not excluded.
@@ -12,7 +12,8 @@
 #include <cstdint>
 #include <string>
 
-constexpr uint64_t LargestXmlFile = 64 << 20;  // bytes; real ones have some thousand
+constexpr const char* PendingSuffix = ".pending";  // of the side file's name
+constexpr uint64_t LargestXmlFile = 64 << 20;      // bytes; real ones have some thousand
 
 // Returns true when the whole text was written and the rename succeeded (or found the pending file
 // gone). Returns false, and leaves the file at `path` as it was, when anything fails or the text is

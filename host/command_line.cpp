@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 
+#include "config/settings_path.h"
 #include "host/commands/commands.h"
 
 namespace {
@@ -63,7 +64,7 @@ class Grammar {
     void addCommonOptions() {
         line_
             .addPath(app_, "--dir", common_.folder,
-                     "the folder of the module's settings file, tamborin.xml")
+                     std::string("the folder of the module's settings file, ") + SettingsPath)
             .capture_default_str();
         common_.module = usualModule();
         app_.add_option("--module", common_.module, "the module's library")

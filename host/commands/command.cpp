@@ -17,7 +17,7 @@ CLI::App& CommandLine::add(const char* name, const char* help, Command command) 
 }
 
 CLI::Option& CommandLine::addPath(CLI::App& command, const char* name, std::filesystem::path& path,
-                                  const char* help) {
+                                  const std::string& help) {
     paths_.push_back(&path);
     return *command.add_option(name, path, help);
 }

@@ -69,7 +69,7 @@ class CommandLine {
     // Adds an option, or without dashes an argument, that names a file or folder. The path is made
     // absolute after parsing; it stays empty when it is empty and the user gives none.
     CLI::Option& addPath(CLI::App& command, const char* name, std::filesystem::path& path,
-                         const char* help);
+                         const std::string& help);
 
     // Makes the declared paths absolute.
     void makePathsAbsolute();

@@ -1,7 +1,7 @@
 #include <string>
 
 #include "host/commands/commands.h"
-#include "host/doctor/findings.h"
+#include "host/doctor/examinations.h"
 #include "host/terminal/end_process.h"
 
 namespace {

@@ -1,10 +1,10 @@
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 
+#include "config/our_devices.h"
 #include "host/commands/commands.h"
 #include "host/commands/tables.h"
 #include "host/session/parse_as_module.h"
+#include "host/system/folders.h"
 #include "host/terminal/end_process.h"
 #include "host/terminal/patient.h"
 
@@ -14,15 +14,6 @@ struct Options {
     std::filesystem::path file;
     std::string document;  // the file's content
 };
-
-std::string contentOf(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream content;
-    content << file.rdbuf();
-    if (!file || content.str().empty())
-        throw std::runtime_error("cannot read " + path.string() + ", or it is empty");
-    return content.str();
-}
 
 // The module applies what it can make out and answers nothing to what is not for it: so this is
 // looked at before.
@@ -34,13 +25,8 @@ void check(std::string text, const std::filesystem::path& path, Console& console
     if (!flaws.end.empty())
         throw std::runtime_error(path.string() + " is no XML document that the module reads (" +
                                  flaws.end + "); nothing was sent");
-    const TiXmlElement* root = document.RootElement();
-    const TiXmlElement* devices = root != nullptr ? root->FirstChildElement("Devices") : nullptr;
-    for (; devices != nullptr; devices = devices->NextSiblingElement("Devices")) {
-        int id = 0;
-        if (devices->QueryIntAttribute("ID", &id) == TIXML_SUCCESS && id == ModuleId)
-            return;
-    }
+    if (findOurDevices(document.RootElement()) != nullptr)
+        return;
     throw std::runtime_error(path.string() + " holds nothing for this module (a Devices element " +
                              "with ID=\"" + std::to_string(ModuleId) + "\"); nothing was sent");
 }
@@ -50,6 +36,8 @@ void prepare(Options& options, Console& console) {
     options.document = awaited(
         [&] { return contentOf(options.file); },
         [&] { endProcess(console, "stopped while reading the document; nothing was sent"); });
+    if (options.document.empty())
+        throw std::runtime_error("cannot read " + options.file.string() + ", or it is empty");
     check(options.document, options.file, console);
 }
 
