@@ -1,10 +1,9 @@
 #!/usr/bin/env bash
 # Every command and option of --help stands in the manual and is completed, and no others are.
-#   host_documented_test.sh HOST FOLDER-OF-MANUAL-AND-COMPLETION
+#   host_documented_test.sh HOST
 set -euo pipefail
-host=$1 manual=$2/tamborin-host.1
-. "$2/tamborin-host.bash-completion"
-failed=0
+host=$1 share=$(dirname "$0")/../host/share failed=0
+. "$share/tamborin-host.bash-completion"
 
 compare() {  # WHAT NAMES-OF-HELP NAMES
     # shellcheck disable=SC2086  # they are words
@@ -17,7 +16,7 @@ completed() {  # WORDS..., of which the last is completed
     _tamborin_host
     printf '%s\n' "${COMPREPLY[@]}" | grep -vx -e -h
 }
-section() { sed -n "/^\.S[sh] $1/,/^\.S[sh]/p" "$manual"; }
+section() { sed -n "/^\.S[sh] $1/,/^\.S[sh]/p" "$share/tamborin-host.1"; }
 flags() { grep "^\.$1 Fl" | grep -oP ' \K-[a-z-]+' | sed 's/^/-/'; }
 
 commands=$("$host" --help | sed -n '/^Subcommands/,/^$/s/^ *\([a-z]\+\) .*/\1/p')
