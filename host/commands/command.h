@@ -47,9 +47,10 @@ struct Command {
 
 // A command with options of its own, which `prepare` may complete.
 template <typename Options>
-Command commandWith(const std::shared_ptr<Options>& options,
-                    int (*run)(const Options&, const CommonOptions&, Console&),
-                    void (*prepare)(Options&, Console&)) {
+Command commandWith(
+    const std::shared_ptr<Options>& options,
+    int (*run)(const Options&, const CommonOptions&, Console&),
+    void (*prepare)(Options&, Console&) = [](Options&, Console&) {}) {
     return {.prepare = [options, prepare](Console& console) { prepare(*options, console); },
             .run = [options, run](const CommonOptions& common,
                                   Console& console) { return run(*options, common, console); }};
@@ -85,9 +86,10 @@ class CommandLine {
 // Leaves an empty path empty. Throws std::runtime_error when the working directory is gone.
 void makeAbsolute(std::filesystem::path& path);
 
-// Options that several commands have. `help` says what the command makes of the time (s).
-void addTime(CLI::App& command, double& seconds, const char* help);
+// Options that several commands have.
 constexpr const char* FromFirstSound = "seconds from the first sound; until Ctrl-C if not given";
+// A time in seconds; `help` says what the command makes of it.
+void addTime(CLI::App& command, double& seconds, const char* help);
 // Several channels, by number or name.
 void addInputs(CLI::App& command, std::vector<std::string>& channels);
 // One channel, so that the argument behind it is the file. `name` is "--input" or "--output".
