@@ -4,6 +4,7 @@
 #include <limits>
 #include <optional>
 
+#include "config/our_devices.h"
 #include "devices/capture_mixers.h"
 #include "plugin/host_link.h"
 
@@ -27,14 +28,6 @@ std::optional<uint32_t> channelNumber(const TiXmlElement& element) {
     if (!number || *number < 0)
         return std::nullopt;
     return static_cast<uint32_t>(*number);
-}
-
-// Returns the first Devices element with the module's ID; null when there is none.
-const TiXmlElement* findOurDevices(const TiXmlElement* root) {
-    const TiXmlElement* devices = child(root, "Devices");
-    while (devices != nullptr && intAttribute(*devices, "ID") != ModuleId)
-        devices = devices->NextSiblingElement("Devices");
-    return devices;
 }
 
 // Returns the channel number after `number`. INT32_MAX is followed by 0: 2^31 would have the same

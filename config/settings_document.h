@@ -8,9 +8,6 @@
 
 #include "audio/channel_map.h"
 
-// The settings file, in the process's working directory. Its pending file lies beside it.
-constexpr const char* SettingsPath = "tamborin.xml";
-
 struct Settings {
     int32_t bufferLength;  // ms of audio queued before an output starts
     bool forceOsServices;

@@ -68,7 +68,7 @@ class XmlFileGuard {
     const std::string path_;
 };
 
-std::string pendingPathOf(const char* path) { return std::string(path) + ".pending"; }
+std::string pendingPathOf(const char* path) { return std::string(path) + PendingSuffix; }
 
 std::string withErrno(const char* what, int error) {
     return what + std::to_string(error) + " - " + std::strerror(error);

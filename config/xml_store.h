@@ -1,7 +1,7 @@
 // Saves and loads XML files safely. The module opens XML files nowhere else.
 //
-// A save writes a side file with the suffix ".pending", flushes it to the disk and renames it over
-// the target, so that a crash or a full disk leaves the old file or the new one, whole. A load
+// A save writes a side file with the suffix PendingSuffix, flushes it to the disk and renames it
+// over the target, so that a crash or a full disk leaves the old file or the new one, whole. A load
 // first finishes a save that was interrupted before its rename. Both may be called on any thread.
 // Within the process, loads and saves of one path (compared byte for byte) wait for each other.
 // They do not wait for other processes.
@@ -12,7 +12,8 @@
 #include <cstdint>
 #include <string>
 
-constexpr uint64_t LargestXmlFile = 64 << 20;  // bytes; real files have a few thousand
+constexpr const char* PendingSuffix = ".pending";  // of the side file's name
+constexpr uint64_t LargestXmlFile = 64 << 20;      // bytes; real files have a few thousand
 
 // Returns true when the whole text was written and the rename succeeded (or found the pending file
 // gone). Returns false when a step fails or the text is larger than LargestXmlFile;

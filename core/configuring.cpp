@@ -6,6 +6,7 @@
 #include "base/contain.h"
 #include "config/configuration.h"
 #include "config/settings_document.h"
+#include "config/settings_path.h"
 #include "config/xml_parse.h"
 #include "config/xml_store.h"
 #include "core/plugin.h"

@@ -3,59 +3,28 @@
 #include <alsa/asoundlib.h>
 
 #include <array>
-#include <cstdlib>
-#include <memory>
 #include <string>
 
 #include "base/contain.h"
 #include "devices/capture_element.h"
+#include "devices/card_mixer.h"
 #include "plugin/host_link.h"
 
 namespace {
 
-struct MixerCloser {
-    void operator()(snd_mixer_t* mixer) const { snd_mixer_close(mixer); }
-};
-using MixerPtr = std::unique_ptr<snd_mixer_t, MixerCloser>;
-
-struct Freer {
-    void operator()(char* text) const { std::free(text); }  // NOLINT: ALSA takes it from malloc
-};
-
 // Returns a label such as "hw:0 [PCH]". Returns an empty one, and logs why, when the card does not
 // tell its name.
 std::string cardLabel(int card, const std::string& device) {
-    char* name = nullptr;
-    const int error = snd_card_get_name(card, &name);
-    const std::unique_ptr<char, Freer> owned(error < 0 ? nullptr : name);
-    if (error < 0) {
-        logLine(LogError, "ALSA: %s snd_card_get_name error %d.", device.c_str(), error);
+    const CardName name = nameOfCard(card);
+    if (name.error < 0) {
+        logLine(LogError, "ALSA: %s snd_card_get_name error %d.", device.c_str(), name.error);
         return {};
     }
-    if (!owned) {
+    if (!name.isTold) {
         logLine(LogError, "ALSA: %s snd_card_get_name error no name returned.", device.c_str());
         return {};
     }
-    return device + " [" + owned.get() + "]";
-}
-
-// Returns the card's mixer with its elements loaded. Returns null, and logs why, when a step fails.
-MixerPtr openMixer(const std::string& device, const std::string& card) {
-    const auto failed = [&card](int error, const char* step) {
-        if (error >= 0)
-            return false;
-        logLine(LogError, "ALSA: %s %s error %s", card.c_str(), step, snd_strerror(error));
-        return true;
-    };
-    snd_mixer_t* opened = nullptr;
-    if (failed(snd_mixer_open(&opened, 0), "snd_mixer_open"))
-        return nullptr;
-    MixerPtr mixer(opened);
-    if (failed(snd_mixer_attach(opened, device.c_str()), "snd_mixer_attach") ||
-        failed(snd_mixer_selem_register(opened, nullptr, nullptr), "snd_mixer_selem_register") ||
-        failed(snd_mixer_load(opened), "snd_mixer_load"))
-        return nullptr;
-    return mixer;
+    return device + " [" + name.text + "]";
 }
 
 // Switches a capture element on and gives it a volume. Returns false when that fails.
@@ -133,13 +102,16 @@ bool configureCard(int card) {
     const std::string label = cardLabel(card, device);
     if (label.empty())
         return true;
-    const MixerPtr mixer = openMixer(device, label);
-    if (!mixer)
+    const CardMixer opened = openCardMixer(device);
+    if (!opened.mixer) {
+        logLine(LogError, "ALSA: %s %s error %s", label.c_str(), opened.failedStep,
+                snd_strerror(opened.error));
         return true;
+    }
     logLine(LogInfo, "ALSA: detected %s", label.c_str());
     logLine(LogDetail, "ALSA: %s query mixers.", label.c_str());
     bool succeeded = true;
-    for (snd_mixer_elem_t* element = snd_mixer_first_elem(mixer.get()); element != nullptr;
+    for (snd_mixer_elem_t* element = snd_mixer_first_elem(opened.mixer.get()); element != nullptr;
          element = snd_mixer_elem_next(element))
         contain([&] { succeeded = configureElement(element, label) && succeeded; });
     return succeeded;

@@ -5,9 +5,10 @@
 #include <map>
 #include <string>
 
-namespace {
+#include "config/settings_path.h"
+#include "host/commands/commands.h"
 
-constexpr double MostSeconds = 10 * 365 * 24 * 3600.0;
+namespace {
 
 // The library beside us, as we are built, or where we are installed. Where there is no /proc to
 // tell, the dynamic linker looks for it.
@@ -21,19 +22,9 @@ std::filesystem::path usualModule() {
     return exists(built, error) ? built : (folder / MODULE_FROM_BINDIR / Name).lexically_normal();
 }
 
-void makeAbsolute(std::filesystem::path& path) {
-    if (path.empty())
-        return;
-    std::error_code error;
-    path = std::filesystem::absolute(path, error).lexically_normal();
-    if (error)
-        throw std::runtime_error("the working directory is gone; change to another");
-}
-
 class Grammar {
   public:
-    explicit Grammar(CommandLine& line)
-        : line_(line), options_(line.options), session_(line.options.session) {
+    explicit Grammar(CommonOptions& common) : common_(common) {
         app_.require_subcommand(0, 1);
         app_.fallthrough();
         app_.set_version_flag("--version", TAMBORIN_VERSION);
@@ -42,17 +33,17 @@ class Grammar {
             "Exit status: 0 done, 1 it did not work, 2 the command line is wrong.\n"
             "COMMAND --help tells the options of a command; the manual is tamborin-host(1).");
         addCommonOptions();
-        addCommands();
+        for (const auto addCommand : Commands)
+            addCommand(line_);
     }
 
-    void parse(int argc, char** argv) {
+    // Returns the chosen command; nothing when a text was asked for, which is printed then.
+    std::optional<Command> parse(int argc, char** argv) {
         try {
             app_.parse(argc, argv);
-            if (line_.command == nullptr)
-                throw UsageError("name a command; see 'tamborin-host --help'");
         } catch (const CLI::Success& success) {
-            line_.command = nullptr;
             app_.exit(success);
+            return std::nullopt;
         } catch (const CLI::ExtrasError&) {
             throw UsageError(unexpected() + "; see 'tamborin-host" + chosen() + " --help'");
         } catch (const CLI::ParseError& error) {
@@ -60,100 +51,36 @@ class Grammar {
             message = message.substr(0, message.find('\n'));
             throw UsageError(message + "; see 'tamborin-host" + chosen() + " --help'");
         }
+        if (!line_.chosen())
+            throw UsageError("name a command; see 'tamborin-host --help'");
+        // The module runs in its own folder, and a name without a slash is the dynamic linker's.
+        if (common_.module.has_parent_path())
+            makeAbsolute(common_.module);
+        line_.makePathsAbsolute();
+        return line_.chosen();
     }
 
   private:
     void addCommonOptions() {
-        app_.add_option("--dir", session_.folder,
-                        "the folder of the module's settings file, tamborin.xml")
-            ->capture_default_str();
-        app_.add_option("--module", session_.module, "the module's library")
+        line_
+            .addPath(app_, "--dir", common_.folder,
+                     std::string("the folder of the module's settings file, ") + SettingsPath)
+            .capture_default_str();
+        common_.module = usualModule();
+        app_.add_option("--module", common_.module, "the module's library")
             ->check(notEmpty())
             ->capture_default_str();
-        app_.add_option("--log-level", session_.logLevel,
+        app_.add_option("--log-level", common_.logLevel,
                         "show the module's log from this level on: detail, info, notice, error or "
                         "a number")
             ->transform(logLevel())
             ->default_str("error");
-        app_.add_flag("--json", line_.console.json,
+        app_.add_flag("--json", common_.console.json,
                       "write every record of the module to stdout as a line of JSON, and all else "
                       "to stderr");
-        app_.add_flag("--quiet", line_.console.quiet, "only results and errors");
-        app_.add_flag("--library-noise", line_.console.libraryNoise,
+        app_.add_flag("--quiet", common_.console.quiet, "only results and errors");
+        app_.add_flag("--library-noise", common_.showsLibraryNoise,
                       "show what the audio libraries write to stderr");
-    }
-
-    CLI::App* add(const char* name, const char* help, Command command) {
-        CLI::App* added = app_.add_subcommand(name, help);
-        added->callback([this, command] { line_.command = command; });
-        added->footer("Options of all commands: tamborin-host --help");
-        return added;
-    }
-
-    void addCommands() {
-        add("channels", "list the channels", runChannels);
-        CLI::App* record = add("record", "record inputs to WAV files", runRecord);
-        CLI::App* play = add("play", "play a sound file on an output", runPlay);
-        CLI::App* talk = add("talk", "record an input while playing on an output", runTalk);
-        CLI::App* watch = add("watch", "show levels, restarts, status and log live", runWatch);
-        CLI::App* send = add("send", "apply a configuration document", runSend);
-        add("describe", "print the module's description", runDescribe);
-        add("doctor", "examine what the module needs on this machine", runDoctor);
-
-        constexpr const char* FromSound = "seconds from the first sound; until Ctrl-C if not given";
-        addTime(*record, FromSound);
-        addTime(*talk, FromSound);
-        addTime(*watch, "seconds to run; until Ctrl-C if not given");
-        addTime(*play, "seconds to play; the whole file if not given");
-        for (CLI::App* command : {record, watch})
-            command->add_option("--input", options_.inputs,
-                                "channels, by number or name; those with a device if none");
-        addChannel(*talk, "--input", options_.inputs);
-        addChannel(*talk, "--output", options_.outputs);
-        addChannel(*play, "--output", options_.outputs);
-        for (CLI::App* command : {record, talk})
-            command->add_option("--out", options_.out, "the folder of the recordings")
-                ->capture_default_str();
-        record
-            ->add_option("--rotate", options_.secondsPerFile,
-                         "begin a new file after so many seconds of sound")
-            ->check(atLeast(1));
-        record->add_option("--picture", options_.picture,
-                           "draw the recording: sound, level, gaps, restarts, alarms (PNG)");
-        play->add_option("file", options_.clip, "any file that libsndfile reads")
-            ->required()
-            ->check(existingFile());
-        talk->add_option("file", options_.clip, "any file that libsndfile reads; chirps if none")
-            ->check(existingFile());
-        talk->add_flag("--find-clip", options_.findClip,
-                       "fail unless the recording holds the clip");
-        send->add_option("file", options_.document, "the document (XML)")
-            ->required()
-            ->check(existingFile());
-    }
-
-    void addTime(CLI::App& command, const char* help) {
-        command.add_option("--for", session_.seconds, help)->check(atLeast(0.001));
-    }
-
-    // One channel, so that the argument behind it is the file.
-    static void addChannel(CLI::App& command, const char* name,
-                           std::vector<std::string>& channels) {
-        command.add_option_function<std::string>(
-            name, [&channels](const std::string& channel) { channels = {channel}; },
-            "a channel, by number or name; the first with a device if none");
-    }
-
-    static CLI::Validator atLeast(double least) {
-        return {[least](const std::string& text) {
-                    double value = 0;
-                    return CLI::detail::lexical_cast(text, value) && value >= least &&
-                                   value <= MostSeconds
-                               ? std::string()
-                               : "'" + text + "' is not a number of seconds from " +
-                                     CLI::detail::to_string(least) + " to ten years";
-                },
-                ""};
     }
 
     static CLI::Validator notEmpty() {
@@ -182,8 +109,6 @@ class Grammar {
                 ""};
     }
 
-    static CLI::Validator existingFile() { return CLI::ExistingFile.description(""); }
-
     // Tells the first option that nobody knows, or else the first argument.
     std::string unexpected() const {
         const std::vector<std::string> extras = app_.remaining(true);
@@ -199,30 +124,20 @@ class Grammar {
         return "";
     }
 
-    CommandLine& line_;
-    Options& options_;
-    SessionOptions& session_;
+    CommonOptions& common_;
     CLI::App app_{
         "Brings the audio module Tamborin up on a machine: records, plays, watches, "
         "examines.",
         "tamborin-host"};
+    CommandLine line_{app_};
 };
 
 }  // namespace
 
-CommandLine parseCommandLine(int argc, char** argv) {
-    CommandLine line;
-    Options& options = line.options;
-    options.session.module = usualModule();
-    options.out = "recordings";
-    Grammar(line).parse(argc, argv);
-    if (line.command == nullptr)
-        return line;
-    // The module runs in its own folder, and a name without a slash is the dynamic linker's.
-    if (options.session.module.has_parent_path())
-        makeAbsolute(options.session.module);
-    for (std::filesystem::path* path : {&options.session.folder, &options.out, &options.clip,
-                                        &options.document, &options.picture})
-        makeAbsolute(*path);
-    return line;
+std::optional<ParsedCommandLine> parseCommandLine(int argc, char** argv) {
+    CommonOptions common;
+    const std::optional<Command> command = Grammar(common).parse(argc, argv);
+    if (!command)
+        return std::nullopt;
+    return ParsedCommandLine{*command, common};
 }

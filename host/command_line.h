@@ -1,16 +1,14 @@
-// The tool's command line.
+// The tool's command line: the options of all commands, and what is told when it is wrong.
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 
-#include "host/commands/commands.h"
+#include "host/commands/command.h"
 
-using Command = int (*)(const Options& options, Console& console);
-
-struct CommandLine {
-    Command command = nullptr;  // null: a help text or the version was asked for, and printed
-    Options options;
-    ConsoleOptions console;
+struct ParsedCommandLine {
+    Command command;
+    CommonOptions common;
 };
 
 // One line for the user, who has misused the tool.
@@ -18,5 +16,6 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Throws UsageError.
-CommandLine parseCommandLine(int argc, char** argv);
+// Returns nothing when a help text or the version was asked for, which is printed then. Throws
+// UsageError.
+std::optional<ParsedCommandLine> parseCommandLine(int argc, char** argv);

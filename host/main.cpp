@@ -1,28 +1,21 @@
 // tamborin-host: brings the module up on a machine, lists what it finds, records and plays.
-#include <fcntl.h>
 #include <langinfo.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <clocale>
 #include <cstdio>
 #include <functional>
+#include <optional>
 
 #include "host/command_line.h"
+#include "host/session/advice.h"
+#include "host/system/settings_folder.h"
+#include "host/system/standard_streams.h"
 #include "host/system/stop.h"
+#include "host/terminal/library_noise.h"
 #include "host/terminal/text.h"
 
 namespace {
-
-// A closed one would be the next file or socket that is opened, and what is written to it would go
-// there. One that cannot be used as meant makes each use fail.
-void occupyStandardStreams() {
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-        if (fcntl(stream, F_GETFD) < 0) {
-            const int flags = stream == STDIN_FILENO ? O_WRONLY : O_RDONLY;
-            [[maybe_unused]] const int opened = open("/dev/null", flags);
-        }
-}
 
 // Characters and their widths are those of the user's locale. Names are UTF-8, and so are the
 // terminals of those whose locale knows ASCII only.
@@ -37,16 +30,21 @@ int attempt(Console& console, const std::function<int()>& work) {
     try {
         return work();
     } catch (const ModuleLoadError& error) {
-        console.error("cannot load the module: " + std::string(error.what()) +
-                      "; name its library with --module");
+        console.error("cannot load the module: " + std::string(error.what()) + "; " + NameModule);
     } catch (const std::exception& error) {
         console.error(error.what());
     }
     return Failed;
 }
 
-int run(const CommandLine& line, Console& console) {
-    const int status = attempt(console, [&] { return line.command(line.options, console); });
+int run(const ParsedCommandLine& line, Console& console) {
+    const int status = attempt(console, [&] {
+        line.command.prepare(console);
+        std::optional<SettingsFolder> folder;
+        if (line.command.needs == Command::Needs::SettingsFolder)
+            folder.emplace(line.common.folder);
+        return line.command.run(line.common, console);
+    });
     const int finished = attempt(console, [&] {
         console.finishResults();
         return Succeeded;
@@ -56,20 +54,24 @@ int run(const CommandLine& line, Console& console) {
 
 }  // namespace
 
+// What belongs to the whole process is set up here, and undone in reverse order.
 int main(int argc, char** argv) {
-    occupyStandardStreams();
+    const StandardStreams streams;
     chooseCharacters();
     try {
-        const CommandLine line = parseCommandLine(argc, argv);
-        if (line.command == nullptr) {
+        const std::optional<ParsedCommandLine> line = parseCommandLine(argc, argv);
+        if (!line) {
             checkResultsWritten();
             return Succeeded;
         }
-        stopOnSignals();
-        Console console(line.console);
-        return run(line, console);
+        const StopSignals signals;
+        std::optional<LibraryNoise> noise;
+        if (line->command.needs != Command::Needs::Nothing && !line->common.showsLibraryNoise)
+            noise.emplace();
+        Console console(line->common.console, noise ? noise->messages() : stderr);
+        return run(*line, console);
     } catch (const UsageError& error) {
-        Console({}).error(error.what());
+        Console({}, stderr).error(error.what());
         return Misused;
     } catch (const std::exception& error) {  // perhaps of a console that cannot be had
         std::fprintf(stderr, "tamborin-host: %s\n", printable(error.what()).c_str());

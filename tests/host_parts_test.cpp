@@ -6,10 +6,14 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <fstream>
 #include <future>
 #include <sndfile.hh>
+#include <sstream>
 
 #include "audio/ulaw.h"
+#include "host/doctor/examinations.h"
+#include "host/session/log_lines.h"
 #include "host/sound/clip.h"
 #include "host/sound/recorder.h"
 #include "host/system/steady_time.h"
@@ -48,6 +52,51 @@ TEST_F(HostParts, GapsAreThoseOfTheSoundHoweverTheClockIsSet) {
                            outline.envelope.bucketWidth() * 1000 / SampleRate;
         EXPECT_NEAR(static_cast<double>(drawn), 61 * 256 + Lost, 1000);
     }
+}
+
+// The lines are the module's own, as the transcripts have them.
+TEST_F(HostParts, LogLinesMeanWhatTheModuleSays) {
+    using enum LogFact::Kind;
+    const std::string ignored = "PORTAUDIO: Ignore device [", found = "PORTAUDIO: Found ";
+    const std::vector<std::pair<std::string, LogFact>> table{
+        {"Input stream 1310992 timed out", {StreamRestarted, 1310992}},
+        {"Restarting output stream 1310993", {StreamRestarted, 1310993}},
+        {found + "input device 0 [default] (default)", {DeviceFound, 0, "default", true, true}},
+        {found + "output device 3 [pulse] (not default)", {DeviceFound, 0, "pulse"}},
+        {ignored + "Default] that can crash on opening stream.", {DeviceNotAllowed, 0, "Default"}},
+        {ignored + "pulse] non-default API [ALSA] - only want default API [JACK].",
+         {DeviceOfOtherApi, 0, "pulse"}},
+        {ignored + "pulse] - Invalid channels",
+         {FormatRefused, 0, "pulse", false, false, "Invalid channels"}},
+        {"PORTAUDIO: Failed to get host API info for device [pulse].", {PortAudioFailed}},
+        {"Portaudio failed to initialize -9999 (text)", {PortAudioFailed}}};
+    std::ostringstream said;
+    for (const auto& transcript : std::filesystem::directory_iterator(TRANSCRIPTS))
+        said << std::ifstream(transcript.path()).rdbuf();
+    for (const auto& [line, fact] : table) {
+        EXPECT_NE(said.str().find(" " + line + "\n"), std::string::npos) << "not said: " << line;
+        EXPECT_EQ(understandLogLine(line), fact) << line;
+    }
+}
+
+TEST_F(HostParts, TheDoctorSaysWhatToDo) {
+    SoundServer hangs;
+    SoundServer mute;
+    hangs.hangs = mute.isReachable = true;
+    Discovery refused;
+    refused.log = {"PORTAUDIO: Ignore device [pulse] - Invalid channels", "Portaudio failed "};
+    const CardAccess barred{true, {"pcmC0D0p"}, true, false};
+    const std::vector<std::pair<Findings, std::vector<std::string>>> table{
+        {examineSoundServer(hangs), {"restart it"}},
+        {examineSoundServer({}), {"start PulseAudio or PipeWire"}},
+        {examineSoundServer(mute), {"", "set-default-source", "set-default-sink"}},
+        {examineDevices({}, {}, barred), {"see Permissions", "see Permissions"}},
+        {examineDevices(refused, mute, {}), {"free the", "whole", "plugins", "plugins"}},
+        {examinePermissions(barred, {}, {}), {"sudo adduser"}}};
+    for (const auto& [findings, advices] : table)
+        EXPECT_TRUE(std::ranges::equal(findings, advices, [](auto& finding, auto& advice) {
+            return finding.advice.find(advice) != std::string::npos;
+        })) << findings.front().what;
 }
 
 // Nothing waits for a reader that stalls. Accepted texts arrive once it reads again.

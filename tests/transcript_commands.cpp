@@ -9,7 +9,7 @@
 #include "audio/ulaw.h"
 #include "devices/capture_mixers.h"
 #include "fake_alsa.h"
-#include "host/doctor/findings.h"
+#include "host/doctor/examinations.h"
 #include "module_test.h"
 
 using namespace std::chrono_literals;

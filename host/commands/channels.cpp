@@ -3,16 +3,23 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/tables.h"
+#include "host/session/advice.h"
+#include "host/terminal/end_process.h"
 
-int runChannels(const Options& options, Console& console) {
-    Session session(options.session, console);
+namespace {
+
+// Fails when no channel has a device.
+int run(const CommonOptions& common, Console& console) {
+    Session session(common.session(), console, endProcess);
     const auto channels = session.channels();
     session.finish();
     if (!channels.empty())
         showChannels(console, channels);
     if (std::ranges::none_of(channels, &ChannelDescription::hasDevice))
-        throw std::runtime_error(
-            "no channel has a device; start a sound server (PulseAudio or PipeWire), or see "
-            "'tamborin-host doctor'");
+        throw std::runtime_error("no channel has a device; " + StartSoundServer);
     return Succeeded;
 }
+
+}  // namespace
+
+void addChannels(CommandLine& line) { line.add("channels", "list the channels", {.run = run}); }

@@ -1,46 +1,20 @@
-// What the tool can do. Each command answers the exit status, and throws std::runtime_error with
-// one line for the user when it cannot do its work.
+// All commands of the tool. A new one is declared here and entered in the table.
 #pragma once
 
-#include <filesystem>
-#include <string>
-#include <vector>
+#include <array>
 
-#include "host/session/session.h"
-#include "host/terminal/console.h"
+#include "host/commands/command.h"
 
-// Paths are absolute, or empty when not given.
-struct Options {
-    SessionOptions session;
-    std::filesystem::path out;         // folder of recordings
-    std::filesystem::path clip;        // empty: the built-in one
-    std::filesystem::path document;    // to send
-    std::filesystem::path picture;     // of the recording
-    std::vector<std::string> inputs;   // channel numbers or names; empty: as the command sees fit
-    std::vector<std::string> outputs;  // the same
-    double secondsPerFile = 0;         // 0: one file
-    bool findClip = false;
+void addChannels(CommandLine& line);
+void addRecord(CommandLine& line);
+void addPlay(CommandLine& line);
+void addTalk(CommandLine& line);
+void addWatch(CommandLine& line);
+void addSend(CommandLine& line);
+void addDescribe(CommandLine& line);
+void addDoctor(CommandLine& line);
+
+// In the order of --help.
+inline constexpr std::array Commands{
+    addChannels, addRecord, addPlay, addTalk, addWatch, addSend, addDescribe, addDoctor,
 };
-
-// The tool's exit statuses.
-constexpr int Succeeded = 0;
-constexpr int Failed = 1;   // what was asked for did not work
-constexpr int Misused = 2;  // the command line is wrong; nothing was done
-
-// Lists the module's channels; fails when none has a device.
-int runChannels(const Options& options, Console& console);
-// Records inputs; fails when nothing was captured.
-int runRecord(const Options& options, Console& console);
-// Plays a clip on an output; fails when it was not played.
-int runPlay(const Options& options, Console& console);
-// Records an input while it plays a clip on an output; fails when either does, or when the clip was
-// to be found in the recording and is not there.
-int runTalk(const Options& options, Console& console);
-// Shows channels, levels, restarts, status and log live, with the inputs enabled.
-int runWatch(const Options& options, Console& console);
-// Applies a configuration document; fails when it is none for this module.
-int runSend(const Options& options, Console& console);
-// Prints the module's description.
-int runDescribe(const Options& options, Console& console);
-// Examines what the module needs on this machine; fails when something is wrong.
-int runDoctor(const Options& options, Console& console);

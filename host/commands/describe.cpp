@@ -3,9 +3,12 @@
 #include <sstream>
 
 #include "host/commands/commands.h"
+#include "host/terminal/end_process.h"
 
-int runDescribe(const Options& options, Console& console) {
-    Session session(options.session, console);
+namespace {
+
+int run(const CommonOptions& common, Console& console) {
+    Session session(common.session(), console, endProcess);
     const std::string xml = session.descriptionXml();
     session.finish();
     TiXmlDocument document;
@@ -17,4 +20,10 @@ int runDescribe(const Options& options, Console& console) {
     for (std::string line; std::getline(text, line);)
         console.result(line);
     return Succeeded;
+}
+
+}  // namespace
+
+void addDescribe(CommandLine& line) {
+    line.add("describe", "print the module's description", {.run = run});
 }

@@ -1,7 +1,8 @@
 #include <string>
 
 #include "host/commands/commands.h"
-#include "host/doctor/findings.h"
+#include "host/doctor/examinations.h"
+#include "host/terminal/end_process.h"
 
 namespace {
 
@@ -38,22 +39,28 @@ int show(Console& console, const char* title, const Findings& findings) {
     return wrong;
 }
 
-}  // namespace
-
-// Each chapter is shown before the next is examined, which may take long or go wrong.
-int runDoctor(const Options& options, Console& console) {
+// Each chapter is shown before the next is examined, which may take long or go wrong. Fails when
+// something is wrong.
+int run(const CommonOptions& common, Console& console) {
     const SoundServer server = askSoundServer();
     const CardAccess access = askCardAccess();
     int wrong = show(console, "Sound server", examineSoundServer(server));
-    const Discovery discovery = discover(server, options.session, console);
-    wrong += show(console, "Module", examineModule(discovery, server, options.session.module));
+    const Discovery discovery = discover(server, common.session(), console, endProcess);
+    wrong += show(console, "Module", examineModule(discovery, server, common.module));
     wrong += show(console, "Devices of PortAudio", examineDevices(discovery, server, access));
     wrong += show(console, "ALSA's default device", examineDefault(server));
     wrong += show(console, "ALSA cards and mixers", examineCards());
     wrong += show(console, "Permissions", examinePermissions(access, server, discovery));
-    wrong += show(console, "Settings", examineSettings(options.session.folder, discovery));
+    wrong += show(console, "Settings", examineSettings(common.folder, discovery));
     console.remark(wrong == 0 ? "Nothing is wrong."
                               : std::to_string(wrong) + (wrong == 1 ? " thing is" : " things are") +
                                     " wrong.");
     return wrong == 0 ? Succeeded : Failed;
+}
+
+}  // namespace
+
+void addDoctor(CommandLine& line) {
+    line.add("doctor", "examine what the module needs on this machine",
+             {.needs = Command::Needs::SilencedLibraries, .run = run});
 }

@@ -3,22 +3,34 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/tables.h"
+#include "host/session/channel_choice.h"
 #include "host/sound/player.h"
+#include "host/terminal/end_process.h"
+#include "host/terminal/progress.h"
 #include "host/terminal/text.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 
-}  // namespace
+struct Options {
+    std::filesystem::path file;
+    std::vector<uint8_t> clip;         // the file's sound
+    std::vector<std::string> outputs;  // one at most
+    double seconds = 0;                // 0: the whole clip
+};
 
-int runPlay(const Options& options, Console& console) {
-    const std::vector<uint8_t> clip = readClip(options.clip, options.session.seconds, console);
-    Session session(options.session, console);
-    const ChannelDescription output = session.choose(options.outputs, true).front();
+void prepare(Options& options, Console& console) {
+    options.clip = readClip(options.file, options.seconds, console);
+}
+
+// Fails when the clip was not played.
+int run(const Options& options, const CommonOptions& common, Console& console) {
+    Session session(common.session(options.seconds), console, endProcess);
+    const ChannelDescription output = chooseOutputs(session.channels(), options.outputs).front();
     session.enable({output}, GaplessBufferLength);
 
-    Player player(session.module(), output.id, clip);
+    Player player(session.module(), output.id, options.clip);
     Progress progress(console, "playing");
     while (session.running() && player.feed()) {
         progress.show(std::max(player.fractionPlayed(), session.fractionDone()));
@@ -27,11 +39,24 @@ int runPlay(const Options& options, Console& console) {
     const double played = player.playedSeconds();
     const bool wasStopped = !session.running();
     const bool accountBalances = showAccount(console, session.finish());
-    console.remark("played:  " + inClockTime(played) + " of " + options.clip.string() +
+    console.remark("played:  " + inClockTime(played) + " of " + options.file.string() +
                    " on channel " + std::to_string(output.number));
     if (!player.isDone() && !wasStopped)
         throw std::runtime_error(
             "the output stopped taking sound; does the sound server still "
             "run? 'tamborin-host doctor' tells");
     return accountBalances ? Succeeded : Failed;
+}
+
+}  // namespace
+
+void addPlay(CommandLine& line) {
+    const auto options = std::make_shared<Options>();
+    CLI::App& play =
+        line.add("play", "play a sound file on an output", commandWith(options, run, prepare));
+    addTime(play, options->seconds, "seconds to play; the whole file if not given");
+    addChannel(play, "--output", options->outputs);
+    line.addPath(play, "file", options->file, "any file that libsndfile reads")
+        .required()
+        ->check(existingFile());
 }

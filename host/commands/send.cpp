@@ -1,22 +1,19 @@
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 
+#include "config/our_devices.h"
 #include "host/commands/commands.h"
 #include "host/commands/tables.h"
 #include "host/session/parse_as_module.h"
+#include "host/system/folders.h"
+#include "host/terminal/end_process.h"
 #include "host/terminal/patient.h"
 
 namespace {
 
-std::string contentOf(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream content;
-    content << file.rdbuf();
-    if (!file || content.str().empty())
-        throw std::runtime_error("cannot read " + path.string() + ", or it is empty");
-    return content.str();
-}
+struct Options {
+    std::filesystem::path file;
+    std::string document;  // the file's content
+};
 
 // The module applies what it can make out and answers nothing to what is not for it: so this is
 // looked at before.
@@ -28,29 +25,39 @@ void check(std::string text, const std::filesystem::path& path, Console& console
     if (!flaws.end.empty())
         throw std::runtime_error(path.string() + " is no XML document that the module reads (" +
                                  flaws.end + "); nothing was sent");
-    const TiXmlElement* root = document.RootElement();
-    const TiXmlElement* devices = root != nullptr ? root->FirstChildElement("Devices") : nullptr;
-    for (; devices != nullptr; devices = devices->NextSiblingElement("Devices")) {
-        int id = 0;
-        if (devices->QueryIntAttribute("ID", &id) == TIXML_SUCCESS && id == ModuleId)
-            return;
-    }
+    if (findOurDevices(document.RootElement()) != nullptr)
+        return;
     throw std::runtime_error(path.string() + " holds nothing for this module (a Devices element " +
                              "with ID=\"" + std::to_string(ModuleId) + "\"); nothing was sent");
 }
 
-}  // namespace
+// Throws when the document is none for this module.
+void prepare(Options& options, Console& console) {
+    options.document = awaited(
+        [&] { return contentOf(options.file); },
+        [&] { endProcess(console, "stopped while reading the document; nothing was sent"); });
+    if (options.document.empty())
+        throw std::runtime_error("cannot read " + options.file.string() + ", or it is empty");
+    check(options.document, options.file, console);
+}
 
-int runSend(const Options& options, Console& console) {
-    const std::string document =
-        awaited(console, "stopped while reading the document; nothing was sent",
-                [&] { return contentOf(options.document); });
-    check(document, options.document, console);
-    Session session(options.session, console);
-    session.send(document);
+int run(const Options& options, const CommonOptions& common, Console& console) {
+    Session session(common.session(), console, endProcess);
+    session.send(options.document);
     const auto channels = session.channels();
     const bool accountBalances = showAccount(console, session.finish());
     if (!console.isQuiet())
         showChannels(console, channels);
     return accountBalances ? Succeeded : Failed;
+}
+
+}  // namespace
+
+void addSend(CommandLine& line) {
+    const auto options = std::make_shared<Options>();
+    CLI::App& send =
+        line.add("send", "apply a configuration document", commandWith(options, run, prepare));
+    line.addPath(send, "file", options->file, "the document (XML)")
+        .required()
+        ->check(existingFile());
 }

@@ -6,14 +6,28 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/tables.h"
+#include "host/session/advice.h"
+#include "host/session/channel_choice.h"
 #include "host/sound/clip_search.h"
 #include "host/sound/player.h"
 #include "host/system/steady_time.h"
+#include "host/terminal/end_process.h"
+#include "host/terminal/progress.h"
 #include "host/terminal/text.h"
 
 namespace {
 
 using namespace std::chrono_literals;
+
+struct Options {
+    std::filesystem::path out;
+    std::filesystem::path file;  // empty: the built-in clip
+    std::vector<uint8_t> clip;
+    std::vector<std::string> inputs;   // one at most
+    std::vector<std::string> outputs;  // one at most
+    double seconds = 0;                // 0: until stopped
+    bool findClip = false;
+};
 
 bool showFound(Console& console, const std::vector<uint8_t>& clip, const Recording& recording) {
     Progress progress(console, "looking for the clip");
@@ -32,18 +46,21 @@ bool showFound(Console& console, const std::vector<uint8_t>& clip, const Recordi
     return found.isFound();
 }
 
-}  // namespace
+void prepare(Options& options, Console& console) {
+    options.clip =
+        options.file.empty() ? builtInClip() : readClip(options.file, options.seconds, console);
+}
 
-int runTalk(const Options& options, Console& console) {
-    const std::vector<uint8_t> clip =
-        options.clip.empty() ? builtInClip()
-                             : readClip(options.clip, options.session.seconds, console);
+// Fails when nothing was captured or played, or when the clip was to be found in the recording and
+// is not there.
+int run(const Options& options, const CommonOptions& common, Console& console) {
     Recorder recorder;
-    Session session(options.session, console, {.onFrame = [&](const CapturedFrame& frame) {
+    Session session(common.session(options.seconds), console, endProcess,
+                    {.onFrame = [&](const CapturedFrame& frame) {
                         recorder.take(frame, steadyMilliseconds());
                     }});
-    const ChannelDescription input = session.choose(options.inputs, false).front();
-    const ChannelDescription output = session.choose(options.outputs, true).front();
+    const ChannelDescription input = chooseInputs(session.channels(), options.inputs).front();
+    const ChannelDescription output = chooseOutputs(session.channels(), options.outputs).front();
     recorder.begin({input}, options.out);
     session.enable({input, output}, GaplessBufferLength);
     session.awaitSound([&] { return recorder.hasSound(); });
@@ -56,7 +73,7 @@ int runTalk(const Options& options, Console& console) {
             const auto recordings = recorder.recordings();
             // The clip waits until the input is heard.
             if (!player && recordings.front().frames > 0)
-                player.emplace(session.module(), output.id, clip);
+                player.emplace(session.module(), output.id, options.clip);
             if (player && playing)
                 playing = player->feed();
             progress.show(session.fractionDone(), levelLines(recordings));
@@ -74,11 +91,26 @@ int runTalk(const Options& options, Console& console) {
                    std::to_string(output.number));
     if (recording.frames == 0)
         throw std::runtime_error("nothing was captured from channel " +
-                                 std::to_string(input.number) + "; see 'tamborin-host doctor'");
+                                 std::to_string(input.number) + "; " + SeeDoctor);
     if (played <= 0)
         throw std::runtime_error("the clip was not played on channel " +
-                                 std::to_string(output.number) + "; see 'tamborin-host doctor'");
-    if (options.findClip && !showFound(console, clip, recording))
+                                 std::to_string(output.number) + "; " + SeeDoctor);
+    if (options.findClip && !showFound(console, options.clip, recording))
         throw std::runtime_error("the recording does not hold the clip");
     return accountBalances ? Succeeded : Failed;
+}
+
+}  // namespace
+
+void addTalk(CommandLine& line) {
+    const auto options = std::make_shared<Options>();
+    CLI::App& talk = line.add("talk", "record an input while playing on an output",
+                              commandWith(options, run, prepare));
+    addTime(talk, options->seconds, FromFirstSound);
+    addChannel(talk, "--input", options->inputs);
+    addChannel(talk, "--output", options->outputs);
+    addRecordingsFolder(line, talk, options->out);
+    line.addPath(talk, "file", options->file, "any file that libsndfile reads; chirps if none")
+        .check(existingFile());
+    talk.add_flag("--find-clip", options->findClip, "fail unless the recording holds the clip");
 }

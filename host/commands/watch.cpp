@@ -5,9 +5,13 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/tables.h"
+#include "host/session/advice.h"
+#include "host/session/channel_choice.h"
+#include "host/session/log_lines.h"
 #include "host/session/module_events.h"
 #include "host/sound/recorder.h"
 #include "host/system/steady_time.h"
+#include "host/terminal/end_process.h"
 #include "host/terminal/text.h"
 #include "host/view/watch_view.h"
 
@@ -19,6 +23,11 @@ using Clock = std::chrono::steady_clock;
 constexpr size_t KeptLines = 200;
 constexpr auto FrameTimeout = 3s;  // as long as the module's own watchdog waits
 constexpr int32_t LogNothing = INT32_MAX;
+
+struct Options {
+    std::vector<std::string> inputs;  // empty: all with a device
+    double seconds = 0;               // 0: until stopped
+};
 
 // What the module says, for the view. Any thread.
 class Watcher {
@@ -102,26 +111,33 @@ std::vector<ChannelDescription> inputsWithDevice(std::vector<ChannelDescription>
     return channels;
 }
 
-}  // namespace
+void prepare(Options& /*options*/, Console& console) { checkTerminal(console.stream()); }
 
-int runWatch(const Options& options, Console& console) {
-    checkTerminal(console.stream());
-    Watcher watcher(std::min<int32_t>(options.session.logLevel, LogInfo));
-    SessionOptions session = options.session;
-    session.logLevel = LogNothing;  // the view shows the log
-    Session running(session, console, watcher.listener(), ModuleEvents::NeededLogLevel);
-    if (running.channels().empty())
-        throw std::runtime_error(
-            "there is no channel to watch; start a sound server (PulseAudio "
-            "or PipeWire), or see 'tamborin-host doctor'");
-    running.enable(options.inputs.empty() ? inputsWithDevice(running.channels())
-                                          : running.choose(options.inputs, false),
+int run(const Options& options, const CommonOptions& common, Console& console) {
+    Watcher watcher(std::min<int32_t>(common.logLevel, LogInfo));
+    SessionOptions sessionOptions = common.session(options.seconds);
+    sessionOptions.logLevel = LogNothing;  // the view shows the log
+    Session session(sessionOptions, console, endProcess, watcher.listener(), LogFactLevel);
+    if (session.channels().empty())
+        throw std::runtime_error("there is no channel to watch; " + StartSoundServer);
+    session.enable(options.inputs.empty() ? inputsWithDevice(session.channels())
+                                          : chooseInputs(session.channels(), options.inputs),
                    0);
     {
         WatchView view(console.stream());
-        while (running.running() && !view.quitAsked())
-            view.draw(watcher.content(running, options.session.seconds));
+        while (session.running() && !view.quitAsked())
+            view.draw(watcher.content(session, options.seconds));
     }
-    running.finish();
+    session.finish();
     return Succeeded;
+}
+
+}  // namespace
+
+void addWatch(CommandLine& line) {
+    const auto options = std::make_shared<Options>();
+    CLI::App& watch = line.add("watch", "show levels, restarts, status and log live",
+                               commandWith(options, run, prepare));
+    addTime(watch, options->seconds, "seconds to run; until Ctrl-C if not given");
+    addInputs(watch, options->inputs);
 }

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string_view>
 
-#include "host/doctor/findings.h"
+#include "host/doctor/examinations.h"
 
 namespace {
 

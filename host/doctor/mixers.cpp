@@ -3,25 +3,15 @@
 #include <alsa/asoundlib.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
-#include <memory>
 
 #include "devices/capture_element.h"
-#include "host/doctor/findings.h"
+#include "devices/card_mixer.h"
+#include "host/doctor/examinations.h"
 
 namespace {
 
 using Verdict = Finding::Verdict;
-
-struct MixerCloser {
-    void operator()(snd_mixer_t* mixer) const { snd_mixer_close(mixer); }
-};
-using MixerPtr = std::unique_ptr<snd_mixer_t, MixerCloser>;
-
-struct Freer {
-    void operator()(char* text) const { std::free(text); }  // NOLINT: ALSA takes it from malloc
-};
 
 // The kernel module that drives the card, such as "snd_intel8x0".
 std::string driverOf(int card) {
@@ -126,27 +116,18 @@ Findings examineMixer(snd_mixer_t* mixer, int card) {
 
 Findings examineCard(int card) {
     const std::string device = "hw:" + std::to_string(card);
-    char* told = nullptr;
-    int error = snd_card_get_name(card, &told);
-    const std::unique_ptr<char, Freer> name(error < 0 ? nullptr : told);
-    if (!name)
+    const CardName name = nameOfCard(card);
+    if (!name.isTold)
         return {{Verdict::Note, device + " does not tell its name",
                  "nothing: the module leaves its mixer as it is"}};
-    const std::string label = device + " [" + name.get() + "]";
-    snd_mixer_t* opened = nullptr;
-    error = snd_mixer_open(&opened, 0);
-    const MixerPtr mixer(error < 0 ? nullptr : opened);
-    if (error >= 0)
-        error = snd_mixer_attach(opened, device.c_str());
-    if (error >= 0)
-        error = snd_mixer_selem_register(opened, nullptr, nullptr);
-    if (error >= 0)
-        error = snd_mixer_load(opened);
-    if (error < 0)
-        return {{Verdict::Wrong, label + ": its mixer cannot be opened: " + snd_strerror(error),
+    const std::string label = device + " [" + name.text + "]";
+    const CardMixer opened = openCardMixer(device);
+    if (!opened.mixer)
+        return {{Verdict::Wrong,
+                 label + ": its mixer cannot be opened: " + snd_strerror(opened.error),
                  "see Permissions below; without the mixer the module leaves the card as it is"}};
     Findings findings{{Verdict::Good, label, ""}};
-    for (const Finding& finding : examineMixer(opened, card))
+    for (const Finding& finding : examineMixer(opened.mixer.get(), card))
         findings.push_back(finding);
     return findings;
 }

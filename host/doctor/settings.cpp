@@ -4,25 +4,18 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 
+#include "config/settings_path.h"
 #include "config/xml_store.h"
-#include "host/doctor/findings.h"
+#include "host/doctor/examinations.h"
 #include "host/doctor/trial_save.h"
 #include "host/session/parse_as_module.h"
 #include "host/system/folder_lock.h"
+#include "host/system/folders.h"
 
 namespace {
 
 using Verdict = Finding::Verdict;
-
-std::string contentOf(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream content;
-    content << file.rdbuf();
-    return content.str();
-}
 
 // A file as the module reads it.
 struct SettingsText {
@@ -136,8 +129,8 @@ Findings examineContent(const SettingsText& settings, const std::filesystem::pat
 }  // namespace
 
 Findings examineSettings(const std::filesystem::path& folder, const Discovery& discovery) {
-    const std::filesystem::path file = folder / "tamborin.xml";
-    const std::filesystem::path pending = folder / "tamborin.xml.pending";
+    const std::filesystem::path file = folder / SettingsPath;
+    const std::filesystem::path pending = folder / (std::string(SettingsPath) + PendingSuffix);
     Findings findings = examineFolder(folder);
     std::error_code ignored;
     if (const std::string holder = FolderLock::holderOf(folder); !holder.empty())

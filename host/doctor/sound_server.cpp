@@ -5,9 +5,13 @@
 #include <chrono>
 #include <memory>
 
+#include "host/doctor/examinations.h"
+
 namespace {
 
 using namespace std::chrono_literals;
+
+using Verdict = Finding::Verdict;
 
 constexpr auto Timeout = 2s;
 
@@ -59,4 +63,26 @@ SoundServer askSoundServer() {
         pa_mainloop_dispatch(loop.get());
     }
     return server;
+}
+
+Findings examineSoundServer(const SoundServer& server) {
+    if (server.hangs)
+        return {{Verdict::Wrong, "the sound server does not answer",
+                 "restart it: 'systemctl --user restart pulseaudio', or pipewire-pulse"}};
+    if (!server.isReachable)
+        return {{Verdict::Note, "not reachable: " + server.failure,
+                 "start PulseAudio or PipeWire as the user that runs the host, before the host; or "
+                 "define 'default' in /etc/asound.conf to do without"}};
+    Findings findings{{Verdict::Good, server.name, ""}};
+    if (server.source.empty())
+        findings.push_back({Verdict::Wrong, "it has no default source, so nothing can be recorded",
+                            "connect a microphone, or: pactl set-default-source SOURCE"});
+    else
+        findings.push_back({Verdict::Good, "records " + server.source, ""});
+    if (server.sink.empty())
+        findings.push_back({Verdict::Wrong, "it has no default sink, so nothing can be heard",
+                            "connect a loudspeaker, or: pactl set-default-sink SINK"});
+    else
+        findings.push_back({Verdict::Good, "plays to " + server.sink, ""});
+    return findings;
 }

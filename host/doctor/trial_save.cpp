@@ -11,6 +11,9 @@
 #include <cstring>
 #include <memory>
 
+#include "config/settings_path.h"
+#include "config/xml_store.h"
+
 namespace {
 
 constexpr size_t TrialSize = 64 << 10;  // bytes, more than most settings have
@@ -45,12 +48,12 @@ bool isGuarded(const struct statx& file, const std::filesystem::path& path) {
 }  // namespace
 
 std::string trySave(const std::filesystem::path& folder) {
-    std::string target = (folder / "tamborin.xml.trial-XXXXXX").string();
+    std::string target = (folder / (std::string(SettingsPath) + ".trial-XXXXXX")).string();
     const int made = mkstemp(target.data());
     if (made < 0)
         return failure("a file cannot be made");
     close(made);
-    const std::string pending = target + ".pending";
+    const std::string pending = target + PendingSuffix;
     std::string flaw = writeFile(pending);
     if (flaw.empty() && std::rename(pending.c_str(), target.c_str()) != 0)
         flaw = failure("a file cannot be replaced");

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "config/our_devices.h"
 #include "plugin/tamborin.h"
 
 namespace {
@@ -19,28 +20,31 @@ std::string textOf(const TiXmlElement& element, const char* name) {
     return value != nullptr ? value : "";
 }
 
+const TiXmlElement* child(const TiXmlElement* parent, const char* name) {
+    return parent != nullptr ? parent->FirstChildElement(name) : nullptr;
+}
+
 }  // namespace
 
 bool parseDescription(std::string_view xml, Description& description) {
     TiXmlDocument document;
     document.Parse(std::string(xml).c_str());
-    TiXmlElement* devices =
-        TiXmlHandle(&document).FirstChild("Varo").FirstChild("Devices").ToElement();
+    const TiXmlElement* devices = findOurDevices(document.RootElement());
     if (devices == nullptr || devices->Attribute("BufferLength") == nullptr)
         return false;
     description = {intOf(*devices, "BufferLength"), {}};
-    const TiXmlHandle device = TiXmlHandle(devices).FirstChild("Device");
-    for (const TiXmlElement* input = device.FirstChild("Audio").FirstChild("Input").ToElement();
-         input != nullptr; input = input->NextSiblingElement("Input"))
+    const TiXmlElement* device = child(devices, "Device");
+    for (const TiXmlElement* input = child(child(device, "Audio"), "Input"); input != nullptr;
+         input = input->NextSiblingElement("Input"))
         description.channels.push_back({.number = intOf(*input, "Number"),
                                         .id = 0,
                                         .name = textOf(*input, "Name"),
                                         .device = textOf(*input, "OsName"),
                                         .isOutput = intOf(*input, "Output") != 0,
                                         .hasDevice = intOf(*input, "Missing") == 0});
-    const TiXmlHandle encoder = device.FirstChild("Codec").FirstChild("Encoder");
-    for (const TiXmlElement* element = encoder.FirstChild("AudioChannel").ToElement();
-         element != nullptr; element = element->NextSiblingElement("AudioChannel")) {
+    const TiXmlElement* encoder = child(child(device, "Codec"), "Encoder");
+    for (const TiXmlElement* element = child(encoder, "AudioChannel"); element != nullptr;
+         element = element->NextSiblingElement("AudioChannel")) {
         const auto channel = std::ranges::find(description.channels, intOf(*element, "Number"),
                                                &ChannelDescription::number);
         if (channel == description.channels.end())
@@ -54,22 +58,14 @@ bool parseDescription(std::string_view xml, Description& description) {
 std::string announcedVersion(std::string_view xml) {
     TiXmlDocument document;
     document.Parse(std::string(xml).c_str());
-    const TiXmlElement* module = TiXmlHandle(&document)
-                                     .FirstChild("Varo")
-                                     .FirstChild("Modules")
-                                     .FirstChild("Module")
-                                     .ToElement();
+    const TiXmlElement* module = child(child(document.RootElement(), "Modules"), "Module");
     return module != nullptr ? textOf(*module, "Version") : "";
 }
 
 std::optional<bool> reportedAlarm(std::string_view xml) {
     TiXmlDocument document;
     document.Parse(std::string(xml).c_str());
-    const TiXmlElement* device = TiXmlHandle(&document)
-                                     .FirstChild("Varo")
-                                     .FirstChild("Devices")
-                                     .FirstChild("Device")
-                                     .ToElement();
+    const TiXmlElement* device = child(findOurDevices(document.RootElement()), "Device");
     if (device == nullptr || device->Attribute("Fail") == nullptr)
         return std::nullopt;
     return intOf(*device, "Fail") != 0;

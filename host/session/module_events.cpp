@@ -1,19 +1,15 @@
 #include "host/session/module_events.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "host/session/documents.h"
+#include "host/session/log_lines.h"
 #include "host/system/steady_time.h"
 
 void ModuleEvents::hearLog(std::string_view text) {
-    for (const std::string_view beginning : {"Input stream ", "Restarting output stream "}) {
-        int32_t channelId = 0;
-        if (text.starts_with(beginning) &&
-            std::from_chars(text.data() + beginning.size(), text.data() + text.size(), channelId)
-                    .ec == std::errc{})
-            add(ModuleEvent::Kind::Restart, channelId);
-    }
+    const std::optional<LogFact> fact = understandLogLine(text);
+    if (fact && fact->kind == LogFact::Kind::StreamRestarted)
+        add(ModuleEvent::Kind::Restart, fact->channelId);
 }
 
 void ModuleEvents::hearDocument(std::string_view xml, int64_t kind) {

@@ -18,9 +18,6 @@ struct ModuleEvent {
 // Any thread.
 class ModuleEvents {
   public:
-    // Restarts are told at this level.
-    static constexpr int32_t NeededLogLevel = LogDetail;
-
     void hearLog(std::string_view text);
     void hearDocument(std::string_view xml, int64_t kind);
 

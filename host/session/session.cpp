@@ -3,13 +3,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <future>
 #include <stdexcept>
 #include <thread>
 
 #include "host/session/json_records.h"
-#include "host/system/folders.h"
 #include "host/system/stop.h"
+#include "host/terminal/progress.h"
 
 namespace {
 
@@ -20,55 +21,13 @@ constexpr auto StopPatience = 1s;
 constexpr auto LookInterval = 100ms;
 constexpr auto SoundTimeout = 10s;  // an input may take two to start, or be silent for good
 
-// The module keeps its settings file in the working directory.
-const std::filesystem::path& entered(const std::filesystem::path& folder) {
-    readyFolder(folder, "--dir");
-    std::filesystem::current_path(folder);
-    return folder;
-}
-
-std::string kindOf(bool outputs) { return outputs ? "output" : "input"; }
-
-std::string listed(const std::vector<ChannelDescription>& channels, bool outputs) {
-    std::string list;
-    for (const ChannelDescription& channel : channels)
-        if (channel.isOutput == outputs)
-            list += (list.empty() ? "" : ", ") + std::to_string(channel.number) + " '" +
-                    channel.name + "'";
-    return list;
-}
-
-// By number or name, else by the name of a device that only one channel has.
-ChannelDescription findChannel(const std::vector<ChannelDescription>& channels,
-                               const std::string& name, bool outputs) {
-    auto found = std::ranges::find_if(channels, [&](const ChannelDescription& channel) {
-        return channel.isOutput == outputs &&
-               (std::to_string(channel.number) == name || channel.name == name);
-    });
-    const auto hasThatDevice = [&](const ChannelDescription& channel) {
-        return channel.isOutput == outputs && channel.device == name;
-    };
-    if (found == channels.end() && std::ranges::count_if(channels, hasThatDevice) == 1)
-        found = std::ranges::find_if(channels, hasThatDevice);
-    const std::string known = listed(channels, outputs);
-    if (found == channels.end())
-        throw std::runtime_error("there is no " + kindOf(outputs) + " '" + name + "'; " +
-                                 (known.empty() ? "there is none at all: 'tamborin-host doctor' "
-                                                  "tells why"
-                                                : "choose one of " + known));
-    if (!found->hasDevice)
-        throw std::runtime_error(kindOf(outputs) + " '" + name +
-                                 "' has no device; 'tamborin-host doctor' tells why");
-    return *found;
-}
-
 }  // namespace
 
-Session::Session(const SessionOptions& options, Console& console, const ModuleListener& listener,
-                 int32_t listenerLevel)
+Session::Session(const SessionOptions& options, Console& console, ProcessEnd endProcess,
+                 const ModuleListener& listener, int32_t listenerLevel)
     : options_(options),
       console_(console),
-      lock_(entered(options.folder)),
+      endProcess_(endProcess),
       module_(options.module, composed(listener), std::min(options.logLevel, listenerLevel)),
       firstBufferLength_(startModule()) {}
 
@@ -87,7 +46,7 @@ void Session::throwStopped() {
     const std::string line = "stopped while starting the module";
     const auto stopping = std::async(std::launch::async, [this] { module_.stop(); });
     if (stopping.wait_for(StopPatience) != std::future_status::ready)
-        console_.giveUp(line);
+        giveUp(line);
     throw std::runtime_error(line);
 }
 
@@ -102,9 +61,11 @@ Session::~Session() {
 ModuleListener Session::composed(const ModuleListener& listener) {
     ModuleListener all = listener;
     if (console_.wantsRecords())
-        all.onRecord = [this](const HostMessage& message, int32_t answer) {
+        all.onRecord = [this, heard = listener.onRecord](const HostMessage& message,
+                                                         int32_t answer) {
             // A terminal would obey what is neither ASCII nor escaped.
             console_.record(jsonLine(message, answer, isatty(STDOUT_FILENO) != 0));
+            heard(message, answer);
         };
     all.onLog = [this, heard = listener.onLog](int32_t level, std::string_view text) {
         if (level >= options_.logLevel)
@@ -135,18 +96,23 @@ bool Session::isDescribed(int generation) {
     return described_.wait_for(held, LookInterval, [&] { return generation_ >= generation; });
 }
 
-// The module's thread may be inside a library that waits for the sound server, without a limit, and
-// cannot be stopped. To unwind would be to wait for it, so the process ends then. Files of
-// recordings are whole at any moment.
+// The module's thread is inside a library that waits for the sound server, without a limit, and
+// cannot be stopped. To unwind would be to wait for it. Files of recordings are whole at any
+// moment.
+void Session::giveUp(const std::string& line) {
+    endProcess_(console_, line);
+    std::abort();
+}
+
 void Session::awaitModule(const std::string& what, const std::function<bool()>& isDone) {
     Progress progress(console_, what);
     const auto begin = std::chrono::steady_clock::now();
     while (!isDone()) {
         const auto waited = std::chrono::steady_clock::now() - begin;
         if (waited > ModuleTimeout)
-            console_.giveUp(what +
-                            " takes too long; does the sound server hang? "
-                            "'tamborin-host doctor' tells more");
+            giveUp(what +
+                   " takes too long; does the sound server hang? 'tamborin-host doctor' tells "
+                   "more");
         progress.show(std::chrono::duration<double>(waited) / ModuleTimeout);
     }
 }
@@ -170,23 +136,6 @@ std::vector<ChannelDescription> Session::channels() const {
 std::string Session::descriptionXml() const {
     const std::lock_guard held(mutex_);
     return latestXml_;
-}
-
-std::vector<ChannelDescription> Session::choose(const std::vector<std::string>& named,
-                                                bool outputs) const {
-    const auto all = channels();
-    std::vector<ChannelDescription> chosen;
-    if (named.empty())
-        std::ranges::copy_if(all, std::back_inserter(chosen), [&](const auto& channel) {
-            return channel.isOutput == outputs && channel.hasDevice;
-        });
-    for (const std::string& name : named)
-        chosen.push_back(findChannel(all, name, outputs));
-    if (chosen.empty())
-        throw std::runtime_error("no " + kindOf(outputs) +
-                                 " has a device; start a sound server (PulseAudio or PipeWire), "
-                                 "or see 'tamborin-host doctor'");
-    return chosen;
 }
 
 void Session::enable(const std::vector<ChannelDescription>& channels, int bufferLength) {

@@ -11,25 +11,25 @@
 
 #include "host/session/documents.h"
 #include "host/session/module_host.h"
-#include "host/system/folder_lock.h"
 #include "host/terminal/console.h"
 
 struct SessionOptions {
-    std::filesystem::path module;        // the library
-    std::filesystem::path folder = ".";  // of the settings file
-    int32_t logLevel = LogError;         // lines below are not shown
-    double seconds = 0;                  // 0: until stopped
+    std::filesystem::path module;  // the library
+    int32_t logLevel = LogError;   // lines below are not shown
+    double seconds = 0;            // 0: until stopped
 };
+
+// Ends the process, with a line for the user; does not return.
+using ProcessEnd = void (*)(Console& console, const std::string& line);
 
 class Session {
   public:
-    // Loads and starts the module in the folder, which becomes the working directory, is made when
-    // it is missing, and is kept from other processes of the tool, and waits for its description.
-    // `listener` is called on the module's threads, for log lines from `listenerLevel` on. Throws
-    // std::runtime_error, also when a signal comes meanwhile. Ends the process, with a line for the
-    // user, when the module hangs, here and in what follows.
-    Session(const SessionOptions& options, Console& console, const ModuleListener& listener = {},
-            int32_t listenerLevel = LogError);
+    // Loads and starts the module, which finds its settings in the working directory, and waits for
+    // its description. `listener` is called on the module's threads, for log lines from
+    // `listenerLevel` on. Throws std::runtime_error, also when a signal comes meanwhile. Calls
+    // `endProcess` when the module hangs, here and in enable, send, finish and the destructor.
+    Session(const SessionOptions& options, Console& console, ProcessEnd endProcess,
+            const ModuleListener& listener = {}, int32_t listenerLevel = LogError);
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -39,11 +39,6 @@ class Session {
     // The description itself.
     std::string descriptionXml() const;
 
-    // The channels with these numbers or names and this direction; without any named, all that have
-    // a device. Throws when one is unknown or has no device, or when there is none.
-    std::vector<ChannelDescription> choose(const std::vector<std::string>& named,
-                                           bool outputs) const;
-
     // Enables channels, sets the buffering when positive, and waits for the module's answer.
     // The time to run begins then.
     void enable(const std::vector<ChannelDescription>& channels, int bufferLength);
@@ -51,7 +46,7 @@ class Session {
     void awaitSound(const std::function<bool()>& isHeard);
     // Sends a configuration document and waits for the description that answers it.
     void send(const std::string& document);
-    // Restores what enable has changed, stops the module, and answers the final account.
+    // Restores what enable has changed, stops the module, and returns the final account.
     BufferAccount finish();
 
     ModuleHost& module() { return module_; }
@@ -68,10 +63,11 @@ class Session {
     void awaitModule(const std::string& what, const std::function<bool()>& isDone);
     bool isDescribed(int generation);
     [[noreturn]] void throwStopped();
+    [[noreturn]] void giveUp(const std::string& line);
 
     const SessionOptions options_;
     Console& console_;
-    const FolderLock lock_;
+    const ProcessEnd endProcess_;
     mutable std::mutex mutex_;  // guards what the module's thread writes
     std::condition_variable described_;
     Description latest_;

@@ -4,7 +4,9 @@
 
 #include "host/session/sound_format.h"
 #include "host/sound/clip.h"
+#include "host/terminal/end_process.h"
 #include "host/terminal/patient.h"
+#include "host/terminal/progress.h"
 
 namespace {
 
@@ -18,10 +20,12 @@ constexpr auto Patience = 10s;
 }  // namespace
 
 std::vector<uint8_t> readClip(const std::filesystem::path& file, double seconds, Console& console) {
-    return awaited(console, "stopped while reading the clip; nothing was played", [&] {
-        Progress progress(console, "reading the clip");
-        return loadClip(file, seconds, [&](double fraction) { progress.show(fraction); });
-    });
+    return awaited(
+        [&] {
+            Progress progress(console, "reading the clip");
+            return loadClip(file, seconds, [&](double fraction) { progress.show(fraction); });
+        },
+        [&] { endProcess(console, "stopped while reading the clip; nothing was played"); });
 }
 
 Player::Player(ModuleHost& module, int32_t channelId, std::vector<uint8_t> clip)

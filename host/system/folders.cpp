@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -35,4 +37,11 @@ void readyFile(const std::filesystem::path& file, const char* option) {
     close(opened);
     if (!isThere)
         std::filesystem::remove(file, error);
+}
+
+std::string contentOf(const std::filesystem::path& file) {
+    std::ifstream opened(file, std::ios::binary);
+    std::ostringstream content;
+    content << opened.rdbuf();
+    return opened ? content.str() : "";
 }

@@ -1,7 +1,6 @@
 #include "host/system/stop.h"
 
 #include <atomic>
-#include <csignal>
 #include <initializer_list>
 
 namespace {
@@ -9,24 +8,29 @@ namespace {
 std::atomic<bool> signalled = false;
 std::atomic<bool> readerLeft = false;
 
-void handle(int signal, void (*handler)(int), int flags) {
+struct sigaction handling(void (*handler)(int), int flags) {
     struct sigaction action {};
     action.sa_handler = handler;
     action.sa_flags = SA_RESTART | flags;
-    sigaction(signal, &action, nullptr);
+    return action;
 }
 
 }  // namespace
 
-void stopOnSignals() {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-        handle(
-            signal, [](int) { signalled = true; }, static_cast<int>(SA_RESETHAND));
+StopSignals::StopSignals() {
+    const auto stop = handling([](int) { signalled = true; }, static_cast<int>(SA_RESETHAND));
+    for (size_t i = 0; i < Signals.size(); ++i)
+        sigaction(Signals[i], &stop, &before_[i]);
     // An ignored signal would stay so in a sound server that a library starts; a handled one does
     // not.
+    const auto pass = handling([](int) {}, 0);
     for (const int signal : {SIGPIPE, SIGXFSZ})
-        handle(
-            signal, [](int) {}, 0);
+        sigaction(signal, &pass, nullptr);
+}
+
+StopSignals::~StopSignals() {
+    for (size_t i = 0; i < Signals.size(); ++i)
+        sigaction(Signals[i], &before_[i], nullptr);
 }
 
 bool signalCame() { return signalled; }

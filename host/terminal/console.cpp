@@ -1,12 +1,10 @@
 #include "host/terminal/console.h"
 
-#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <stdexcept>
 #include <utility>
@@ -16,8 +14,6 @@
 #include "plugin/tamborin.h"
 
 namespace {
-
-using namespace std::chrono_literals;
 
 bool isTerminal(FILE* file) { return isatty(fileno(file)) != 0; }
 
@@ -53,33 +49,6 @@ void noteRecordsFailure(int error) {
         noteReaderLeft();
 }
 
-int abortFd = STDERR_FILENO;
-
-// PortAudio has assertions; what one said went nowhere.
-void tellOfAbort(int /*signal*/) {
-    constexpr std::string_view Message =
-        "tamborin-host: an audio library gave up; see what it says with --library-noise\n";
-    [[maybe_unused]] const ssize_t written = write(abortFd, Message.data(), Message.size());
-    _exit(EXIT_FAILURE);
-}
-
-// The audio libraries write pages to stderr while they look for devices, and C offers no other way
-// to stop them than to turn the descriptor away. Answers the user's stderr.
-FILE* silenceLibraries() {
-    const int user = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
-    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    FILE* messages = user >= 0 && nowhere >= 0 ? fdopen(user, "w") : nullptr;
-    if (messages != nullptr) {
-        std::setvbuf(messages, nullptr, _IOLBF, 0);
-        dup2(nowhere, STDERR_FILENO);
-        abortFd = user;
-        std::signal(SIGABRT, tellOfAbort);
-    }
-    if (nowhere >= 0)
-        close(nowhere);
-    return messages != nullptr ? messages : stderr;
-}
-
 }  // namespace
 
 void checkResultsWritten() {
@@ -93,9 +62,9 @@ bool areColoursWanted() {
     return without == nullptr || *without == '\0';
 }
 
-Console::Console(const ConsoleOptions& options)
+Console::Console(const ConsoleOptions& options, FILE* messages)
     : options_(options),
-      err_(options.libraryNoise ? stderr : silenceLibraries()),
+      err_(messages),
       out_(options.json ? err_ : stdout),
       outColours_(showsColours(out_)),
       errColours_(showsColours(err_)),
@@ -124,12 +93,10 @@ void Console::error(std::string_view line) {
     writeLine(err_, {{"tamborin-host:", Colour::Red}, {" " + std::string(line)}});
 }
 
-void Console::giveUp(std::string_view line) {
-    error(line);
+void Console::settle() {
     if (records_)
         records_->settle();
     messages_.settle();
-    std::_Exit(EXIT_FAILURE);
 }
 
 void Console::logLine(int32_t level, std::string_view text) {
@@ -195,22 +162,4 @@ void Console::eraseStatus() {
     if (statusLines_ > 0)
         writeMessage("\033[" + std::to_string(statusLines_) + "A\033[J");
     statusLines_ = 0;
-}
-
-void Progress::show(double fraction, const std::vector<std::string>& details) {
-    const Clock::time_point now = Clock::now();
-    if (now < next_)
-        return;
-    next_ = now + (console_.isStatusLive() ? 100ms : 5s);
-    constexpr size_t Width = 20;
-    const double elapsed = std::chrono::duration<double>(now - start_).count();
-    std::string line = what_ + "  " + inClockTime(elapsed);
-    if (fraction > 0) {
-        const double left = elapsed * (1 - std::min(fraction, 1.0)) / fraction;
-        line += "  [" + bar(static_cast<size_t>(fraction * Width), Width) + "]  " +
-                inClockTime(left + 0.5) + " left";
-    }
-    std::vector<std::string> lines{line};
-    lines.insert(lines.end(), details.begin(), details.end());
-    console_.status(lines);
 }

@@ -1,4 +1,4 @@
-// Where the tool speaks to its user, apart from what the audio libraries write to stderr.
+// Where the tool speaks to its user.
 //
 // What was asked for and remarks go to stdout (with --json to stderr, as stdout belongs to the
 // records then), errors, log lines and progress to stderr. Only results wait for who reads them:
@@ -6,7 +6,6 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -18,9 +17,8 @@
 #include "host/terminal/bounded_writer.h"
 
 struct ConsoleOptions {
-    bool quiet = false;         // no remarks, no progress
-    bool json = false;          // stdout is for records
-    bool libraryNoise = false;  // let others write to stderr, too
+    bool quiet = false;  // no remarks, no progress
+    bool json = false;   // stdout is for records
 };
 
 // What the user's environment says, whatever the terminal can do.
@@ -40,10 +38,11 @@ using Line = std::vector<Piece>;
 // left had enough.
 void checkResultsWritten();
 
-// One in a process. Any thread, but for its construction, which comes before any thread is started.
+// Any thread.
 class Console {
   public:
-    explicit Console(const ConsoleOptions& options);
+    // `messages`, the user's stderr, must outlive this.
+    Console(const ConsoleOptions& options, FILE* messages);
 
     // Every record of the module is wanted, as a text with its line's end.
     bool wantsRecords() const { return records_ != nullptr; }
@@ -53,8 +52,6 @@ class Console {
     void remark(const Line& line);
     void remark(const std::string& line) { remark(Line{{line}}); }
     void error(std::string_view line);
-    // Tells an error and ends the process at once, with what cannot be ended otherwise.
-    [[noreturn]] void giveUp(std::string_view line);
     void logLine(int32_t level, std::string_view text);
     // Lines at the bottom of the terminal, which replace the last ones; without a terminal they are
     // simply written.
@@ -62,6 +59,9 @@ class Console {
     void clearStatus();
     // Waits for who reads the results. Throws std::runtime_error when not all could be written.
     void finishResults();
+    // Waits for who reads records and messages; once the user has stopped the tool, not for those
+    // who stall.
+    void settle();
 
     bool isQuiet() const { return options_.quiet; }
     // Whether status lines can replace each other.
@@ -75,7 +75,7 @@ class Console {
     void eraseStatus();
 
     const ConsoleOptions options_;
-    FILE* const err_;  // the user's stderr
+    FILE* const err_;
     FILE* const out_;
     const bool outColours_;
     const bool errColours_;
@@ -86,25 +86,4 @@ class Console {
     uint64_t lostMessages_ = 0;
     BoundedWriter messages_;
     const std::unique_ptr<BoundedWriter> records_;  // with --json
-};
-
-// Shows how far a work of some time has come, and how long it still takes. Silent for the first
-// second and on a quiet console.
-class Progress {
-  public:
-    Progress(Console& console, std::string what) : console_(console), what_(std::move(what)) {}
-    ~Progress() { console_.clearStatus(); }
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
-
-    // `fraction` is done, 0 when that cannot be told. Call it as often as you like.
-    void show(double fraction, const std::vector<std::string>& details = {});
-
-  private:
-    using Clock = std::chrono::steady_clock;
-
-    Console& console_;
-    const std::string what_;
-    const Clock::time_point start_ = Clock::now();
-    Clock::time_point next_ = start_ + std::chrono::seconds(1);
 };

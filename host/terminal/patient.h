@@ -3,19 +3,18 @@
 
 #include <chrono>
 #include <future>
-#include <string>
 #include <utility>
 
 #include "host/system/stop.h"
-#include "host/terminal/console.h"
 
-// Answers what the work answers or throws. It is done on a thread of its own; when a signal comes
-// meanwhile, the process ends with the line, as nothing else could end the work.
-template <typename Work>
-auto awaited(Console& console, const std::string& lineWhenStopped, Work work) {
+// Returns what the work returns, or throws what it throws. It is done on a thread of its own. When
+// a signal comes meanwhile, calls `endProcess`, which must not return: nothing else could end the
+// work.
+template <typename Work, typename End>
+auto awaited(Work work, End endProcess) {
     auto answer = std::async(std::launch::async, std::move(work));
     while (answer.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready)
         if (signalCame())
-            console.giveUp(lineWhenStopped);
+            endProcess();
     return answer.get();
 }

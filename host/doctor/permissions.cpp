@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "host/doctor/findings.h"
+#include "host/doctor/examinations.h"
 
 namespace {
 

@@ -1,14 +1,13 @@
-// What the doctor finds, one examination a function. None changes anything on the machine, but for
-// files that it makes to try a save, and removes again.
+// The doctor's examinations, each of which answers what it finds. None changes anything on the
+// machine, but for files that it makes to try a save, and removes again.
 #pragma once
 
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "host/doctor/discovery.h"
 #include "host/doctor/sound_server.h"
-#include "host/session/session.h"
-#include "host/terminal/console.h"
 
 struct Finding {
     enum class Verdict { Good, Note, Wrong };
@@ -17,20 +16,6 @@ struct Finding {
     std::string advice;  // what to do about it; may be empty
 };
 using Findings = std::vector<Finding>;
-
-// What the module sees of the machine without any settings.
-struct Discovery {
-    std::string failure;  // why the module could not be run; empty when it could
-    std::string advice;   // what to do about that
-    std::string version;
-    std::vector<ChannelDescription> channels;
-    std::vector<std::string> log;
-
-    // Whether there is a device for that direction.
-    bool has(bool outputs) const;
-};
-// Runs the module, unless the sound server hangs, and the module would with it.
-Discovery discover(const SoundServer& server, const SessionOptions& options, Console& console);
 
 // What the user may do with the machine's sound cards.
 struct CardAccess {

@@ -1,0 +1,71 @@
+#include "host/commands/command.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace {
+
+constexpr double MostSeconds = 10 * 365 * 24 * 3600.0;
+
+}  // namespace
+
+CLI::App& CommandLine::add(const char* name, const char* help, Command command) {
+    CLI::App* added = app_.add_subcommand(name, help);
+    added->callback([this, command = std::move(command)] { chosen_ = command; });
+    added->footer("Options of all commands: tamborin-host --help");
+    return *added;
+}
+
+CLI::Option& CommandLine::addPath(CLI::App& command, const char* name, std::filesystem::path& path,
+                                  const std::string& help) {
+    paths_.push_back(&path);
+    return *command.add_option(name, path, help);
+}
+
+void CommandLine::makePathsAbsolute() {
+    for (std::filesystem::path* path : paths_)
+        makeAbsolute(*path);
+}
+
+void makeAbsolute(std::filesystem::path& path) {
+    if (path.empty())
+        return;
+    std::error_code error;
+    path = std::filesystem::absolute(path, error).lexically_normal();
+    if (error)
+        throw std::runtime_error("the working directory is gone; change to another");
+}
+
+void addTime(CLI::App& command, double& seconds, const char* help) {
+    command.add_option("--for", seconds, help)->check(atLeast(0.001));
+}
+
+void addInputs(CLI::App& command, std::vector<std::string>& channels) {
+    command.add_option("--input", channels,
+                       "channels, by number or name; those with a device if none");
+}
+
+void addChannel(CLI::App& command, const char* name, std::vector<std::string>& channels) {
+    command.add_option_function<std::string>(
+        name, [&channels](const std::string& channel) { channels = {channel}; },
+        "a channel, by number or name; the first with a device if none");
+}
+
+void addRecordingsFolder(CommandLine& line, CLI::App& command, std::filesystem::path& folder) {
+    folder = "recordings";
+    line.addPath(command, "--out", folder, "the folder of the recordings").capture_default_str();
+}
+
+CLI::Validator atLeast(double least) {
+    return {[least](const std::string& text) {
+                double value = 0;
+                return CLI::detail::lexical_cast(text, value) && value >= least &&
+                               value <= MostSeconds
+                           ? std::string()
+                           : "'" + text + "' is not a number of seconds from " +
+                                 CLI::detail::to_string(least) + " to ten years";
+            },
+            ""};
+}
+
+CLI::Validator existingFile() { return CLI::ExistingFile.description(""); }

@@ -1,0 +1,10 @@
+// What the user is advised to do, where several parts of the tool say the same.
+#pragma once
+
+#include <string>
+
+inline const std::string SeeDoctor = "see 'tamborin-host doctor'";
+inline const std::string DoctorTells = "'tamborin-host doctor' tells why";
+inline const std::string StartSoundServer =
+    "start a sound server (PulseAudio or PipeWire), or " + SeeDoctor;
+inline const std::string NameModule = "name the library with --module";

@@ -1,0 +1,46 @@
+#include "host/terminal/library_noise.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <string_view>
+
+namespace {
+
+int abortFd = STDERR_FILENO;
+
+// PortAudio has assertions; what one said went nowhere.
+void tellOfAbort(int /*signal*/) {
+    constexpr std::string_view Message =
+        "tamborin-host: an audio library gave up; see what it says with --library-noise\n";
+    [[maybe_unused]] const ssize_t written = write(abortFd, Message.data(), Message.size());
+    _exit(EXIT_FAILURE);
+}
+
+}  // namespace
+
+LibraryNoise::LibraryNoise() {
+    const int user = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    messages_ = user >= 0 && nowhere >= 0 ? fdopen(user, "w") : nullptr;
+    if (messages_ != nullptr) {
+        std::setvbuf(messages_, nullptr, _IOLBF, 0);
+        dup2(nowhere, STDERR_FILENO);
+        abortFd = user;
+        abortBefore_ = std::signal(SIGABRT, tellOfAbort);
+    } else if (user >= 0)
+        close(user);
+    if (nowhere >= 0)
+        close(nowhere);
+}
+
+LibraryNoise::~LibraryNoise() {
+    if (messages_ == nullptr)
+        return;
+    std::signal(SIGABRT, abortBefore_);
+    std::fflush(messages_);
+    dup2(fileno(messages_), STDERR_FILENO);
+    std::fclose(messages_);
+}
