@@ -1,10 +1,13 @@
 #include <algorithm>
+#include <atomic>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 
 #include "host/commands/commands.h"
 #include "host/commands/tables.h"
 #include "host/session/module_events.h"
+#include "host/sound/recorder.h"
 #include "host/system/folders.h"
 #include "host/system/steady_time.h"
 #include "host/view/picture.h"
@@ -16,7 +19,8 @@ using namespace std::chrono_literals;
 }  // namespace
 
 int runRecord(const Options& options, Console& console) {
-    Recorder recorder;
+    std::optional<Recorder> recorder;  // once the inputs are known
+    std::atomic<Recorder*> frameListener = nullptr;
     ModuleEvents events;
     const bool drawing = !options.picture.empty();
     if (drawing)
@@ -26,26 +30,34 @@ int runRecord(const Options& options, Console& console) {
         {.onLog = [&](int32_t, std::string_view text) { events.hearLog(text); },
          .onDocument = [&](std::string_view xml, int64_t kind) { events.hearDocument(xml, kind); },
          .onFrame =
-             [&](const CapturedFrame& frame) { recorder.take(frame, steadyMilliseconds()); }},
+             [&](const CapturedFrame& frame) {
+                 if (Recorder* listener = frameListener)
+                     listener->onFrame(frame, steadyMilliseconds());
+             }},
         drawing ? ModuleEvents::NeededLogLevel : LogError);
     const auto inputs = session.choose(options.inputs, false);
-    recorder.begin(inputs, options.out, options.secondsPerFile);
+    const int64_t beginMs = steadyMilliseconds();
+    recorder.emplace(inputs, options.out, options.secondsPerFile, beginMs);
+    frameListener = &*recorder;
     session.enable(inputs, 0);
-    session.awaitSound([&] { return recorder.hasSound(); });
+    const auto hasFailed = [&] { return !recorder->failure().empty(); };
+    session.awaitSound([&] { return recorder->hasSound() || hasFailed(); });
     {
         Progress progress(console, "recording");
-        while (session.running()) {
-            progress.show(session.fractionDone(), levelLines(recorder.recordings()));
+        while (session.running() && !hasFailed()) {
+            progress.show(session.fractionDone(), levelLines(recorder->recordings()));
             std::this_thread::sleep_for(100ms);
         }
     }
-    recorder.end();
+    const int64_t endMs = steadyMilliseconds();
+    recorder->finish(endMs);
     const bool accountBalances = showAccount(console, session.finish());
-    const auto recordings = recorder.recordings();
+    const auto recordings = recorder->recordings();
     showRecordings(console, recordings);
+    if (hasFailed())
+        throw std::runtime_error(recorder->failure());
     if (drawing) {
-        drawPicture(options.picture,
-                    {recorder.outlines(), events.all(), recorder.beginMs(), recorder.endMs()});
+        drawPicture(options.picture, {recorder->outlines(), events.all(), beginMs, endMs});
         console.remark("picture: " + options.picture.string());
     }
     if (std::ranges::all_of(recordings,

@@ -1,4 +1,5 @@
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <optional>
 #include <stdexcept>
@@ -8,6 +9,7 @@
 #include "host/commands/tables.h"
 #include "host/sound/clip_search.h"
 #include "host/sound/player.h"
+#include "host/sound/recorder.h"
 #include "host/system/steady_time.h"
 #include "host/terminal/text.h"
 
@@ -38,22 +40,26 @@ int runTalk(const Options& options, Console& console) {
     const std::vector<uint8_t> clip =
         options.clip.empty() ? builtInClip()
                              : readClip(options.clip, options.session.seconds, console);
-    Recorder recorder;
+    std::optional<Recorder> recorder;  // once the input is known
+    std::atomic<Recorder*> frameListener = nullptr;
     Session session(options.session, console, {.onFrame = [&](const CapturedFrame& frame) {
-                        recorder.take(frame, steadyMilliseconds());
+                        if (Recorder* listener = frameListener)
+                            listener->onFrame(frame, steadyMilliseconds());
                     }});
     const ChannelDescription input = session.choose(options.inputs, false).front();
     const ChannelDescription output = session.choose(options.outputs, true).front();
-    recorder.begin({input}, options.out);
+    recorder.emplace(std::vector{input}, options.out, 0, steadyMilliseconds());
+    frameListener = &*recorder;
     session.enable({input, output}, GaplessBufferLength);
-    session.awaitSound([&] { return recorder.hasSound(); });
+    const auto hasFailed = [&] { return !recorder->failure().empty(); };
+    session.awaitSound([&] { return recorder->hasSound() || hasFailed(); });
 
     std::optional<Player> player;
     bool playing = true;
     {
         Progress progress(console, "talking");
-        while (session.running()) {
-            const auto recordings = recorder.recordings();
+        while (session.running() && !hasFailed()) {
+            const auto recordings = recorder->recordings();
             // The clip waits until the input is heard.
             if (!player && recordings.front().frames > 0)
                 player.emplace(session.module(), output.id, clip);
@@ -65,13 +71,15 @@ int runTalk(const Options& options, Console& console) {
     }
     const double played = player ? player->playedSeconds() : 0;
     const BufferAccount account = session.finish();
-    recorder.end();
+    recorder->finish(steadyMilliseconds());
 
-    const Recording recording = recorder.recordings().front();
+    const Recording recording = recorder->recordings().front();
     showRecordings(console, {recording});
     const bool accountBalances = showAccount(console, account);
     console.remark("played:  " + inClockTime(played) + " on channel " +
                    std::to_string(output.number));
+    if (hasFailed())
+        throw std::runtime_error(recorder->failure());
     if (recording.frames == 0)
         throw std::runtime_error("nothing was captured from channel " +
                                  std::to_string(input.number) + "; see 'tamborin-host doctor'");
