@@ -1,5 +1,7 @@
 #include "host/command_line.h"
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <map>
@@ -28,6 +30,20 @@ void makeAbsolute(std::filesystem::path& path) {
     path = std::filesystem::absolute(path, error).lexically_normal();
     if (error)
         throw std::runtime_error("the working directory is gone; change to another");
+}
+
+// One input's sound goes there, and nothing else.
+void checkSoundOnStdout(const CommandLine& line) {
+    const Options& options = line.options;
+    const char* reason = line.command != runRecord    ? "is for 'record' only"
+                         : line.console.json          ? "and --json both need stdout"
+                         : !options.picture.empty()   ? "does not go with --picture"
+                         : options.secondsPerFile > 0 ? "does not go with --rotate"
+                         : options.inputs.size() > 1  ? "takes one --input"
+                         : isatty(STDOUT_FILENO) != 0 ? "writes sound, which a terminal cannot take"
+                                                      : nullptr;
+    if (reason != nullptr)
+        throw UsageError(std::string("--out - ") + reason);
 }
 
 class Grammar {
@@ -111,9 +127,12 @@ class Grammar {
         addChannel(*talk, "--input", options_.inputs);
         addChannel(*talk, "--output", options_.outputs);
         addChannel(*play, "--output", options_.outputs);
-        for (CLI::App* command : {record, talk})
-            command->add_option("--out", options_.out, "the folder of the recordings")
-                ->capture_default_str();
+        record
+            ->add_option("--out", options_.out,
+                         "the folder of the recordings; - for one input as a WAV stream to stdout")
+            ->capture_default_str();
+        talk->add_option("--out", options_.out, "the folder of the recordings")
+            ->capture_default_str();
         record
             ->add_option("--rotate", options_.secondsPerFile,
                          "begin a new file after so many seconds of sound")
@@ -221,8 +240,14 @@ CommandLine parseCommandLine(int argc, char** argv) {
     // The module runs in its own folder, and a name without a slash is the dynamic linker's.
     if (options.session.module.has_parent_path())
         makeAbsolute(options.session.module);
-    for (std::filesystem::path* path : {&options.session.folder, &options.out, &options.clip,
-                                        &options.document, &options.picture})
+    if (options.out == StandardOutput) {
+        checkSoundOnStdout(line);
+        line.console.soundOnStdout = true;
+    } else {
+        makeAbsolute(options.out);
+    }
+    for (std::filesystem::path* path :
+         {&options.session.folder, &options.clip, &options.document, &options.picture})
         makeAbsolute(*path);
     return line;
 }

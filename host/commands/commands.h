@@ -9,10 +9,13 @@
 #include "host/session/session.h"
 #include "host/terminal/console.h"
 
+// In place of a folder: the recording goes to stdout.
+constexpr const char* StandardOutput = "-";
+
 // Paths are absolute, or empty when not given.
 struct Options {
     SessionOptions session;
-    std::filesystem::path out;         // folder of recordings
+    std::filesystem::path out;         // folder of recordings, or StandardOutput
     std::filesystem::path clip;        // empty: the built-in one
     std::filesystem::path document;    // to send
     std::filesystem::path picture;     // of the recording

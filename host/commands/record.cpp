@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "host/commands/commands.h"
+#include "host/commands/stream.h"
 #include "host/commands/tables.h"
 #include "host/session/module_events.h"
 #include "host/sound/recorder.h"
@@ -19,6 +20,8 @@ using namespace std::chrono_literals;
 }  // namespace
 
 int runRecord(const Options& options, Console& console) {
+    if (options.out == StandardOutput)
+        return streamInput(options, console);
     std::optional<Recorder> recorder;  // once the inputs are known
     std::atomic<Recorder*> frameListener = nullptr;
     ModuleEvents events;

@@ -96,7 +96,7 @@ bool areColoursWanted() {
 Console::Console(const ConsoleOptions& options)
     : options_(options),
       err_(options.libraryNoise ? stderr : silenceLibraries()),
-      out_(options.json ? err_ : stdout),
+      out_(options.json || options.soundOnStdout ? err_ : stdout),
       outColours_(showsColours(out_)),
       errColours_(showsColours(err_)),
       // Records on the same terminal would run into the lines.
