@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <map>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -35,15 +36,16 @@ void makeAbsolute(std::filesystem::path& path) {
 // One input's sound goes there, and nothing else.
 void checkSoundOnStdout(const CommandLine& line) {
     const Options& options = line.options;
-    const char* reason = line.command != runRecord    ? "is for 'record' only"
-                         : line.console.json          ? "and --json both need stdout"
-                         : !options.picture.empty()   ? "does not go with --picture"
-                         : options.secondsPerFile > 0 ? "does not go with --rotate"
-                         : options.inputs.size() > 1  ? "takes one --input"
-                         : isatty(STDOUT_FILENO) != 0 ? "writes sound, which a terminal cannot take"
-                                                      : nullptr;
-    if (reason != nullptr)
-        throw UsageError(std::string("--out - ") + reason);
+    const std::pair<bool, const char*> reasons[]{
+        {line.command != runRecord, "is for 'record' only"},
+        {line.console.json, "and --json both need stdout"},
+        {!options.picture.empty(), "does not go with --picture"},
+        {options.secondsPerFile > 0, "does not go with --rotate"},
+        {options.inputs.size() > 1, "takes one --input"},
+        {isatty(STDOUT_FILENO) != 0, "writes sound, which a terminal cannot take"}};
+    for (const auto& [isRefused, reason] : reasons)
+        if (isRefused)
+            throw UsageError(std::string("--out - ") + reason);
 }
 
 class Grammar {
