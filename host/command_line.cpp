@@ -57,6 +57,7 @@ class Grammar {
         if (common_.module.has_parent_path())
             makeAbsolute(common_.module);
         line_.makePathsAbsolute();
+        line_.chosen()->check(common_);
         return line_.chosen();
     }
 

@@ -37,6 +37,11 @@ expect 2 "not expected: bogus" bogus
 expect 2 "record --help" record --bogus
 expect 2 "--for: 'x' is not a number" record --for x
 expect 2 "--rotate: '0' is not" record --rotate 0
+expect 2 "both need stdout" record --out - --json
+expect 2 "not go with --picture" record --out - --picture x.png
+expect 2 "not go with --rotate" record --out - --rotate 3
+expect 2 "takes one --input" record --out - --input 0 1
+expect 2 "for 'record' only" talk --out -
 expect 2 "loud" channels --log-level loud
 expect 2 "does not exist: none.wav" play none.wav
 expect 2 "file is required" send
@@ -106,9 +111,11 @@ done
 
 unset ALSA_CONFIG_PATH
 # shellcheck disable=SC2016  # $1 is the inner shell's
-"$pulseaudio" bash -euc '
+"$pulseaudio" bash -euo pipefail -c '
     "$1" doctor --quiet || { echo "doctor: wrong"; exit 1; }
     "$1" record --json --for 1 --input 0 --out json >json.out 2>/dev/null
+    "$1" record --out - --for 1 >stream.wav 2>/dev/null
+    timeout 60 "$1" record --out - 2>stream.err | head -c 3000 >heard.wav
     "$1" record --quiet --rotate 1 --input "pulse (input)" --out killed & recorder=$!
     for _ in $(seq 600); do
         [ "$(find killed -name "*.wav" -size +2k 2>/dev/null | wc -l)" -lt 2 ] || break
@@ -117,6 +124,14 @@ unset ALSA_CONFIG_PATH
     kill -KILL $recorder' - "$host" || fail "recording"
 grep -q '"record":"audio"' json.out || fail "no audio in: $(head -3 json.out)"
 ! grep -v '^{"record":.*}$' json.out || fail "stdout holds more than records"
+# A stream is a header without a length and whole frames, and ends with its reader.
+printf '%b' 'RIFF\xff\xff\xff\xffWAVEfmt \x12\0\0\0\x07\0\x01\0\x40\x1f\0\0\x40\x1f\0\0\x01\0\x08\0\0\0' \
+    'data\xff\xff\xff\xff' >header
+{ cmp -n 46 header stream.wav && cmp -n 46 header heard.wav; } ||
+    fail "the header of a stream: $(od -t x1 stream.wav | head -4)"
+size=$(stat -c %s stream.wav)
+((size > 46 && (size - 46) % 2048 == 0)) || fail "a stream of $size bytes"
+{ grep -q "^buffers: " stream.err && ! grep "^tamborin-host: " stream.err; } || fail "$(cat stream.err)"
 mapfile -t files < <(ls -tr killed/channel0-*.wav)
 [ "$(stat -c %s "${files[0]}")" -eq 8058 ] || fail "not one second: $(ls -l killed)"
 told=$(od -An -tu4 -j54 -N4 "${files[1]}") size=$(($(stat -c %s "${files[1]}") - 58))

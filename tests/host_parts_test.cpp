@@ -1,13 +1,17 @@
 // Parts of the reference host, in situations that a whole run cannot produce at will.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <future>
+#include <iterator>
+#include <set>
 #include <sndfile.hh>
 #include <sstream>
 
@@ -15,8 +19,8 @@
 #include "host/doctor/examinations.h"
 #include "host/session/log_lines.h"
 #include "host/sound/clip.h"
+#include "host/sound/clip_search.h"
 #include "host/sound/recorder.h"
-#include "host/system/steady_time.h"
 #include "host/terminal/bounded_writer.h"
 
 namespace {
@@ -30,27 +34,77 @@ class HostParts : public testing::Test {
     const std::filesystem::path folder_ = mkdtemp(name_);
 };
 
-TEST_F(HostParts, GapsAreThoseOfTheSoundHoweverTheClockIsSet) {
+TEST_F(HostParts, RecordingsAreWholeHoweverTheClockIsSet) {
     constexpr int64_t Hour = 3'600'000;
     constexpr int64_t Lost = 5000;  // ms, once
     ChannelDescription channel;
     channel.id = 7;
     const std::vector<uint8_t> frame(2048, 0xFF);
     for (const int64_t step : {int64_t{0}, Hour, -Hour}) {
-        Recorder recorder;
-        recorder.begin({channel}, folder_);
-        int64_t arrival = steadyMilliseconds();
+        Recorder recorder({channel}, folder_, 0, Hour);
+        int64_t arrival = 2 * Hour;
         for (int i = 0; i < 60; ++i) {
             arrival += 256 + (i == 40 ? Lost : 0);
-            recorder.take({7, frame, arrival + (i < 20 ? 0 : step)}, arrival);
+            recorder.onFrame({7, frame, arrival + (i < 20 ? 0 : step)}, arrival);
         }
-        recorder.end();
+        recorder.finish(arrival);
         const Outline outline = recorder.outlines().front();
         ASSERT_EQ(outline.gaps.size(), 1U) << step;
-        EXPECT_NEAR(static_cast<double>(outline.gaps[0].end - outline.gaps[0].begin), Lost, 200);
+        EXPECT_EQ(outline.gaps[0].end - outline.gaps[0].begin, Lost);
         const auto drawn = static_cast<int64_t>(outline.envelope.buckets().size()) *
                            outline.envelope.bucketWidth() * 1000 / SampleRate;
-        EXPECT_NEAR(static_cast<double>(drawn), 61 * 256 + Lost, 1000);
+        EXPECT_NEAR(static_cast<double>(drawn), Hour + 61 * 256 + Lost, 1000);
+        EXPECT_EQ(readCodes(recorder.recordings().front().firstFile).size(), 60 * frame.size());
+    }
+}
+
+// Neither rotation nor what a WAV file can hold costs a sample, nor does a name that is taken.
+TEST_F(HostParts, FilesRotateWithoutLoss) {
+    using Case = std::array<uint64_t, 3>;  // samples per file as asked, and at most; files
+    std::vector<uint8_t> sound(80'000);
+    for (size_t i = 0; i < sound.size(); ++i)
+        sound[i] = static_cast<uint8_t>(i % 251);
+    for (const auto& [perFile, mostPerFile, count] :
+         {Case{0, WavFiles::MostSamplesPerFile, 1}, Case{0, 30'000, 3}, Case{9000, 30'000, 9},
+          Case{50'000, 20'000, 4}}) {
+        const std::filesystem::path folder = folder_ / std::to_string(count);
+        create_directory(folder);
+        const auto record = [&](std::span<const uint8_t> codes) {
+            WavFiles files(folder, 3, perFile, mostPerFile);
+            for (size_t i = 0; i < codes.size(); i += 2000)
+                files.append(codes.subspan(i, 2000), static_cast<int64_t>(i) / 8);
+            EXPECT_EQ(files.files(), count);
+        };
+        record(sound);
+        const std::filesystem::directory_iterator inFolder(folder);
+        const std::set<std::filesystem::path> names(inFolder, {});  // in the order of time
+        record(std::vector<uint8_t>(sound.size()));
+        std::vector<uint8_t> read;
+        for (const std::filesystem::path& name : names)
+            std::ranges::copy(readCodes(name), std::back_inserter(read));
+        EXPECT_EQ(read, sound);
+    }
+}
+
+// A disk that fills leaves files that can be played, and none without sound.
+TEST_F(HostParts, WhatFitsOnAFullDiskCanBePlayed) {
+    const std::vector<uint8_t> sound(3000, 0x55);
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    for (const rlim_t room : {20U, 5000U}) {
+        WavFiles files(folder_, 3, 0);
+        const rlimit limited{room, before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limited);
+        for (int64_t seconds = 0; seconds < 3; ++seconds)
+            files.append(sound, seconds * 1000);
+        setrlimit(RLIMIT_FSIZE, &before);
+        EXPECT_NE(files.failure().find("File too large"), std::string::npos) << files.failure();
+        const auto kept =
+            files.files() == 0 ? std::vector<uint8_t>() : readCodes(files.firstFile());
+        EXPECT_EQ(kept, std::vector<uint8_t>(static_cast<size_t>(files.samples()), 0x55));
+        EXPECT_GE(kept.size() + 100, room);
+        EXPECT_EQ(is_empty(folder_), kept.empty());
     }
 }
 

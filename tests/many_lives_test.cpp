@@ -35,7 +35,9 @@ bool live(const char* library, bool recording) {
     if (recording)
         lived = lived && module.configure(enablingDocument({2}, true, 0)) &&
                 module.play(0x140113, std::vector<uint8_t>(2048, 0x90)) &&
-                await(60s, [&] { return frames >= 2 && balances(); });
+                await(60s, [&] { return frames >= 2 && balances(); }) &&
+                module.buffers(0).lent == 1 && module.buffers(0x140113).lent == 1 &&
+                module.buffers(0x140113).returned == 1 && module.buffers(7).lent == 0;
     module.stop();
     return lived && balances();
 }

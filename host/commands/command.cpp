@@ -51,11 +51,6 @@ void addChannel(CLI::App& command, const char* name, std::vector<std::string>& c
         "a channel, by number or name; the first with a device if none");
 }
 
-void addRecordingsFolder(CommandLine& line, CLI::App& command, std::filesystem::path& folder) {
-    folder = "recordings";
-    line.addPath(command, "--out", folder, "the folder of the recordings").capture_default_str();
-}
-
 CLI::Validator atLeast(double least) {
     return {[least](const std::string& text) {
                 double value = 0;

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,11 @@
 constexpr int Succeeded = 0;
 constexpr int Failed = 1;   // what was asked for did not work
 constexpr int Misused = 2;  // the command line is wrong; nothing was done
+
+// One line for the user, who has misused the tool.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 // The options of all commands. Paths are absolute, but for a module's name without a slash.
 struct CommonOptions {
@@ -38,6 +44,8 @@ struct Command {
     enum class Needs { Nothing, SilencedLibraries, SettingsFolder };
 
     Needs needs = Needs::SettingsFolder;
+    // Throws UsageError when options do not go together. Takes stdout for sound if they say so.
+    std::function<void(CommonOptions& common)> check = [](CommonOptions&) {};
     // Reads and checks what the user has given, as far as it needs no module: the settings folder
     // is not touched until then.
     std::function<void(Console& console)> prepare = [](Console&) {};
@@ -94,9 +102,6 @@ void addTime(CLI::App& command, double& seconds, const char* help);
 void addInputs(CLI::App& command, std::vector<std::string>& channels);
 // One channel, so that the argument behind it is the file. `name` is "--input" or "--output".
 void addChannel(CLI::App& command, const char* name, std::vector<std::string>& channels);
-// The folder of the recordings.
-void addRecordingsFolder(CommandLine& line, CLI::App& command, std::filesystem::path& folder);
-
 // Refuses numbers of seconds below `least`, and those above ten years.
 CLI::Validator atLeast(double least);
 // Refuses names of files that do not exist.

@@ -1,13 +1,19 @@
+#include <unistd.h>
+
 #include <algorithm>
+#include <atomic>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 
 #include "host/commands/commands.h"
+#include "host/commands/stream.h"
 #include "host/commands/tables.h"
 #include "host/session/advice.h"
 #include "host/session/channel_choice.h"
 #include "host/session/log_lines.h"
 #include "host/session/module_events.h"
+#include "host/sound/recorder.h"
 #include "host/system/folders.h"
 #include "host/system/steady_time.h"
 #include "host/terminal/end_process.h"
@@ -19,12 +25,28 @@ namespace {
 using namespace std::chrono_literals;
 
 struct Options {
-    std::filesystem::path out;
-    std::filesystem::path picture;    // empty: none
-    std::vector<std::string> inputs;  // empty: all with a device
-    double seconds = 0;               // 0: until stopped
-    double secondsPerFile = 0;        // 0: one file
+    std::filesystem::path out = "recordings";  // a folder, or StandardOutput
+    std::filesystem::path picture;             // empty: none
+    std::vector<std::string> inputs;           // empty: all with a device
+    double seconds = 0;                        // 0: until stopped
+    double secondsPerFile = 0;                 // 0: one file
 };
+
+// To stdout goes one input's sound and nothing else.
+void checkOut(Options& options, CommonOptions& common) {
+    if (options.out != StandardOutput)
+        return makeAbsolute(options.out);
+    const std::pair<bool, const char*> reasons[]{
+        {common.console.json, "and --json both need stdout"},
+        {!options.picture.empty(), "does not go with --picture"},
+        {options.secondsPerFile > 0, "does not go with --rotate"},
+        {options.inputs.size() > 1, "takes one --input"},
+        {isatty(STDOUT_FILENO) != 0, "writes sound, which a terminal cannot take"}};
+    for (const auto& [isRefused, reason] : reasons)
+        if (isRefused)
+            throw UsageError(std::string("--out - ") + reason);
+    common.console.soundOnStdout = true;
+}
 
 void prepare(Options& options, Console& /*console*/) {
     if (!options.picture.empty())
@@ -33,7 +55,10 @@ void prepare(Options& options, Console& /*console*/) {
 
 // Fails when nothing was captured.
 int run(const Options& options, const CommonOptions& common, Console& console) {
-    Recorder recorder;
+    if (options.out == StandardOutput)
+        return streamInput(options.inputs, options.seconds, common, console);
+    std::optional<Recorder> recorder;  // once the inputs are known
+    std::atomic<Recorder*> frameListener = nullptr;
     ModuleEvents events;
     const bool drawing = !options.picture.empty();
     Session session(
@@ -41,26 +66,34 @@ int run(const Options& options, const CommonOptions& common, Console& console) {
         {.onLog = [&](int32_t, std::string_view text) { events.hearLog(text); },
          .onDocument = [&](std::string_view xml, int64_t kind) { events.hearDocument(xml, kind); },
          .onFrame =
-             [&](const CapturedFrame& frame) { recorder.take(frame, steadyMilliseconds()); }},
+             [&](const CapturedFrame& frame) {
+                 if (Recorder* listener = frameListener)
+                     listener->onFrame(frame, steadyMilliseconds());
+             }},
         drawing ? LogFactLevel : LogError);
     const auto inputs = chooseInputs(session.channels(), options.inputs);
-    recorder.begin(inputs, options.out, options.secondsPerFile);
+    const int64_t beginMs = steadyMilliseconds();
+    recorder.emplace(inputs, options.out, options.secondsPerFile, beginMs);
+    frameListener = &*recorder;
     session.enable(inputs, 0);
-    session.awaitSound([&] { return recorder.hasSound(); });
+    const auto hasFailed = [&] { return !recorder->failure().empty(); };
+    session.awaitSound([&] { return recorder->hasSound() || hasFailed(); });
     {
         Progress progress(console, "recording");
-        while (session.running()) {
-            progress.show(session.fractionDone(), levelLines(recorder.recordings()));
+        while (session.running() && !hasFailed()) {
+            progress.show(session.fractionDone(), levelLines(recorder->recordings()));
             std::this_thread::sleep_for(100ms);
         }
     }
-    recorder.end();
+    const int64_t endMs = steadyMilliseconds();
+    recorder->finish(endMs);
     const bool accountBalances = showAccount(console, session.finish());
-    const auto recordings = recorder.recordings();
+    const auto recordings = recorder->recordings();
     showRecordings(console, recordings);
+    if (hasFailed())
+        throw std::runtime_error(recorder->failure());
     if (drawing) {
-        drawPicture(options.picture,
-                    {recorder.outlines(), events.all(), recorder.beginMs(), recorder.endMs()});
+        drawPicture(options.picture, {recorder->outlines(), events.all(), beginMs, endMs});
         console.remark("picture: " + options.picture.string());
     }
     if (std::ranges::all_of(recordings,
@@ -73,11 +106,15 @@ int run(const Options& options, const CommonOptions& common, Console& console) {
 
 void addRecord(CommandLine& line) {
     const auto options = std::make_shared<Options>();
-    CLI::App& record =
-        line.add("record", "record inputs to WAV files", commandWith(options, run, prepare));
+    Command command = commandWith(options, run, prepare);
+    command.check = [options](CommonOptions& common) { checkOut(*options, common); };
+    CLI::App& record = line.add("record", "record inputs to WAV files", command);
     addTime(record, options->seconds, FromFirstSound);
     addInputs(record, options->inputs);
-    addRecordingsFolder(line, record, options->out);
+    record
+        .add_option("--out", options->out,
+                    "the folder of the recordings; - for one input as a WAV stream to stdout")
+        ->capture_default_str();
     record
         .add_option("--rotate", options->secondsPerFile,
                     "begin a new file after so many seconds of sound")

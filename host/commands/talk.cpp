@@ -1,15 +1,18 @@
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <optional>
 #include <stdexcept>
 #include <thread>
 
 #include "host/commands/commands.h"
+#include "host/commands/stream.h"
 #include "host/commands/tables.h"
 #include "host/session/advice.h"
 #include "host/session/channel_choice.h"
 #include "host/sound/clip_search.h"
 #include "host/sound/player.h"
+#include "host/sound/recorder.h"
 #include "host/system/steady_time.h"
 #include "host/terminal/end_process.h"
 #include "host/terminal/progress.h"
@@ -20,7 +23,7 @@ namespace {
 using namespace std::chrono_literals;
 
 struct Options {
-    std::filesystem::path out;
+    std::filesystem::path out = "recordings";
     std::filesystem::path file;  // empty: the built-in clip
     std::vector<uint8_t> clip;
     std::vector<std::string> inputs;   // one at most
@@ -54,23 +57,27 @@ void prepare(Options& options, Console& console) {
 // Fails when nothing was captured or played, or when the clip was to be found in the recording and
 // is not there.
 int run(const Options& options, const CommonOptions& common, Console& console) {
-    Recorder recorder;
+    std::optional<Recorder> recorder;  // once the input is known
+    std::atomic<Recorder*> frameListener = nullptr;
     Session session(common.session(options.seconds), console, endProcess,
                     {.onFrame = [&](const CapturedFrame& frame) {
-                        recorder.take(frame, steadyMilliseconds());
+                        if (Recorder* listener = frameListener)
+                            listener->onFrame(frame, steadyMilliseconds());
                     }});
     const ChannelDescription input = chooseInputs(session.channels(), options.inputs).front();
     const ChannelDescription output = chooseOutputs(session.channels(), options.outputs).front();
-    recorder.begin({input}, options.out);
+    recorder.emplace(std::vector{input}, options.out, 0, steadyMilliseconds());
+    frameListener = &*recorder;
     session.enable({input, output}, GaplessBufferLength);
-    session.awaitSound([&] { return recorder.hasSound(); });
+    const auto hasFailed = [&] { return !recorder->failure().empty(); };
+    session.awaitSound([&] { return recorder->hasSound() || hasFailed(); });
 
     std::optional<Player> player;
     bool playing = true;
     {
         Progress progress(console, "talking");
-        while (session.running()) {
-            const auto recordings = recorder.recordings();
+        while (session.running() && !hasFailed()) {
+            const auto recordings = recorder->recordings();
             // The clip waits until the input is heard.
             if (!player && recordings.front().frames > 0)
                 player.emplace(session.module(), output.id, options.clip);
@@ -82,13 +89,15 @@ int run(const Options& options, const CommonOptions& common, Console& console) {
     }
     const double played = player ? player->playedSeconds() : 0;
     const BufferAccount account = session.finish();
-    recorder.end();
+    recorder->finish(steadyMilliseconds());
 
-    const Recording recording = recorder.recordings().front();
+    const Recording recording = recorder->recordings().front();
     showRecordings(console, {recording});
     const bool accountBalances = showAccount(console, account);
     console.remark("played:  " + inClockTime(played) + " on channel " +
                    std::to_string(output.number));
+    if (hasFailed())
+        throw std::runtime_error(recorder->failure());
     if (recording.frames == 0)
         throw std::runtime_error("nothing was captured from channel " +
                                  std::to_string(input.number) + "; " + SeeDoctor);
@@ -109,7 +118,13 @@ void addTalk(CommandLine& line) {
     addTime(talk, options->seconds, FromFirstSound);
     addChannel(talk, "--input", options->inputs);
     addChannel(talk, "--output", options->outputs);
-    addRecordingsFolder(line, talk, options->out);
+    line.addPath(talk, "--out", options->out, "the folder of the recordings")
+        .capture_default_str()
+        ->check(
+            [](const std::string& folder) {
+                return folder == StandardOutput ? "is for 'record' only" : "";
+            },
+            "");
     line.addPath(talk, "file", options->file, "any file that libsndfile reads; chirps if none")
         .check(existingFile());
     talk.add_flag("--find-clip", options->findClip, "fail unless the recording holds the clip");

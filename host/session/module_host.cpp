@@ -76,53 +76,72 @@ bool ModuleHost::configure(std::string_view xml) {
     IoctlRequest request{};
     request.code = IoctlConfiguration;
     request.length = static_cast<uint32_t>(xml.size());
-    request.data = lend(xml);
+    request.data = lend(xml, 0);
     IoctlResult result{};
     ioctl_(&request, &result);
-    return settle(request.data, result.accepted == 1);
+    return settle(request.data, 0, result.accepted == 1);
 }
 
 bool ModuleHost::play(int32_t channelId, std::span<const uint8_t> codes) {
     WriteRecord record{};
     record.length = static_cast<uint32_t>(codes.size());
-    record.data = lend({reinterpret_cast<const char*>(codes.data()), codes.size()});
+    record.data = lend({reinterpret_cast<const char*>(codes.data()), codes.size()}, channelId);
     record.targetId = channelId;
     record.type = TypeAudio;
     WriteResult result{};
     write_(&record, &result);
-    return settle(record.data, result.accepted == 1);
+    return settle(record.data, channelId, result.accepted == 1);
 }
 
 BufferAccount ModuleHost::buffers() const {
     const std::lock_guard held(mutex_);
-    return account_;
+    BufferAccount all;
+    for (const auto& [channelId, account] : accounts_) {
+        all.lent += account.lent;
+        all.returned += account.returned;
+    }
+    all.faults = faults_;
+    return all;
+}
+
+BufferAccount ModuleHost::buffers(int32_t channelId) const {
+    const std::lock_guard held(mutex_);
+    const auto found = accounts_.find(channelId);
+    return found == accounts_.end() ? BufferAccount{} : found->second;
 }
 
 // The loan is on record before the module sees the buffer: it may hand it back at once.
-const void* ModuleHost::lend(std::string_view bytes) {
-    auto buffer = std::make_unique<uint8_t[]>(bytes.size());
-    std::ranges::copy(bytes, buffer.get());
-    const void* address = buffer.get();
+const void* ModuleHost::lend(std::string_view bytes, int32_t channelId) {
+    Loan loan{std::make_unique<uint8_t[]>(bytes.size()), channelId};
+    std::ranges::copy(bytes, loan.bytes.get());
+    const void* address = loan.bytes.get();
     const std::lock_guard held(mutex_);
-    loans_.emplace(address, std::move(buffer));
-    ++account_.lent;
+    BufferAccount& account = accounts_[channelId];
+    loans_.emplace(address, std::move(loan));
+    ++account.lent;
     return address;
 }
 
 // A buffer that was not accepted is ours as if it had never been lent.
-bool ModuleHost::settle(const void* buffer, bool accepted) {
+bool ModuleHost::settle(const void* buffer, int32_t channelId, bool accepted) {
     if (accepted)
         return true;
     const std::lock_guard held(mutex_);
-    --account_.lent;
+    --accounts_[channelId].lent;
     if (loans_.erase(buffer) == 0)
-        ++account_.faults;
+        ++faults_;
     return false;
 }
 
 void ModuleHost::takeBack(const void* buffer) {
     const std::lock_guard held(mutex_);
-    ++(loans_.erase(buffer) == 1 ? account_.returned : account_.faults);
+    const auto loan = loans_.find(buffer);
+    if (loan == loans_.end()) {
+        ++faults_;
+        return;
+    }
+    ++accounts_[loan->second.channelId].returned;
+    loans_.erase(loan);
 }
 
 // Nothing may be thrown through the module.

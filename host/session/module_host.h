@@ -68,17 +68,23 @@ class ModuleHost {
     bool configure(std::string_view xml);
     // Lends mu-law audio for an output channel; false when it is refused. Any thread.
     bool play(int32_t channelId, std::span<const uint8_t> codes);
-    // Any thread.
+    // Of all loans. Any thread.
     BufferAccount buffers() const;
+    // Of what was lent for one channel; documents have channel 0. A fault is no channel's, and is
+    // counted in the account of all loans only. Any thread.
+    BufferAccount buffers(int32_t channelId) const;
 
   private:
-    using Buffer = std::unique_ptr<uint8_t[]>;
+    struct Loan {
+        std::unique_ptr<uint8_t[]> bytes;
+        int32_t channelId;  // 0: a document
+    };
     template <typename Function>
     Function* resolve(const std::filesystem::path& library, const char* name) const;
     static int32_t receive(const HostMessage* message, int32_t reserved) noexcept;
     void passOn(const HostMessage& message);
-    const void* lend(std::string_view bytes);
-    bool settle(const void* buffer, bool accepted);
+    const void* lend(std::string_view bytes, int32_t channelId);
+    bool settle(const void* buffer, int32_t channelId, bool accepted);
     void takeBack(const void* buffer);
 
     struct LibraryCloser {
@@ -96,6 +102,7 @@ class ModuleHost {
     bool loaded_ = false;
 
     mutable std::mutex mutex_;  // guards what follows
-    std::map<const void*, Buffer> loans_;
-    BufferAccount account_;
+    std::map<const void*, Loan> loans_;
+    std::map<int32_t, BufferAccount> accounts_;  // by channel, without faults
+    uint64_t faults_ = 0;
 };

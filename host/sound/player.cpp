@@ -35,9 +35,8 @@ Player::Player(ModuleHost& module, int32_t channelId, std::vector<uint8_t> clip)
     codes_.resize(padded, SilenceCode);
 }
 
-// While a player is at work its blocks are the only loans, but for a document now and then.
 uint64_t Player::outstanding() const {
-    const BufferAccount account = module_.buffers();
+    const BufferAccount account = module_.buffers(channelId_);
     return account.lent - account.returned;
 }
 

@@ -65,7 +65,7 @@ bool areColoursWanted() {
 Console::Console(const ConsoleOptions& options, FILE* messages)
     : options_(options),
       err_(messages),
-      out_(options.json ? err_ : stdout),
+      out_(options.json || options.soundOnStdout ? err_ : stdout),
       outColours_(showsColours(out_)),
       errColours_(showsColours(err_)),
       // Records on the same terminal would run into the lines.

@@ -1,8 +1,8 @@
 // Where the tool speaks to its user.
 //
-// What was asked for and remarks go to stdout (with --json to stderr, as stdout belongs to the
-// records then), errors, log lines and progress to stderr. Only results wait for who reads them:
-// the rest is written by threads of its own, and left out where a reader stalls.
+// What was asked for and remarks go to stdout (to stderr when stdout belongs to records or sound),
+// errors, log lines and progress to stderr. Only results wait for who reads them: the rest is
+// written by threads of its own, and left out where a reader stalls.
 #pragma once
 
 #include <atomic>
@@ -19,6 +19,7 @@
 struct ConsoleOptions {
     bool quiet = false;  // no remarks, no progress
     bool json = false;   // stdout is for records
+    bool soundOnStdout = false;
 };
 
 // What the user's environment says, whatever the terminal can do.

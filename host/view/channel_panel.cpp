@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 
+#include "host/session/sound_format.h"
 #include "host/terminal/text.h"
 #include "host/view/picture_style.h"
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host/session/sound_format.h"
 #include "host/terminal/text.h"
 #include "host/view/canvas.h"
 #include "host/view/channel_panel.h"

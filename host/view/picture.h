@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/session/module_events.h"
-#include "host/sound/recorder.h"
+#include "host/sound/outline.h"
 
 struct PictureContent {
     std::vector<Outline> channels;

@@ -1,0 +1,96 @@
+#include "host/sound/wav_files.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "host/terminal/text.h"
+
+namespace {
+
+constexpr uint64_t MostHeaderBytes = 4096;
+static_assert(WavFiles::MostSamplesPerFile + MostHeaderBytes < UINT32_MAX);
+
+// Makes an empty file, whose name is not taken: neither a clock that is set back nor another
+// process must cost a recording. What keeps it from being made will keep it from being written.
+std::filesystem::path reservedName(const std::filesystem::path& folder, int number,
+                                   int64_t milliseconds) {
+    const std::string stem =
+        "channel" + std::to_string(number) + "-" + localTime(milliseconds, "%Y%m%d-%H%M%S");
+    std::filesystem::path name = folder / (stem + ".wav");
+    for (int copy = 2;; ++copy) {
+        const int file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (file >= 0)
+            ::close(file);
+        else if (errno == EEXIST) {
+            name = folder / (stem + "-" + std::to_string(copy) + ".wav");
+            continue;
+        }
+        return name;
+    }
+}
+
+}  // namespace
+
+WavFiles::WavFiles(std::filesystem::path folder, int channelNumber, uint64_t samplesPerFile,
+                   uint64_t mostPerFile)
+    : folder_(std::move(folder)),
+      channelNumber_(channelNumber),
+      samplesPerFile_(samplesPerFile == 0 ? mostPerFile : std::min(samplesPerFile, mostPerFile)) {}
+
+void WavFiles::append(std::span<const uint8_t> codes, int64_t milliseconds) {
+    while (!codes.empty() && failure_.empty()) {
+        if (!file_)
+            open(milliseconds);
+        if (!file_)
+            return;
+        const auto room = static_cast<size_t>(samplesPerFile_ - samplesInFile_);
+        const std::span<const uint8_t> piece = codes.first(std::min(room, codes.size()));
+        write(piece);
+        codes = codes.subspan(piece.size());
+        milliseconds += static_cast<int64_t>(piece.size()) * 1000 / SampleRate;
+    }
+}
+
+void WavFiles::open(int64_t milliseconds) {
+    path_ = reservedName(folder_, channelNumber_, milliseconds);
+    samplesInFile_ = 0;
+    SF_INFO format{};
+    format.samplerate = SampleRate;
+    format.channels = 1;
+    format.format = SF_FORMAT_WAV | SF_FORMAT_ULAW;
+    file_.reset(sf_open(path_.c_str(), SFM_WRITE, &format));
+    if (!file_)
+        return fail(sf_strerror(nullptr));
+    // The header tells the length after every frame, so that a player needs no end.
+    sf_command(file_.get(), SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
+}
+
+void WavFiles::write(std::span<const uint8_t> codes) {
+    const auto length = static_cast<sf_count_t>(codes.size());
+    const sf_count_t written = sf_write_raw(file_.get(), codes.data(), length);
+    const int error = errno;
+    if (written > 0) {
+        if (samplesInFile_ == 0 && files_++ == 0)
+            firstFile_ = path_;
+        samplesInFile_ += static_cast<uint64_t>(written);
+        samples_ += static_cast<uint64_t>(written);
+    }
+    if (written != length)
+        fail(std::strerror(error));
+    else if (samplesInFile_ == samplesPerFile_)
+        close();
+}
+
+// A file without sound would be one that no player takes.
+void WavFiles::fail(const std::string& reason) {
+    failure_ = "cannot write " + path_.string() + ": " + reason;
+    close();
+    std::error_code ignored;
+    if (samplesInFile_ == 0)
+        std::filesystem::remove(path_, ignored);
+}

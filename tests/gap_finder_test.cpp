@@ -1,0 +1,78 @@
+// Where sound is missing in a recording, and where it only came late.
+#include "host/sound/gap_finder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "host/sound/outline.h"
+
+namespace {
+
+constexpr int64_t FrameMs = 256;
+constexpr int64_t Hour = 3'600'000;
+
+struct Case {
+    const char* what;
+    double pace = 1;      // ms of the machine in which the card captures one of sound
+    int frames = 100;     // that the card captures
+    int lost = 0;         // of those, from the 40th on
+    int held = 0;         // from the 40th on, until the last is due; the next come at double speed
+    int64_t sleepMs = 0;  // of the machine, before the 40th
+    int64_t restMs = 0;   // until the end, when the last frame has come
+    Gap gap = {};
+};
+
+TEST(GapFinder, FindsTheGapsAndNoOthers) {
+    for (const Case& c : std::initializer_list<Case>{
+             {.what = "nothing happens"},
+             {.what = "a slow card", .pace = 1.01, .frames = 3000},
+             {.what = "a fast card", .pace = 0.99, .frames = 3000},
+             {.what = "late frames", .held = 8},
+             {.what = "a lost frame", .lost = 1, .gap = {40 * FrameMs, 41 * FrameMs}},
+             {.what = "lost seconds", .lost = 20, .gap = {40 * FrameMs, 60 * FrameMs}},
+             {.what = "lost and late", .lost = 3, .held = 9, .gap = {40 * FrameMs, 43 * FrameMs}},
+             {.what = "asleep", .sleepMs = Hour, .gap = {40 * FrameMs, 40 * FrameMs + Hour}},
+             {.what = "ends late", .frames = 63, .lost = 20, .gap = {40 * FrameMs, 60 * FrameMs}},
+             {.what = "a late end", .restMs = 2000},
+             {.what = "no end", .restMs = 9000, .gap = {100 * FrameMs, 99 * FrameMs + 9000}},
+         }) {
+        GapFinder finder;
+        std::vector<Gap> gaps;
+        size_t placed = 0;
+        int64_t end = 0;
+        const auto add = [&](const std::vector<Stretch>& decided) {
+            for (const Stretch& stretch : decided) {
+                placed += stretch.samples;
+                end = stretch.end;
+                if (stretch.samples == 0)
+                    gaps.push_back({stretch.begin, stretch.end});
+            }
+        };
+        size_t sent = 0;
+        int64_t arrival = 0;
+        for (int i = 0; i < c.frames; ++i) {
+            const auto due = static_cast<int64_t>(static_cast<double>(i * FrameMs) * c.pace);
+            const int64_t caughtUp =
+                c.held > 0 && i >= 40 ? (39 + c.held) * FrameMs + (i - 40) * FrameMs / 2 : 0;
+            arrival = std::max(due, caughtUp) + i * 7 % 20 + (i >= 40 ? c.sleepMs : 0);
+            if (i >= 40 && i < 40 + c.lost)
+                continue;
+            add(finder.place(2048, arrival));
+            sent += 2048;
+        }
+        add(finder.finish(arrival + c.restMs));
+        EXPECT_EQ(placed, sent) << c.what;
+        const bool isMissing = c.gap.end > 0;
+        constexpr int64_t Exactness = 50;  // as frames wander by 20 ms
+        const int64_t rest = isMissing ? std::max(c.restMs, FrameMs) : FrameMs;
+        EXPECT_LE(std::abs(end - arrival - rest), Exactness) << c.what;
+        ASSERT_EQ(gaps.size(), isMissing ? 1U : 0U) << c.what;
+        gaps.push_back(c.gap);
+        EXPECT_LE(std::abs(gaps[0].begin - c.gap.begin), Exactness) << c.what;
+        EXPECT_LE(std::abs(gaps[0].end - c.gap.end), Exactness) << c.what;
+    }
+}
+
+}  // namespace
