@@ -3,12 +3,23 @@
 
 #include <functional>
 
+using GMainLoop = struct _GMainLoop;
+
+// One in a process; the main thread's, where not said.
 class MainLoop {
   public:
-    // Runs until a signal of host/system/stop.h came or `quit` was called. Main thread.
+    MainLoop();
+    ~MainLoop();
+    MainLoop(const MainLoop&) = delete;
+    MainLoop& operator=(const MainLoop&) = delete;
+
+    // Runs until a signal came (host/system/stop.h) or `quit` was called.
     void run();
     // Any thread.
     void quit();
+
+  private:
+    GMainLoop* const loop_;
 };
 
 // Does the work on the main loop, soon. Any thread.

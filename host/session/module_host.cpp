@@ -76,7 +76,7 @@ bool ModuleHost::configure(std::string_view xml) {
     IoctlRequest request{};
     request.code = IoctlConfiguration;
     request.length = static_cast<uint32_t>(xml.size());
-    request.data = lend(xml);
+    request.data = lend(xml, 0);
     IoctlResult result{};
     ioctl_(&request, &result);
     return settle(request.data, result.accepted == 1);
@@ -85,7 +85,7 @@ bool ModuleHost::configure(std::string_view xml) {
 bool ModuleHost::play(int32_t channelId, std::span<const uint8_t> codes) {
     WriteRecord record{};
     record.length = static_cast<uint32_t>(codes.size());
-    record.data = lend({reinterpret_cast<const char*>(codes.data()), codes.size()});
+    record.data = lend({reinterpret_cast<const char*>(codes.data()), codes.size()}, channelId);
     record.targetId = channelId;
     record.type = TypeAudio;
     WriteResult result{};
@@ -98,13 +98,22 @@ BufferAccount ModuleHost::buffers() const {
     return account_;
 }
 
+size_t ModuleHost::lentSamples(int32_t channelId) const {
+    const std::lock_guard held(mutex_);
+    size_t samples = 0;
+    for (const auto& [address, loan] : loans_)
+        if (loan.channelId == channelId)
+            samples += loan.length;
+    return samples;
+}
+
 // The loan is on record before the module sees the buffer: it may hand it back at once.
-const void* ModuleHost::lend(std::string_view bytes) {
+const void* ModuleHost::lend(std::string_view bytes, int32_t channelId) {
     auto buffer = std::make_unique<uint8_t[]>(bytes.size());
     std::ranges::copy(bytes, buffer.get());
     const void* address = buffer.get();
     const std::lock_guard held(mutex_);
-    loans_.emplace(address, std::move(buffer));
+    loans_.emplace(address, Loan{std::move(buffer), channelId, bytes.size()});
     ++account_.lent;
     return address;
 }

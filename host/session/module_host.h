@@ -70,14 +70,20 @@ class ModuleHost {
     bool play(int32_t channelId, std::span<const uint8_t> codes);
     // Any thread.
     BufferAccount buffers() const;
+    // Samples lent for this output that have not come back. Any thread.
+    size_t lentSamples(int32_t channelId) const;
 
   private:
-    using Buffer = std::unique_ptr<uint8_t[]>;
+    struct Loan {
+        std::unique_ptr<uint8_t[]> buffer;
+        int32_t channelId;  // 0: a document
+        size_t length;
+    };
     template <typename Function>
     Function* resolve(const std::filesystem::path& library, const char* name) const;
     static int32_t receive(const HostMessage* message, int32_t reserved) noexcept;
     void passOn(const HostMessage& message);
-    const void* lend(std::string_view bytes);
+    const void* lend(std::string_view bytes, int32_t channelId);
     bool settle(const void* buffer, bool accepted);
     void takeBack(const void* buffer);
 
@@ -96,6 +102,6 @@ class ModuleHost {
     bool loaded_ = false;
 
     mutable std::mutex mutex_;  // guards what follows
-    std::map<const void*, Buffer> loans_;
+    std::map<const void*, Loan> loans_;
     BufferAccount account_;
 };
