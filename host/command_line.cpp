@@ -46,6 +46,7 @@ class Grammar {
     }
 
     void parse(int argc, char** argv) {
+        arguments_ = argv;
         try {
             app_.parse(argc, argv);
             if (line_.command == nullptr)
@@ -90,6 +91,13 @@ class Grammar {
         return added;
     }
 
+    // The server reads the whole command line itself.
+    void addOfServer(const char* name, const char* help) {
+        CLI::App* added = app_.add_subcommand(name, help)->prefix_command()->fallthrough(false);
+        added->set_help_flag();
+        added->callback([this] { becomeServer(arguments_); });
+    }
+
     void addCommands() {
         add("channels", "list the channels", runChannels);
         CLI::App* record = add("record", "record inputs to WAV files", runRecord);
@@ -99,6 +107,8 @@ class Grammar {
         CLI::App* send = add("send", "apply a configuration document", runSend);
         add("describe", "print the module's description", runDescribe);
         add("doctor", "examine what the module needs on this machine", runDoctor);
+        addOfServer("serve", "serve inputs and outputs on the network");
+        addOfServer("password", "set who may use the server, and by which password");
 
         constexpr const char* FromSound = "seconds from the first sound; until Ctrl-C if not given";
         addTime(*record, FromSound);
@@ -199,6 +209,7 @@ class Grammar {
         return "";
     }
 
+    char** arguments_ = nullptr;
     CommandLine& line_;
     Options& options_;
     SessionOptions& session_;

@@ -1,36 +1,14 @@
 // tamborin-host: brings the module up on a machine, lists what it finds, records and plays.
-#include <fcntl.h>
-#include <langinfo.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <clocale>
 #include <cstdio>
 #include <functional>
 
 #include "host/command_line.h"
+#include "host/system/process.h"
 #include "host/system/stop.h"
 #include "host/terminal/text.h"
 
 namespace {
-
-// A closed one would be the next file or socket that is opened, and what is written to it would go
-// there. One that cannot be used as meant makes each use fail.
-void occupyStandardStreams() {
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-        if (fcntl(stream, F_GETFD) < 0) {
-            const int flags = stream == STDIN_FILENO ? O_WRONLY : O_RDONLY;
-            [[maybe_unused]] const int opened = open("/dev/null", flags);
-        }
-}
-
-// Characters and their widths are those of the user's locale. Names are UTF-8, and so are the
-// terminals of those whose locale knows ASCII only.
-void chooseCharacters() {
-    std::setlocale(LC_CTYPE, "");
-    if (std::string_view(nl_langinfo(CODESET)) == "ANSI_X3.4-1968")
-        std::setlocale(LC_CTYPE, "C.UTF-8");
-}
 
 // Tells what goes wrong.
 int attempt(Console& console, const std::function<int()>& work) {

@@ -42,5 +42,8 @@ int runWatch(const Options& options, Console& console);
 int runSend(const Options& options, Console& console);
 // Prints the module's description.
 int runDescribe(const Options& options, Console& console);
+// Makes the process the server, tamborin-host-serve, with the arguments of main. Throws
+// std::runtime_error when that is not installed. Called before there is a thread.
+[[noreturn]] void becomeServer(char** arguments);
 // Examines what the module needs on this machine; fails when something is wrong.
 int runDoctor(const Options& options, Console& console);

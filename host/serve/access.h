@@ -20,6 +20,6 @@ struct Access {
     ObjectPointer<GTlsCertificate> certificate;  // null: without TLS
 };
 
-// Throws UsageError when the options would let strangers in, std::runtime_error when a file cannot
+// Throws MisuseError when the options would let strangers in, std::runtime_error when a file cannot
 // be used.
 Access readAccess(const ServeOptions& options);

@@ -20,6 +20,8 @@ std::optional<ChannelDescription> Hub::find(std::string_view numberOrName, bool 
     return impl_->find(numberOrName, isOutput);
 }
 
+bool Hub::mayListen(int number) const { return impl_->mayListen(number); }
+
 std::unique_ptr<Listening> Hub::listen(int number, OnServedFrame onFrame) {
     return impl_->listen(number, std::move(onFrame));
 }

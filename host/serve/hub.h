@@ -172,6 +172,8 @@ class Hub {
     // By its number, or else by its name.
     std::optional<ChannelDescription> find(std::string_view numberOrName, bool isOutput) const;
 
+    // False when there is no such input, it has no device or is kept off.
+    bool mayListen(int number) const;
     // Each captured frame of an input from now on. The first one who listens enables the input,
     // unless it is kept off. Null when there is no such input or it has no device.
     std::unique_ptr<Listening> listen(int number, OnServedFrame onFrame);

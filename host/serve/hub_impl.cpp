@@ -109,6 +109,12 @@ std::optional<ChannelDescription> HubImpl::described(int number) const {
     return std::nullopt;
 }
 
+bool HubImpl::mayListen(int number) const {
+    const auto channel = described(number);
+    const std::lock_guard held(mutex_);
+    return channel && !channel->isOutput && channel->hasDevice && !keptOff_.contains(number);
+}
+
 std::unique_ptr<Listening> HubImpl::listen(int number, OnServedFrame onFrame) {
     const auto channel = described(number);
     if (!channel || channel->isOutput || !channel->hasDevice)

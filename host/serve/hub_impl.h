@@ -44,6 +44,7 @@ class HubImpl : public std::enable_shared_from_this<HubImpl> {
     HubState state() const;
     std::string description() const { return session_.descriptionXml(); }
     std::optional<ChannelDescription> find(std::string_view numberOrName, bool isOutput) const;
+    bool mayListen(int number) const;
     std::unique_ptr<Listening> listen(int number, OnServedFrame onFrame);
     void setClients(uint64_t key, int clients);
     void endListening(uint64_t key);

@@ -3,9 +3,15 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 
 #include "host/serve/hub.h"
+
+// The options contradict each other: one line for the user, and nothing was done.
+struct MisuseError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 // Paths are absolute, or empty when not given.
 struct ServeOptions {

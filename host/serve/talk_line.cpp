@@ -17,6 +17,8 @@ constexpr size_t LastSilence = size_t{2} * SampleRate;
 constexpr size_t MostLent = size_t{2} * SampleRate;
 // A sender whose clock is fast comes no further ahead.
 constexpr size_t MostLiveAhead = size_t{3} * SampleRate;
+// No packet is shorter than this: the times of packets wander with the sender's clock.
+constexpr int64_t LeastGap = SampleRate / 100;
 // What is missing longer than this is no gap in the sound but a pause, which need not be played.
 constexpr int64_t MostGap = int64_t{2} * SampleRate;
 
@@ -59,7 +61,7 @@ bool TalkLine::put(int64_t position, std::span<const uint8_t> codes) {
     {
         const std::lock_guard held(mutex_);
         const int64_t missing = senderAhead_ ? position + *senderAhead_ - end_ : 0;
-        const auto gap = static_cast<size_t>(std::clamp<int64_t>(missing, 0, MostGap));
+        const auto gap = missing < LeastGap ? 0 : static_cast<size_t>(std::min(missing, MostGap));
         if (lent + waiting_.size() + gap + codes.size() > MostLiveAhead)
             return false;
         waiting_.insert(waiting_.end(), gap, SilenceCode);

@@ -1,0 +1,83 @@
+// tamborin-host-serve: what `tamborin-host serve` and `tamborin-host password` run.
+#include <gst/gst.h>
+
+#include <cstdio>
+
+#include "host/serve/access.h"
+#include "host/serve/ask_password.h"
+#include "host/serve/hub.h"
+#include "host/serve/main_loop.h"
+#include "host/serve/passwords.h"
+#include "host/serve/rtsp_server.h"
+#include "host/serve/serve_command_line.h"
+#include "host/system/process.h"
+#include "host/system/stop.h"
+#include "host/terminal/text.h"
+
+namespace {
+
+constexpr int Failed = 1;
+constexpr int Misused = 2;
+
+void showInputs(Console& console, const Hub& hub, const RtspServer& rtsp) {
+    for (const ChannelState& state : hub.state().channels)
+        if (!state.channel.isOutput && state.channel.hasDevice)
+            console.result(rtsp.url() + std::to_string(state.channel.number) + "  " +
+                           state.channel.name);
+}
+
+int serve(const ServeOptions& options, Console& console) {
+    const Access access = readAccess(options);
+    MainLoop loop;
+    Hub hub(options.hub, console);
+    {
+        const RtspServer rtsp(hub, options, access);
+        showInputs(console, hub, rtsp);
+        loop.run();
+    }
+    const BufferAccount account = hub.finish();
+    if (account.lent == account.returned && account.faults == 0)
+        return 0;
+    console.error("the module has not returned every buffer: " + std::to_string(account.returned) +
+                  " of " + std::to_string(account.lent));
+    return Failed;
+}
+
+int serveOrTell(const ServeCommandLine& line) {
+    gst_init(nullptr, nullptr);
+    stopOnSignals();
+    Console console(line.console);
+    try {
+        return serve(line.serve, console);
+    } catch (const MisuseError& error) {
+        console.error(error.what());
+        return Misused;
+    } catch (const ModuleLoadError& error) {
+        console.error("cannot load the module: " + std::string(error.what()) +
+                      "; name its library with --module");
+    } catch (const std::exception& error) {
+        console.error(error.what());
+    }
+    return Failed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    occupyStandardStreams();
+    chooseCharacters();
+    try {
+        const ServeCommandLine line = parseServeCommandLine(argc, argv);
+        if (line.command == ServeCommandLine::Command::Serve)
+            return serveOrTell(line);
+        if (line.command == ServeCommandLine::Command::Password)
+            setPassword(line.passwordFile, line.user, askPassword(line.user));
+        return 0;
+    } catch (const MisuseError& error) {
+        std::fprintf(stderr, "tamborin-host: %s\n", printable(error.what()).c_str());
+        return Misused;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "tamborin-host: %s\n", printable(error.what()).c_str());
+        return Failed;
+    }
+}
