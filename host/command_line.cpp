@@ -7,24 +7,14 @@
 
 #include "config/settings_path.h"
 #include "host/commands/commands.h"
+#include "host/system/programs.h"
 
 namespace {
 
-// The library beside us, as we are built, or where we are installed. Where there is no /proc to
-// tell, the dynamic linker looks for it.
-std::filesystem::path usualModule() {
-    constexpr const char* Name = "libtamborin.so";
-    std::error_code error;
-    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
-    if (error)
-        return Name;
-    const auto built = folder / Name;
-    return exists(built, error) ? built : (folder / MODULE_FROM_BINDIR / Name).lexically_normal();
-}
-
 class Grammar {
   public:
-    explicit Grammar(CommonOptions& common) : common_(common) {
+    Grammar(CommonOptions& common, int argc, char** argv)
+        : common_(common), argc_(argc), argv_(argv) {
         app_.require_subcommand(0, 1);
         app_.fallthrough();
         app_.set_version_flag("--version", TAMBORIN_VERSION);
@@ -38,9 +28,9 @@ class Grammar {
     }
 
     // Returns the chosen command; nothing when a text was asked for, which is printed then.
-    std::optional<Command> parse(int argc, char** argv) {
+    std::optional<Command> parse() {
         try {
-            app_.parse(argc, argv);
+            app_.parse(argc_, argv_);
         } catch (const CLI::Success& success) {
             app_.exit(success);
             return std::nullopt;
@@ -67,7 +57,7 @@ class Grammar {
             .addPath(app_, "--dir", common_.folder,
                      std::string("the folder of the module's settings file, ") + SettingsPath)
             .capture_default_str();
-        common_.module = usualModule();
+        common_.module = partOfTool("libtamborin.so", MODULE_FROM_BINDIR);
         app_.add_option("--module", common_.module, "the module's library")
             ->check(notEmpty())
             ->capture_default_str();
@@ -126,18 +116,20 @@ class Grammar {
     }
 
     CommonOptions& common_;
+    const int argc_;
+    char** const argv_;
     CLI::App app_{
         "Brings the audio module Tamborin up on a machine: records, plays, watches, "
         "examines.",
         "tamborin-host"};
-    CommandLine line_{app_};
+    CommandLine line_{app_, argv_};
 };
 
 }  // namespace
 
 std::optional<ParsedCommandLine> parseCommandLine(int argc, char** argv) {
     CommonOptions common;
-    const std::optional<Command> command = Grammar(common).parse(argc, argv);
+    const std::optional<Command> command = Grammar(common, argc, argv).parse();
     if (!command)
         return std::nullopt;
     return ParsedCommandLine{*command, common};

@@ -1,14 +1,12 @@
 // tamborin-host: brings the module up on a machine, lists what it finds, records and plays.
-#include <langinfo.h>
-
 #include <algorithm>
-#include <clocale>
 #include <cstdio>
 #include <functional>
 #include <optional>
 
 #include "host/command_line.h"
 #include "host/session/advice.h"
+#include "host/system/locale.h"
 #include "host/system/settings_folder.h"
 #include "host/system/standard_streams.h"
 #include "host/system/stop.h"
@@ -16,14 +14,6 @@
 #include "host/terminal/text.h"
 
 namespace {
-
-// Characters and their widths are those of the user's locale. Names are UTF-8, and so are the
-// terminals of those whose locale knows ASCII only.
-void chooseCharacters() {
-    std::setlocale(LC_CTYPE, "");
-    if (std::string_view(nl_langinfo(CODESET)) == "ANSI_X3.4-1968")
-        std::setlocale(LC_CTYPE, "C.UTF-8");
-}
 
 // Tells what goes wrong.
 int attempt(Console& console, const std::function<int()>& work) {

@@ -68,8 +68,8 @@ Command commandWith(
 // command, which keeps it in its functions.
 class CommandLine {
   public:
-    // `app` holds the whole grammar and must outlive this.
-    explicit CommandLine(CLI::App& app) : app_(app) {}
+    // `app` holds the whole grammar, `arguments` are those of main. Both must outlive this.
+    CommandLine(CLI::App& app, char** arguments) : app_(app), arguments_(arguments) {}
     CommandLine(const CommandLine&) = delete;
     CommandLine& operator=(const CommandLine&) = delete;
 
@@ -80,6 +80,9 @@ class CommandLine {
     CLI::Option& addPath(CLI::App& command, const char* name, std::filesystem::path& path,
                          const std::string& help);
 
+    // What the user has typed, as main got it.
+    char** arguments() const { return arguments_; }
+
     // Makes the declared paths absolute.
     void makePathsAbsolute();
     // The command that the user has named; nothing when there was none.
@@ -87,6 +90,7 @@ class CommandLine {
 
   private:
     CLI::App& app_;
+    char** const arguments_;
     std::optional<Command> chosen_;
     std::vector<std::filesystem::path*> paths_;
 };

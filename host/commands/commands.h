@@ -13,8 +13,11 @@ void addWatch(CommandLine& line);
 void addSend(CommandLine& line);
 void addDescribe(CommandLine& line);
 void addDoctor(CommandLine& line);
+void addServe(CommandLine& line);
+void addPassword(CommandLine& line);
 
 // In the order of --help.
 inline constexpr std::array Commands{
-    addChannels, addRecord, addPlay, addTalk, addWatch, addSend, addDescribe, addDoctor,
+    addChannels, addRecord,   addPlay,   addTalk,  addWatch,
+    addSend,     addDescribe, addDoctor, addServe, addPassword,
 };

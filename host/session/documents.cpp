@@ -24,6 +24,45 @@ const TiXmlElement* child(const TiXmlElement* parent, const char* name) {
     return parent != nullptr ? parent->FirstChildElement(name) : nullptr;
 }
 
+TiXmlElement enablingElement(const std::vector<int>& numbers, bool enabled) {
+    TiXmlElement encoder("Encoder");
+    for (const int number : numbers) {
+        TiXmlElement channel("AudioChannel");
+        channel.SetAttribute("Number", number);
+        channel.SetAttribute("Enabled", enabled ? 1 : 0);
+        encoder.InsertEndChild(channel);
+    }
+    TiXmlElement codec("Codec");
+    codec.InsertEndChild(encoder);
+    return codec;
+}
+
+TiXmlElement namingElement(int number, const std::string& name) {
+    TiXmlElement input("Input");
+    input.SetAttribute("Number", number);
+    input.SetAttribute("Name", name);
+    TiXmlElement audio("Audio");
+    audio.InsertEndChild(input);
+    return audio;
+}
+
+std::string documentOf(const std::vector<TiXmlElement>& parts, int bufferLength) {
+    TiXmlElement device("Device");
+    for (const TiXmlElement& part : parts)
+        device.InsertEndChild(part);
+    TiXmlElement devices("Devices");
+    devices.SetAttribute("ID", ModuleId);
+    if (bufferLength > 0)
+        devices.SetAttribute("BufferLength", bufferLength);
+    devices.InsertEndChild(device);
+    TiXmlElement root("Varo");
+    root.InsertEndChild(devices);
+    TiXmlPrinter printer;
+    printer.SetStreamPrinting();
+    root.Accept(&printer);
+    return printer.Str();
+}
+
 }  // namespace
 
 bool parseDescription(std::string_view xml, Description& description) {
@@ -72,26 +111,15 @@ std::optional<bool> reportedAlarm(std::string_view xml) {
 }
 
 std::string enablingDocument(const std::vector<int>& numbers, bool enabled, int bufferLength) {
-    TiXmlElement encoder("Encoder");
-    for (const int number : numbers) {
-        TiXmlElement channel("AudioChannel");
-        channel.SetAttribute("Number", number);
-        channel.SetAttribute("Enabled", enabled ? 1 : 0);
-        encoder.InsertEndChild(channel);
-    }
-    TiXmlElement codec("Codec");
-    codec.InsertEndChild(encoder);
-    TiXmlElement device("Device");
-    device.InsertEndChild(codec);
-    TiXmlElement devices("Devices");
-    devices.SetAttribute("ID", ModuleId);
-    if (bufferLength > 0)
-        devices.SetAttribute("BufferLength", bufferLength);
-    devices.InsertEndChild(device);
-    TiXmlElement root("Varo");
-    root.InsertEndChild(devices);
-    TiXmlPrinter printer;
-    printer.SetStreamPrinting();
-    root.Accept(&printer);
-    return printer.Str();
+    return documentOf({enablingElement(numbers, enabled)}, bufferLength);
+}
+
+std::string changingDocument(int number, const std::optional<std::string>& name,
+                             std::optional<bool> enabled) {
+    std::vector<TiXmlElement> parts;
+    if (name)
+        parts.push_back(namingElement(number, *name));
+    if (enabled)
+        parts.push_back(enablingElement({number}, *enabled));
+    return documentOf(parts, 0);
 }

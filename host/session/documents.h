@@ -32,3 +32,6 @@ std::optional<bool> reportedAlarm(std::string_view xml);
 
 // A configuration that enables or disables channels and, when positive, sets the buffering (ms).
 std::string enablingDocument(const std::vector<int>& numbers, bool enabled, int bufferLength);
+// One that names a channel or enables or disables it, or both.
+std::string changingDocument(int number, const std::optional<std::string>& name,
+                             std::optional<bool> enabled);

@@ -110,9 +110,18 @@ BufferAccount ModuleHost::buffers(int32_t channelId) const {
     return found == accounts_.end() ? BufferAccount{} : found->second;
 }
 
+size_t ModuleHost::lentSamples(int32_t channelId) const {
+    const std::lock_guard held(mutex_);
+    size_t samples = 0;
+    for (const auto& [address, loan] : loans_)
+        if (loan.channelId == channelId)
+            samples += loan.length;
+    return samples;
+}
+
 // The loan is on record before the module sees the buffer: it may hand it back at once.
 const void* ModuleHost::lend(std::string_view bytes, int32_t channelId) {
-    Loan loan{std::make_unique<uint8_t[]>(bytes.size()), channelId};
+    Loan loan{std::make_unique<uint8_t[]>(bytes.size()), channelId, bytes.size()};
     std::ranges::copy(bytes, loan.bytes.get());
     const void* address = loan.bytes.get();
     const std::lock_guard held(mutex_);

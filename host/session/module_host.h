@@ -73,11 +73,14 @@ class ModuleHost {
     // Of what was lent for one channel; documents have channel 0. A fault is no channel's, and is
     // counted in the account of all loans only. Any thread.
     BufferAccount buffers(int32_t channelId) const;
+    // Samples lent for this output that have not come back. Any thread.
+    size_t lentSamples(int32_t channelId) const;
 
   private:
     struct Loan {
         std::unique_ptr<uint8_t[]> bytes;
         int32_t channelId;  // 0: a document
+        size_t length;      // bytes
     };
     template <typename Function>
     Function* resolve(const std::filesystem::path& library, const char* name) const;

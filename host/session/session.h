@@ -50,6 +50,7 @@ class Session {
     BufferAccount finish();
 
     ModuleHost& module() { return module_; }
+    const ModuleHost& module() const { return module_; }
     // False once the time is up or the user has stopped the tool.
     bool running() const;
     double elapsedSeconds() const;

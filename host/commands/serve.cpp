@@ -1,0 +1,42 @@
+// Commands that another program does: the server, which small machines do without.
+#include <unistd.h>
+
+#include <cerrno>
+#include <stdexcept>
+
+#include "host/commands/commands.h"
+#include "host/system/programs.h"
+
+namespace {
+
+// Makes the process the server.
+[[noreturn]] void becomeServer(char** arguments) {
+    const auto server = partOfTool("tamborin-host-serve", LIBEXEC_FROM_BINDIR);
+    execv(server.c_str(), arguments);
+    throw std::runtime_error(errno == ENOENT
+                                 ? "this needs the server; install the package tamborin-serve"
+                                 : "cannot run " + server.string() + ": " +
+                                       std::generic_category().message(errno));
+}
+
+// The server reads the whole command line itself.
+void addOfServer(CommandLine& line, const char* name, const char* help) {
+    line.add(name, help,
+             {.needs = Command::Needs::Nothing,
+              .run = [arguments = line.arguments()](const CommonOptions&, Console&) -> int {
+                  becomeServer(arguments);
+              }})
+        .prefix_command()
+        ->fallthrough(false)
+        ->set_help_flag();
+}
+
+}  // namespace
+
+void addServe(CommandLine& line) {
+    addOfServer(line, "serve", "serve inputs and outputs on the network");
+}
+
+void addPassword(CommandLine& line) {
+    addOfServer(line, "password", "set who may use the server, and by which password");
+}

@@ -1,0 +1,289 @@
+#include "host/serve/hub_impl.h"
+
+#include <algorithm>
+
+#include "base/utf8.h"
+#include "host/session/log_lines.h"
+#include "host/terminal/end_process.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto AnswerPatience = 5s;
+
+bool isGoodName(const std::string& name) {
+    std::string sound = name;
+    makeUtf8(sound);
+    return !name.empty() && name.size() <= Hub::MostNameBytes && sound == name &&
+           std::ranges::none_of(name,
+                                [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; });
+}
+
+}  // namespace
+
+HubImpl::HubImpl(const HubOptions& options, Console& console)
+    : options_(options),
+      session_(options.session, console, endProcess, moduleListener(), LogFactLevel) {}
+
+// On the module's threads, also while this is being constructed.
+ModuleListener HubImpl::moduleListener() {
+    return {.onLog =
+                [this](int32_t level, std::string_view text) {
+                    if (ledger_.hearLog(level, text))
+                        tell(HubEvent::Log);
+                },
+            .onDocument =
+                [this](std::string_view xml, int64_t kind) {
+                    const auto event = ledger_.hearDocument(xml, kind);
+                    if (event == HubEvent::Channels)
+                        answerAsked();
+                    if (event)
+                        tell(*event);
+                },
+            .onFrame =
+                [this](const CapturedFrame& frame) {
+                    const auto served = std::make_shared<ServedFrame>();
+                    served->codes.assign(frame.codes.begin(), frame.codes.end());
+                    served->milliseconds = frame.milliseconds;
+                    ledger_.hearFrame(frame, *served);
+                    const std::lock_guard held(listenersMutex_);
+                    for (const auto& [key, listener] : listeners_)
+                        if (listener.channelId == frame.channelId)
+                            listener.onFrame(served);
+                }};
+}
+
+void HubImpl::tell(HubEvent event) {
+    const std::lock_guard held(observersMutex_);
+    for (const auto& [key, onEvent] : observers_)
+        onEvent(event);
+}
+
+std::unique_ptr<Observing> HubImpl::observe(OnHubEvent onEvent) {
+    const std::lock_guard held(observersMutex_);
+    observers_.emplace(++lastObserver_, std::move(onEvent));
+    return std::make_unique<Observing>(shared_from_this(), lastObserver_);
+}
+
+void HubImpl::endObserving(uint64_t key) {
+    const std::lock_guard held(observersMutex_);
+    observers_.erase(key);
+}
+
+HubState HubImpl::state() const {
+    HubState state = ledger_.state(session_.channels());
+    state.buffers = session_.module().buffers();
+    for (ChannelState& channel : state.channels)
+        channel.clients = channel.channel.isOutput ? 0 : clientsOf(channel.channel.number);
+    const std::lock_guard held(mutex_);
+    for (ChannelState& channel : state.channels) {
+        channel.isKeptOff = keptOff_.contains(channel.channel.number);
+        const auto line = lines_.find(channel.channel.number);
+        if (line != lines_.end())
+            channel.clients = line->second->isTaken() ? 1 : 0;
+    }
+    return state;
+}
+
+std::optional<ChannelDescription> HubImpl::find(std::string_view numberOrName,
+                                                bool isOutput) const {
+    const auto channels = session_.channels();
+    const auto search = [&](const auto& isIt) -> std::optional<ChannelDescription> {
+        for (const ChannelDescription& channel : channels)
+            if (channel.isOutput == isOutput && isIt(channel))
+                return channel;
+        return std::nullopt;
+    };
+    const auto numbered = search([&](const ChannelDescription& channel) {
+        return std::to_string(channel.number) == numberOrName;
+    });
+    return numbered ? numbered : search([&](const ChannelDescription& channel) {
+        return channel.name == numberOrName;
+    });
+}
+
+std::optional<ChannelDescription> HubImpl::described(int number) const {
+    for (const ChannelDescription& channel : session_.channels())
+        if (channel.number == number)
+            return channel;
+    return std::nullopt;
+}
+
+bool HubImpl::mayListen(int number) const {
+    const auto channel = described(number);
+    const std::lock_guard held(mutex_);
+    return channel && !channel->isOutput && channel->hasDevice && !keptOff_.contains(number);
+}
+
+std::unique_ptr<Listening> HubImpl::listen(int number, OnServedFrame onFrame) {
+    const auto channel = described(number);
+    if (!channel || channel->isOutput || !channel->hasDevice)
+        return nullptr;
+    uint64_t key = 0;
+    {
+        const std::lock_guard held(listenersMutex_);
+        key = ++lastKey_;
+        listeners_[key] = {number, channel->id, std::move(onFrame), 1};
+    }
+    adaptToClients(number);
+    return std::make_unique<Listening>(shared_from_this(), key);
+}
+
+void HubImpl::setClients(uint64_t key, int clients) {
+    int number = 0;
+    {
+        const std::lock_guard held(listenersMutex_);
+        Listener& listener = listeners_.at(key);
+        if (listener.clients == clients)
+            return;
+        listener.clients = clients;
+        number = listener.number;
+    }
+    adaptToClients(number);
+}
+
+void HubImpl::endListening(uint64_t key) {
+    int number = 0;
+    {
+        const std::lock_guard held(listenersMutex_);
+        number = listeners_.at(key).number;
+        listeners_.erase(key);
+    }
+    adaptToClients(number);
+}
+
+int HubImpl::clientsOf(int number) const {
+    const std::lock_guard held(listenersMutex_);
+    int clients = 0;
+    for (const auto& [key, listener] : listeners_)
+        clients += listener.number == number ? listener.clients : 0;
+    return clients;
+}
+
+// Enables an input that somebody wants to hear, or lets it rest.
+void HubImpl::adaptToClients(int number) {
+    const std::lock_guard asking(askMutex_);
+    const int clients = clientsOf(number);
+    const auto channel = described(number);
+    ChannelChange change;
+    {
+        const std::lock_guard held(mutex_);
+        const auto asked = askedFor_.find(number);
+        const bool isEnabled = asked != askedFor_.end() ? asked->second
+                               : channel                ? channel->enabled
+                                                        : true;
+        if (!hasEnded_ && clients > 0 && !isEnabled && !keptOff_.contains(number)) {
+            enabledForClients_.insert(number);
+            change.enabled = true;
+        } else if (!hasEnded_ && clients == 0 && options_.stopIdleInputs &&
+                   enabledForClients_.erase(number) > 0) {
+            change.enabled = false;
+        }
+    }
+    if (change.enabled)
+        ask(number, change, [](bool) {});
+    tell(HubEvent::Clients);
+}
+
+// With `askMutex_` held.
+bool HubImpl::ask(int number, const ChannelChange& change, OnApplied onApplied) {
+    {
+        const std::lock_guard held(mutex_);
+        asked_.push_back(std::move(onApplied));
+        if (change.enabled)
+            askedFor_[number] = *change.enabled;
+    }
+    if (session_.module().configure(changingDocument(number, change.name, change.enabled)))
+        return true;
+    const std::lock_guard held(mutex_);
+    asked_.pop_back();
+    return false;
+}
+
+void HubImpl::answerAsked() {
+    OnApplied onApplied;
+    {
+        const std::lock_guard held(mutex_);
+        if (asked_.empty())
+            return;
+        onApplied = std::move(asked_.front());
+        asked_.pop_front();
+        if (asked_.empty())
+            askedFor_.clear();
+    }
+    answered_.notify_all();
+    onApplied(true);
+}
+
+ChangeAnswer HubImpl::change(int number, const ChannelChange& change, OnApplied onApplied) {
+    if (!described(number))
+        return ChangeAnswer::NoSuchChannel;
+    if (change.name && !isGoodName(*change.name))
+        return ChangeAnswer::BadName;
+    const std::lock_guard asking(askMutex_);
+    {
+        const std::lock_guard held(mutex_);
+        if (hasEnded_)
+            return ChangeAnswer::Refused;
+        if (change.enabled) {
+            enabledForClients_.erase(number);
+            if (*change.enabled)
+                keptOff_.erase(number);
+            else
+                keptOff_.insert(number);
+        }
+    }
+    return ask(number, change, std::move(onApplied)) ? ChangeAnswer::Asked : ChangeAnswer::Refused;
+}
+
+TalkAnswer HubImpl::beginTalk(int number) {
+    const auto channel = described(number);
+    if (!channel || !channel->isOutput)
+        return {nullptr, TalkRefusal::NoSuchOutput};
+    if (!channel->hasDevice)
+        return {nullptr, TalkRefusal::NoDevice};
+    {
+        const std::lock_guard held(mutex_);
+        auto& line = lines_[number];
+        if (!hasEnded_ && line == nullptr)
+            line = std::make_unique<TalkLine>(session_.module(), channel->id, Hub::MostTalkAhead);
+        if (line == nullptr || !line->begin())
+            return {nullptr, TalkRefusal::Busy};
+    }
+    tell(HubEvent::Clients);
+    return {std::make_unique<Talk>(shared_from_this(), number), TalkRefusal::None};
+}
+
+void HubImpl::endTalk(int number) {
+    line(number).end();
+    tell(HubEvent::Clients);
+}
+
+TalkLine& HubImpl::line(int number) {
+    const std::lock_guard held(mutex_);
+    return *lines_.at(number);
+}
+
+BufferAccount HubImpl::finish() {
+    std::vector<int> enabled;
+    std::deque<OnApplied> unanswered;
+    {
+        const std::lock_guard held(mutex_);
+        if (!hasEnded_)
+            enabled.assign(enabledForClients_.begin(), enabledForClients_.end());
+        hasEnded_ = true;
+    }
+    for (const auto& [number, line] : lines_)  // there are no new ones any more
+        line->stop();
+    {
+        std::unique_lock held(mutex_);
+        answered_.wait_for(held, AnswerPatience, [this] { return asked_.empty(); });
+        unanswered.swap(asked_);
+    }
+    for (const OnApplied& onApplied : unanswered)
+        onApplied(false);
+    if (!enabled.empty())
+        session_.send(enablingDocument(enabled, false, 0));
+    return session_.finish();
+}

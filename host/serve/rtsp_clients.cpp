@@ -1,0 +1,103 @@
+#include "host/serve/rtsp_clients.h"
+
+#include <gst/rtsp-server/rtsp-onvif-server.h>
+
+#include <memory>
+
+namespace {
+
+constexpr const char* HubKey = "tamborin-hub";
+
+std::string decoded(std::string_view segment) {
+    const std::string text(segment);
+    const std::unique_ptr<gchar, decltype(&g_free)> plain(
+        g_uri_unescape_string(text.c_str(), nullptr), g_free);
+    return plain != nullptr ? plain.get() : "";
+}
+
+// The library asks a client for some requests, the mount points for others.
+template <typename Asked>
+gchar* makePath(Asked* asked, const GstRTSPUrl* url) {
+    const auto* hub = static_cast<const Hub*>(g_object_get_data(G_OBJECT(asked), HubKey));
+    return g_strdup(pathOfUrl(*hub, url->abspath != nullptr ? url->abspath : "").c_str());
+}
+
+GstRTSPClient* createClient(GstRTSPServer* server);
+
+// The classes are GObject's: the base's, but for one function each.
+
+void initClientClass(gpointer type, gpointer /*data*/) {
+    static_cast<GstRTSPClientClass*>(type)->make_path_from_uri = makePath<GstRTSPClient>;
+}
+
+void initMountsClass(gpointer type, gpointer /*data*/) {
+    static_cast<GstRTSPMountPointsClass*>(type)->make_path = makePath<GstRTSPMountPoints>;
+}
+
+void initServerClass(gpointer type, gpointer /*data*/) {
+    static_cast<GstRTSPServerClass*>(type)->create_client = createClient;
+}
+
+GType derived(GType parent, const char* name, GClassInitFunc init) {
+    GTypeQuery query;
+    g_type_query(parent, &query);
+    return g_type_register_static_simple(parent, name, query.class_size, init, query.instance_size,
+                                         nullptr, GTypeFlags{});
+}
+
+GType clientType() {
+    static const GType type =
+        derived(GST_TYPE_RTSP_ONVIF_CLIENT, "TamborinRtspClient", initClientClass);
+    return type;
+}
+
+GType mountsType() {
+    static const GType type =
+        derived(GST_TYPE_RTSP_MOUNT_POINTS, "TamborinRtspMounts", initMountsClass);
+    return type;
+}
+
+GType serverType() {
+    static const GType type =
+        derived(GST_TYPE_RTSP_ONVIF_SERVER, "TamborinRtspServer", initServerClass);
+    return type;
+}
+
+GstRTSPClient* createClient(GstRTSPServer* server) {
+    auto* client = static_cast<GstRTSPClient*>(g_object_new(clientType(), nullptr));
+    g_object_set_data(G_OBJECT(client), HubKey, g_object_get_data(G_OBJECT(server), HubKey));
+    const auto handOn = [&](auto* part, auto set) {
+        set(client, part);
+        if (part != nullptr)
+            g_object_unref(part);
+    };
+    handOn(gst_rtsp_server_get_session_pool(server), gst_rtsp_client_set_session_pool);
+    handOn(gst_rtsp_server_get_mount_points(server), gst_rtsp_client_set_mount_points);
+    handOn(gst_rtsp_server_get_auth(server), gst_rtsp_client_set_auth);
+    handOn(gst_rtsp_server_get_thread_pool(server), gst_rtsp_client_set_thread_pool);
+    return client;
+}
+
+}  // namespace
+
+GstRTSPServer* newRtspServer(const Hub& hub) {
+    auto* server = static_cast<GstRTSPServer*>(g_object_new(serverType(), nullptr));
+    auto* mounts = static_cast<GstRTSPMountPoints*>(g_object_new(mountsType(), nullptr));
+    gst_rtsp_server_set_mount_points(server, mounts);
+    for (gpointer object : {gpointer{server}, gpointer{mounts}})
+        g_object_set_data(G_OBJECT(object), HubKey, const_cast<Hub*>(&hub));
+    g_object_unref(mounts);
+    return server;
+}
+
+std::string mountPath(int number) { return "/" + std::to_string(number); }
+
+std::string pathOfUrl(const Hub& hub, std::string_view urlPath) {
+    const std::string_view path = urlPath.substr(urlPath.starts_with('/') ? 1 : 0);
+    const size_t end = std::min(path.find('/'), path.size());
+    const auto input = hub.find(decoded(path.substr(0, end)), false);
+    std::string rest(path.substr(end));
+    while (rest.ends_with('/'))
+        rest.pop_back();
+    return (input ? mountPath(input->number) : "/-") + rest;
+}

@@ -1,0 +1,176 @@
+#include "host/serve/rtsp_feed.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "host/session/sound_format.h"
+#include "host/system/steady_time.h"
+
+// 32 ms are an eighth of a frame: a packet never waits for the next frame.
+const char* const CaptureLaunch =
+    "( appsrc name=source is-live=true format=time caps=audio/x-mulaw,rate=8000,channels=1 "
+    "max-buffers=16 max-bytes=0 max-time=0 leaky-type=downstream ! "
+    "rtppcmupay name=pay0 pt=0 min-ptime=32000000 max-ptime=32000000 )";
+const char* const BackchannelLaunch =
+    "( capsfilter name=depay_backchannel caps=\"application/x-rtp, media=(string)audio, "
+    "payload=(int)0, clock-rate=(int)8000, encoding-name=(string)PCMU\" ! rtppcmudepay ! "
+    "appsink name=sink sync=false async=false max-buffers=64 drop=true )";
+
+namespace {
+
+constexpr const char* FeedKey = "tamborin-feed";
+constexpr int64_t MostAge = 5000;  // ms, of a frame when it comes; more means that a clock was set
+
+// The pipeline's time begins so much before it starts, as the first frame was captured before.
+constexpr GstClockTime TimeAhead = 2 * MostAge * GST_MSECOND;
+
+void beginTimeEarlier(GstElement* pipeline) {
+    const ObjectPointer<GstClock> clock(gst_system_clock_obtain());
+    gst_pipeline_use_clock(GST_PIPELINE(pipeline), clock.get());
+    gst_element_set_start_time(pipeline, GST_CLOCK_TIME_NONE);
+    gst_element_set_base_time(pipeline, gst_clock_get_time(clock.get()) - TimeAhead);
+}
+
+// Lets the sender's reports tell when the sound was captured, not when it was sent.
+void tellCaptureTime(GstBin* /*pipeline*/, GstElement* element, gpointer /*data*/) {
+    if (g_str_has_prefix(GST_ELEMENT_NAME(element), "rtpbin"))
+        g_object_set(element, "rtcp-sync-send-time", FALSE, nullptr);
+}
+
+GstBuffer* bufferOf(const FramePointer& frame) {
+    auto owner = std::make_unique<FramePointer>(frame);
+    const size_t size = frame->codes.size();
+    return gst_buffer_new_wrapped_full(
+        GST_MEMORY_FLAG_READONLY, const_cast<uint8_t*>(frame->codes.data()), size, 0, size,
+        owner.release(), [](gpointer data) { delete static_cast<FramePointer*>(data); });
+}
+
+}  // namespace
+
+void RtspFeeds::add(RtspFeed& feed) {
+    const std::lock_guard held(mutex_);
+    feeds_.insert(&feed);
+    if (hasEnded_)
+        feed.end();
+}
+
+void RtspFeeds::remove(RtspFeed& feed) {
+    const std::lock_guard held(mutex_);
+    feeds_.erase(&feed);
+}
+
+void RtspFeeds::end() {
+    const std::lock_guard held(mutex_);
+    hasEnded_ = true;
+    for (RtspFeed* feed : feeds_)
+        feed->end();
+}
+
+void RtspFeed::attach(GstRTSPMediaFactory* /*factory*/, GstRTSPMedia* medium, gpointer input) {
+    auto feed = std::make_unique<RtspFeed>(*static_cast<const RtspInput*>(input), medium);
+    g_signal_connect(medium, "unprepared", G_CALLBACK(+[](GstRTSPMedia* ended, gpointer) {
+                         if (RtspFeed* found = of(ended))
+                             found->end();
+                     }),
+                     nullptr);
+    g_object_set_data_full(G_OBJECT(medium), FeedKey, feed.release(),
+                           [](gpointer data) { delete static_cast<RtspFeed*>(data); });
+}
+
+RtspFeed* RtspFeed::of(GstRTSPMedia* medium) {
+    return static_cast<RtspFeed*>(g_object_get_data(G_OBJECT(medium), FeedKey));
+}
+
+RtspFeed::RtspFeed(RtspInput input, GstRTSPMedia* medium)
+    : input_(std::move(input)), source_([medium] {
+          const ObjectPointer<GstElement> bin(gst_rtsp_media_get_element(medium));
+          return gst_bin_get_by_name(GST_BIN(bin.get()), "source");
+      }()) {
+    const ObjectPointer<GstElement> bin(gst_rtsp_media_get_element(medium));
+    const ObjectPointer<GstElement> pipeline(
+        GST_ELEMENT(gst_object_get_parent(GST_OBJECT(bin.get()))));
+    beginTimeEarlier(pipeline.get());
+    g_signal_connect(pipeline.get(), "element-added", G_CALLBACK(tellCaptureTime), nullptr);
+    sink_.reset(gst_bin_get_by_name(GST_BIN(bin.get()), "sink"));
+    if (sink_ != nullptr) {
+        GstAppSinkCallbacks callbacks{};
+        callbacks.new_sample = [](GstAppSink* sink, gpointer self) {
+            return static_cast<RtspFeed*>(self)->take(gst_app_sink_pull_sample(sink));
+        };
+        gst_app_sink_set_callbacks(GST_APP_SINK(sink_.get()), &callbacks, this, nullptr);
+    }
+    listening_ =
+        input_.hub.listen(input_.number, [this](const FramePointer& frame) { give(frame); });
+    input_.feeds->add(*this);
+}
+
+RtspFeed::~RtspFeed() {
+    input_.feeds->remove(*this);
+    end();
+}
+
+void RtspFeed::end() {
+    if (sink_ != nullptr) {
+        GstAppSinkCallbacks none{};
+        gst_app_sink_set_callbacks(GST_APP_SINK(sink_.get()), &none, nullptr, nullptr);
+    }
+    std::unique_ptr<Listening> listening;
+    std::unique_ptr<Talk> talk;
+    {
+        const std::lock_guard held(mutex_);
+        listening.swap(listening_);
+        talk.swap(talk_);
+    }
+}
+
+void RtspFeed::setClients(int clients) {
+    const std::lock_guard held(mutex_);
+    if (listening_ != nullptr)
+        listening_->setClients(clients);
+}
+
+// On the module's thread. RTP counts samples, and only after a gap it goes by the time again, but
+// not back. The queue never waits: when it is full its oldest frame is dropped.
+void RtspFeed::give(const FramePointer& frame) {
+    const ObjectPointer<GstClock> clock(gst_element_get_clock(source_.get()));
+    if (clock == nullptr)
+        return;
+    const auto now = static_cast<int64_t>(gst_clock_get_time(clock.get()) -
+                                          gst_element_get_base_time(source_.get()));
+    const int64_t age = std::clamp<int64_t>(clockMilliseconds() - frame->milliseconds, 0, MostAge);
+    GstBuffer* buffer = bufferOf(frame);
+    const int64_t captured = std::max<int64_t>(0, now - age * int64_t{GST_MSECOND});
+    GST_BUFFER_PTS(buffer) = static_cast<GstClockTime>(captured);
+    GST_BUFFER_DURATION(buffer) =
+        gst_util_uint64_scale(frame->codes.size(), GST_SECOND, SampleRate);
+    if (frame->followsGap && captured > soundEnd_) {
+        GST_BUFFER_FLAG_SET(buffer, GST_BUFFER_FLAG_DISCONT);
+        soundEnd_ = captured;
+    }
+    soundEnd_ += static_cast<int64_t>(GST_BUFFER_DURATION(buffer));
+    gst_app_src_push_buffer(GST_APP_SRC(source_.get()), buffer);
+}
+
+bool RtspFeed::takeOutput() {
+    const std::lock_guard held(mutex_);
+    if (talk_ == nullptr && input_.talkOutput)
+        talk_ = input_.hub.beginTalk(*input_.talkOutput).talk;
+    return talk_ != nullptr;
+}
+
+GstFlowReturn RtspFeed::take(GstSample* sample) {
+    if (sample == nullptr)
+        return GST_FLOW_EOS;
+    GstBuffer* buffer = gst_sample_get_buffer(sample);
+    GstMapInfo map{};
+    if (GST_BUFFER_PTS_IS_VALID(buffer) && gst_buffer_map(buffer, &map, GST_MAP_READ) != FALSE) {
+        const auto position = static_cast<int64_t>(
+            gst_util_uint64_scale_round(GST_BUFFER_PTS(buffer), SampleRate, GST_SECOND));
+        const std::lock_guard held(mutex_);
+        if (talk_ != nullptr)
+            talk_->put(position, {map.data, map.size});
+        gst_buffer_unmap(buffer, &map);
+    }
+    gst_sample_unref(sample);
+    return GST_FLOW_OK;
+}

@@ -1,0 +1,224 @@
+#include "host/serve/rtsp_server.h"
+
+#include <gst/rtsp-server/rtsp-onvif-server.h>
+#include <sys/socket.h>
+
+#include <map>
+
+#include "host/serve/rtsp_clients.h"
+
+namespace {
+
+constexpr guint MostClients = 200;       // connections, and as many sessions
+constexpr guint MostBodyBytes = 4096;    // of a request
+constexpr guint SessionTimeout = 30;     // s, without a sign of life
+constexpr gint AfterSession = 10;        // s, that a connection lives without a session
+constexpr guint HouseInterval = 1000;    // ms
+constexpr gint SendBufferBytes = 16384;  // of a connection: two seconds; a client who takes nothing
+                                         // is found out when it and the library's queue are full
+constexpr guint JitterLatency = 100;     // ms, for what clients say
+constexpr guint FirstUdpPort = 50000;
+constexpr guint LastUdpPort = 50999;
+constexpr const char* Role = "user";
+
+std::optional<int> outputToTalkTo(const Hub& hub, const std::string& named) {
+    if (!named.empty()) {
+        const auto output = hub.find(named, true);
+        if (!output || !output->hasDevice)
+            throw std::runtime_error("there is no output '" + named +
+                                     "' with a device; 'tamborin-host channels' lists them");
+        return output->number;
+    }
+    for (const ChannelState& state : hub.state().channels)
+        if (state.channel.isOutput && state.channel.hasDevice)
+            return state.channel.number;
+    return std::nullopt;
+}
+
+// Sound goes and comes where the requests do.
+void bindSound(GstRTSPMediaFactory* factory, const std::string& address) {
+    const ObjectPointer<GInetAddress> parsed(g_inet_address_new_from_string(address.c_str()));
+    if (g_inet_address_get_is_any(parsed.get()) != FALSE)
+        return;
+    const ObjectPointer<GstRTSPAddressPool> pool(gst_rtsp_address_pool_new());
+    gst_rtsp_address_pool_add_range(pool.get(), address.c_str(), address.c_str(), FirstUdpPort,
+                                    LastUdpPort, 0);
+    gst_rtsp_media_factory_set_address_pool(factory, pool.get());
+}
+
+// A backchannel is the stream that goes into the medium.
+GstRTSPStatusCode beforeSetup(GstRTSPClient* /*client*/, GstRTSPContext* context,
+                              gpointer /*data*/) {
+    const ObjectPointer<GstPad> in(gst_rtsp_stream_get_sinkpad(context->stream));
+    if (in == nullptr)
+        return GST_RTSP_STS_OK;
+    RtspFeed* feed = RtspFeed::of(context->media);
+    return feed != nullptr && feed->takeOutput() ? GST_RTSP_STS_OK
+                                                 : GST_RTSP_STS_SERVICE_UNAVAILABLE;
+}
+
+}  // namespace
+
+RtspServer::RtspServer(Hub& hub, const ServeOptions& options, const Access& access)
+    : hub_(hub),
+      options_(options),
+      hasTls_(access.certificate != nullptr),
+      server_(newRtspServer(hub)),
+      sessions_(gst_rtsp_session_pool_new()) {
+    gst_rtsp_server_set_address(server_.get(), options.listenAddress.c_str());
+    gst_rtsp_server_set_service(server_.get(), std::to_string(options.rtspPort).c_str());
+    gst_rtsp_server_set_backlog(server_.get(), MostClients);
+    gst_rtsp_server_set_content_length_limit(server_.get(), MostBodyBytes);
+    gst_rtsp_session_pool_set_max_sessions(sessions_.get(), MostClients);
+    gst_rtsp_server_set_session_pool(server_.get(), sessions_.get());
+    // A thread for each client: one who waits for an input to start keeps nobody else waiting.
+    const ObjectPointer<GstRTSPThreadPool> threads(gst_rtsp_thread_pool_new());
+    gst_rtsp_thread_pool_set_max_threads(threads.get(), -1);
+    gst_rtsp_server_set_thread_pool(server_.get(), threads.get());
+    guard(access);
+    const auto talkOutput = outputToTalkTo(hub, options.talkOutput);
+    for (const ChannelState& state : hub.state().channels)
+        if (!state.channel.isOutput)
+            mount(state.channel, talkOutput);
+    g_signal_connect(server_.get(), "client-connected",
+                     G_CALLBACK(+[](GstRTSPServer*, GstRTSPClient* client, gpointer self) {
+                         static_cast<RtspServer*>(self)->welcome(client);
+                     }),
+                     this);
+    listen();
+}
+
+void RtspServer::listen() {
+    listening_ = gst_rtsp_server_attach(server_.get(), nullptr);
+    if (listening_ == 0)
+        throw std::runtime_error("cannot listen for RTSP on " + options_.listenAddress + " port " +
+                                 std::to_string(options_.rtspPort) +
+                                 "; is it in use? choose another with --rtsp-port");
+    housekeeping_ = g_timeout_add(
+        HouseInterval,
+        [](gpointer self) -> gboolean {
+            static_cast<RtspServer*>(self)->keepHouse();
+            return G_SOURCE_CONTINUE;
+        },
+        this);
+}
+
+RtspServer::~RtspServer() {
+    g_source_remove(housekeeping_);
+    g_source_remove(listening_);
+    feeds_->end();
+    gst_rtsp_server_client_filter(
+        server_.get(), [](auto...) { return GST_RTSP_FILTER_REMOVE; }, nullptr);
+    gst_rtsp_session_pool_filter(
+        sessions_.get(), [](auto...) { return GST_RTSP_FILTER_REMOVE; }, nullptr);
+}
+
+std::string RtspServer::url() const {
+    const bool isV6 = options_.listenAddress.find(':') != std::string::npos;
+    return (hasTls_ ? "rtsps://" : "rtsp://") +
+           (isV6 ? "[" + options_.listenAddress + "]" : options_.listenAddress) + ":" +
+           std::to_string(gst_rtsp_server_get_bound_port(server_.get())) + "/";
+}
+
+void RtspServer::guard(const Access& access) {
+    if (!access.passwords && access.certificate == nullptr)
+        return;
+    const ObjectPointer<GstRTSPAuth> auth(gst_rtsp_auth_new());
+    if (access.certificate != nullptr)
+        gst_rtsp_auth_set_tls_certificate(auth.get(), access.certificate.get());
+    GstRTSPToken* token =
+        gst_rtsp_token_new(GST_RTSP_TOKEN_MEDIA_FACTORY_ROLE, G_TYPE_STRING, Role, nullptr);
+    bool isGuarded = true;
+    if (access.passwords) {
+        gst_rtsp_auth_set_supported_methods(auth.get(), GST_RTSP_AUTH_DIGEST);
+        gst_rtsp_auth_set_realm(auth.get(), access.passwords->realm.c_str());
+        isGuarded =
+            gst_rtsp_auth_parse_htdigest(auth.get(), options_.passwords.c_str(), token) != FALSE;
+    } else {
+        gst_rtsp_auth_set_default_token(auth.get(), token);
+    }
+    gst_rtsp_token_unref(token);
+    if (!isGuarded)
+        throw std::runtime_error("the password file has changed while it was read");
+    gst_rtsp_server_set_auth(server_.get(), auth.get());
+}
+
+void RtspServer::mount(const ChannelDescription& input, std::optional<int> talkOutput) {
+    inputs_.push_back(
+        std::make_unique<RtspInput>(RtspInput{hub_, input.number, talkOutput, feeds_}));
+    GstRTSPMediaFactory* factory = gst_rtsp_onvif_media_factory_new();
+    gst_rtsp_media_factory_set_media_gtype(factory, GST_TYPE_RTSP_ONVIF_MEDIA);
+    gst_rtsp_media_factory_set_launch(factory, CaptureLaunch);
+    if (talkOutput)
+        gst_rtsp_onvif_media_factory_set_backchannel_launch(GST_RTSP_ONVIF_MEDIA_FACTORY(factory),
+                                                            BackchannelLaunch);
+    // All who only listen share one medium.
+    gst_rtsp_media_factory_set_shared(factory, TRUE);
+    gst_rtsp_media_factory_set_protocols(
+        factory,
+        static_cast<GstRTSPLowerTrans>(GST_RTSP_LOWER_TRANS_UDP | GST_RTSP_LOWER_TRANS_TCP));
+    gst_rtsp_media_factory_set_latency(factory, JitterLatency);
+    bindSound(factory, options_.listenAddress);
+    gst_rtsp_media_factory_add_role(factory, Role, GST_RTSP_PERM_MEDIA_FACTORY_ACCESS,
+                                    G_TYPE_BOOLEAN, TRUE, GST_RTSP_PERM_MEDIA_FACTORY_CONSTRUCT,
+                                    G_TYPE_BOOLEAN, TRUE, nullptr);
+    g_signal_connect(factory, "media-configure", G_CALLBACK(RtspFeed::attach),
+                     inputs_.back().get());
+    const ObjectPointer<GstRTSPMountPoints> mounts(gst_rtsp_server_get_mount_points(server_.get()));
+    gst_rtsp_mount_points_add_factory(mounts.get(), mountPath(input.number).c_str(), factory);
+}
+
+// On the main thread, before the client's first request.
+void RtspServer::welcome(GstRTSPClient* client) {
+    GSocket* socket = gst_rtsp_connection_get_write_socket(gst_rtsp_client_get_connection(client));
+    g_socket_set_option(socket, SOL_SOCKET, SO_SNDBUF, SendBufferBytes, nullptr);
+    g_object_set(client, "post-session-timeout", AfterSession, nullptr);
+    g_signal_connect(client, "pre-setup-request", G_CALLBACK(beforeSetup), nullptr);
+    g_signal_connect(client, "pre-describe-request",
+                     G_CALLBACK(+[](GstRTSPClient*, GstRTSPContext* context, gpointer hub) {
+                         const Hub& served = *static_cast<const Hub*>(hub);
+                         const std::string path = pathOfUrl(served, context->uri->abspath);
+                         const auto input = served.find(path.substr(1), false);
+                         return input && !served.mayListen(input->number)
+                                    ? GST_RTSP_STS_SERVICE_UNAVAILABLE
+                                    : GST_RTSP_STS_OK;
+                     }),
+                     &hub_);
+    g_signal_connect(client, "new-session",
+                     G_CALLBACK(+[](GstRTSPClient*, GstRTSPSession* session, gpointer) {
+                         gst_rtsp_session_set_timeout(session, SessionTimeout);
+                     }),
+                     nullptr);
+    GList* clients = gst_rtsp_server_client_filter(server_.get(), nullptr, nullptr);
+    if (g_list_length(clients) > MostClients)
+        g_idle_add_full(
+            G_PRIORITY_DEFAULT,
+            [](gpointer closed) -> gboolean {
+                gst_rtsp_client_close(GST_RTSP_CLIENT(closed));
+                return G_SOURCE_REMOVE;
+            },
+            g_object_ref(client), g_object_unref);
+    g_list_free_full(clients, g_object_unref);
+}
+
+// Drops those who gave no sign of life, and counts the others.
+void RtspServer::keepHouse() {
+    gst_rtsp_session_pool_cleanup(sessions_.get());
+    std::map<RtspFeed*, int> clients;
+    GList* sessions = gst_rtsp_session_pool_filter(sessions_.get(), nullptr, nullptr);
+    std::vector<ObjectPointer<GstRTSPMedia>> media;
+    for (GList* each = sessions; each != nullptr; each = each->next) {
+        GList* parts = gst_rtsp_session_filter(GST_RTSP_SESSION(each->data), nullptr, nullptr);
+        for (GList* part = parts; part != nullptr; part = part->next) {
+            GstRTSPMedia* medium =
+                gst_rtsp_session_media_get_media(GST_RTSP_SESSION_MEDIA(part->data));
+            media.emplace_back(GST_RTSP_MEDIA(g_object_ref(medium)));
+            if (RtspFeed* feed = RtspFeed::of(medium))
+                ++clients[feed];
+        }
+        g_list_free_full(parts, g_object_unref);
+    }
+    g_list_free_full(sessions, g_object_unref);
+    for (const auto& [feed, count] : clients)
+        feed->setClients(count);
+}

@@ -1,0 +1,44 @@
+// The inputs as RTSP sources, rtsp://ADDRESS:PORT/CHANNEL, with an ONVIF backchannel to an output.
+#pragma once
+
+#include <gst/rtsp-server/rtsp-server.h>
+
+#include <memory>
+#include <vector>
+
+#include "host/serve/access.h"
+#include "host/serve/hub.h"
+#include "host/serve/rtsp_feed.h"
+#include "host/serve/serve_options.h"
+
+// Main thread; its clients have threads of their own.
+class RtspServer {
+  public:
+    // Serves on the main loop until it is destroyed. Throws std::runtime_error. The hub outlives
+    // it.
+    RtspServer(Hub& hub, const ServeOptions& options, const Access& access);
+    // Sends all clients away.
+    ~RtspServer();
+    RtspServer(const RtspServer&) = delete;
+    RtspServer& operator=(const RtspServer&) = delete;
+
+    // "rtsp://127.0.0.1:8554/".
+    std::string url() const;
+
+  private:
+    void mount(const ChannelDescription& input, std::optional<int> talkOutput);
+    void listen();
+    void guard(const Access& access);
+    void welcome(GstRTSPClient* client);
+    void keepHouse();
+
+    Hub& hub_;
+    const ServeOptions& options_;
+    const bool hasTls_;
+    const ObjectPointer<GstRTSPServer> server_;
+    const ObjectPointer<GstRTSPSessionPool> sessions_;
+    const std::shared_ptr<RtspFeeds> feeds_ = std::make_shared<RtspFeeds>();
+    std::vector<std::unique_ptr<RtspInput>> inputs_;
+    guint listening_ = 0;
+    guint housekeeping_ = 0;
+};

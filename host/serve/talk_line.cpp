@@ -1,0 +1,140 @@
+#include "host/serve/talk_line.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "host/session/sound_format.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr uint8_t SilenceCode = 0xFF;
+constexpr auto Interval = 50ms;  // of looks at what the module has left
+// A device asks for three blocks at once when it starts. One more has to be there always, and one
+// makes up for packets that come late.
+constexpr size_t FirstSilence = 5 * BlockSamples;
+constexpr size_t LastSilence = size_t{2} * SampleRate;
+constexpr size_t MostLent = size_t{2} * SampleRate;
+// A sender whose clock is fast comes no further ahead.
+constexpr size_t MostLiveAhead = size_t{3} * SampleRate;
+// No packet is shorter than this: the times of packets wander with the sender's clock.
+constexpr int64_t LeastGap = SampleRate / 100;
+// What is missing longer than this is no gap in the sound but a pause, which need not be played.
+constexpr int64_t MostGap = int64_t{2} * SampleRate;
+
+}  // namespace
+
+TalkLine::TalkLine(ModuleHost& module, int32_t channelId, size_t mostAhead)
+    : module_(module), channelId_(channelId), mostAhead_(mostAhead), thread_([this] { run(); }) {}
+
+void TalkLine::stop() {
+    {
+        const std::lock_guard held(mutex_);
+        isEnding_ = true;
+    }
+    wake_.notify_one();
+    if (thread_.joinable())
+        thread_.join();
+}
+
+bool TalkLine::begin() {
+    const std::lock_guard held(mutex_);
+    if (isTaken_ || isEnding_)
+        return false;
+    isTaken_ = true;
+    senderAhead_.reset();
+    return true;
+}
+
+void TalkLine::end() {
+    const std::lock_guard held(mutex_);
+    isTaken_ = false;
+}
+
+bool TalkLine::isTaken() const {
+    const std::lock_guard held(mutex_);
+    return isTaken_;
+}
+
+bool TalkLine::put(int64_t position, std::span<const uint8_t> codes) {
+    const size_t lent = module_.lentSamples(channelId_);
+    {
+        const std::lock_guard held(mutex_);
+        const int64_t missing = senderAhead_ ? position + *senderAhead_ - end_ : 0;
+        const auto gap = missing < LeastGap ? 0 : static_cast<size_t>(std::min(missing, MostGap));
+        if (lent + waiting_.size() + gap + codes.size() > MostLiveAhead)
+            return false;
+        waiting_.insert(waiting_.end(), gap, SilenceCode);
+        waiting_.insert(waiting_.end(), codes.begin(), codes.end());
+        end_ += static_cast<int64_t>(gap);
+        senderAhead_ = end_ - position;
+        end_ += static_cast<int64_t>(codes.size());
+    }
+    wake_.notify_one();
+    return true;
+}
+
+bool TalkLine::append(std::span<const uint8_t> codes) {
+    {
+        const std::lock_guard held(mutex_);
+        if (waiting_.size() + codes.size() > mostAhead_)
+            return false;
+        waiting_.insert(waiting_.end(), codes.begin(), codes.end());
+        end_ += static_cast<int64_t>(codes.size());
+    }
+    wake_.notify_one();
+    return true;
+}
+
+size_t TalkLine::room() const {
+    const std::lock_guard held(mutex_);
+    return mostAhead_ - std::min(mostAhead_, waiting_.size());
+}
+
+void TalkLine::run() {
+    std::unique_lock held(mutex_);
+    while (!isEnding_) {
+        wake_.wait(held, [this] { return isEnding_ || !waiting_.empty(); });
+        if (isEnding_)
+            return;
+        waiting_.insert(waiting_.begin(), FirstSilence, SilenceCode);
+        bool sounding = true;
+        while (sounding && !isEnding_) {
+            held.unlock();
+            sounding = writeSome();
+            held.lock();
+            wake_.wait_for(held, Interval, [this] { return isEnding_; });
+        }
+    }
+}
+
+// False once the end of the last talk has been pushed through the device.
+bool TalkLine::writeSome() {
+    for (size_t lent = module_.lentSamples(channelId_); lent < MostLent;) {
+        std::vector<uint8_t> block = nextBlock();
+        if (block.empty() && lent < BlockSamples) {
+            const std::lock_guard held(mutex_);
+            if (!isTaken_ && silenceSinceTalk_ >= LastSilence)
+                return false;
+            block.assign(BlockSamples, SilenceCode);
+            end_ += static_cast<int64_t>(BlockSamples);
+            silenceSinceTalk_ += BlockSamples;
+        }
+        if (block.empty() || !module_.play(channelId_, block))
+            return true;
+        lent += block.size();
+    }
+    return true;
+}
+
+std::vector<uint8_t> TalkLine::nextBlock() {
+    const std::lock_guard held(mutex_);
+    const auto length =
+        static_cast<std::ptrdiff_t>(std::min(waiting_.size(), size_t{BlockSamples}));
+    std::vector<uint8_t> block(waiting_.begin(), waiting_.begin() + length);
+    waiting_.erase(waiting_.begin(), waiting_.begin() + length);
+    if (length > 0)
+        silenceSinceTalk_ = 0;
+    return block;
+}
