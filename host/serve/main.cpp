@@ -5,6 +5,7 @@
 
 #include "host/serve/access.h"
 #include "host/serve/ask_password.h"
+#include "host/serve/http_server.h"
 #include "host/serve/hub.h"
 #include "host/serve/main_loop.h"
 #include "host/serve/passwords.h"
@@ -32,7 +33,9 @@ int serve(const ServeOptions& options, Console& console) {
     Hub hub(options.hub, console);
     {
         const RtspServer rtsp(hub, options, access);
+        const HttpServer http(hub, options, access);
         showInputs(console, hub, rtsp);
+        console.result(http.url() + "  the page");
         loop.run();
     }
     const BufferAccount account = hub.finish();
