@@ -36,6 +36,13 @@ std::string headOf(SoupServerMessage* message, unsigned status, const char* type
     return head + "\r\n";
 }
 
+bool hasBody(SoupServerMessage* message) {
+    SoupMessageHeaders* const headers = soup_server_message_get_request_headers(message);
+    const char* const length = soup_message_headers_get_one(headers, "Content-Length");
+    return soup_message_headers_get_one(headers, "Transfer-Encoding") != nullptr ||
+           (length != nullptr && std::string_view(length) != "0");
+}
+
 // The steal waits for the main loop, as the server is about to go on with the message.
 void steal(SoupServerMessage* message, size_t mostWaiting,
            std::function<void(const std::shared_ptr<ClientStream>&)> onTaken) {
@@ -78,10 +85,7 @@ void answerError(SoupServerMessage* message, unsigned status, const std::string&
 }
 
 void refuse(SoupServerMessage* message, unsigned status, const std::string& sentence) {
-    SoupMessageHeaders* const headers = soup_server_message_get_request_headers(message);
-    const bool hasBody = soup_message_headers_get_one(headers, "Transfer-Encoding") != nullptr ||
-                         soup_message_headers_get_content_length(headers) > 0;
-    if (!hasBody)
+    if (!hasBody(message))
         return answerError(message, status, sentence);
     const std::string text =
         headOf(message, status, "application/json") + asText({{"error", sentence}}) + "\n";
@@ -104,6 +108,7 @@ void takeOver(SoupServerMessage* message, const char* type, size_t mostWaiting,
 
 PausedRequest::PausedRequest(SoupServerMessage* message)
     : message_(static_cast<SoupServerMessage*>(g_object_ref(message))) {
+    soup_server_message_set_status(message, SOUP_STATUS_OK, nullptr);  // it is no WebSocket's
     soup_server_message_pause(message);
     handler_ =
         g_signal_connect(message, "finished", G_CALLBACK(+[](SoupServerMessage*, gpointer self) {

@@ -36,15 +36,11 @@ HttpServer::HttpServer(Hub& hub, const ServeOptions& options, const Access& acce
                          static_cast<HttpServer*>(self)->prepare(message);
                      }),
                      this);
-    soup_server_add_early_handler(
-        server_.get(), "/",
-        [](SoupServer*, SoupServerMessage* message, const char* path, GHashTable*, gpointer self) {
-            static_cast<HttpServer*>(self)->onHeaders(message, path);
-        },
-        this, nullptr);
     soup_server_add_handler(
         server_.get(), "/",
         [](SoupServer*, SoupServerMessage* message, const char* path, GHashTable*, gpointer self) {
+            if (const auto connection = Connections::of(message))
+                connection->allow(AnswerTime);
             static_cast<HttpServer*>(self)->api_.onRequest(message, path);
         },
         this, nullptr);
@@ -81,19 +77,24 @@ void HttpServer::prepare(SoupServerMessage* message) {
         return;
     connection->setIdle(true);
     connection->allow(Connections::RequestTime);
-    g_signal_connect(message, "got-headers", G_CALLBACK(+[](SoupServerMessage* known, gpointer) {
-                         if (soup_server_message_get_status(known) == SOUP_STATUS_UNAUTHORIZED)
-                             answerError(known, SOUP_STATUS_UNAUTHORIZED,
-                                         "A user's name and password are needed.");
-                     }),
-                     nullptr);
+    // Behind the server's own, which has asked for the password by then. (It has early handlers for
+    // this, but does not call them for whom it has asked.)
+    g_signal_connect_after(message, "got-headers",
+                           G_CALLBACK(+[](SoupServerMessage* known, gpointer self) {
+                               static_cast<HttpServer*>(self)->onHeaders(known);
+                           }),
+                           this);
 }
 
-void HttpServer::onHeaders(SoupServerMessage* message, const char* path) {
-    if (const auto connection = Connections::of(message)) {
+void HttpServer::onHeaders(SoupServerMessage* message) {
+    const unsigned status = soup_server_message_get_status(message);
+    if (status == SOUP_STATUS_UNAUTHORIZED)
+        return refuse(message, status, "A user's name and password are needed.");
+    if (status != 0)
+        return;
+    const char* const path = g_uri_get_path(soup_server_message_get_uri(message));
+    if (const auto connection = Connections::of(message))
         connection->setIdle(false);
-        connection->allow(AnswerTime);
-    }
     const GateRefusal refusal =
         checkGate(message, passwords_.has_value(), std::string_view(path) == "/");
     if (refusal.status != 0)

@@ -29,7 +29,7 @@ class HttpServer {
   private:
     void guard(const Passwords& passwords);
     void prepare(SoupServerMessage* message);
-    void onHeaders(SoupServerMessage* message, const char* path);
+    void onHeaders(SoupServerMessage* message);
 
     const std::optional<Passwords> passwords_;
     const ObjectPointer<SoupServer> server_;
