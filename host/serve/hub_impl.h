@@ -24,9 +24,13 @@ class HubLedger {
   private:
     struct Track {
         ChannelState state;
-        int64_t arrival = 0;   // of the last frame, steady ms
-        int64_t expected = 0;  // when the next frame is due, steady ms; 0: none came yet
+        int64_t arrival = 0;    // of the last frame, steady ms
+        int64_t expected = 0;   // when the next frame is due, steady ms; 0: none came yet
+        int64_t lateSince = 0;  // steady ms; 0: the last one was not late
+        int64_t leastLate = 0;  // ms, since then
     };
+
+    static bool followsGap(Track& track, int64_t arrival);
 
     mutable std::mutex mutex_;  // guards what follows
     std::map<int32_t, Track> tracks_;

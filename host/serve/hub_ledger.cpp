@@ -8,6 +8,8 @@
 namespace {
 
 constexpr int64_t LateTolerance = 200;   // ms; frames arrive when they are sent, and that wanders
+constexpr int64_t DecisionTime = 2000;   // ms that late frames get to catch up
+constexpr int64_t CertainGap = 1000;     // ms, so late that sound is lost for sure
 constexpr int64_t Gentleness = 8;        // the sound's clock is not the machine's
 constexpr int64_t LevelLifetime = 3000;  // ms, as long as the module's watchdog waits
 constexpr size_t MostLineBytes = 1000;   // of a log line that is kept
@@ -16,20 +18,41 @@ int64_t durationOf(size_t samples) { return static_cast<int64_t>(samples) * 1000
 
 }  // namespace
 
-// Frames that come late all at once make a gap, too: whoever listens has heard silence by then.
+// A late frame may follow lost sound, or only have been sent late: then the next ones catch up. So
+// a short gap is told two seconds late, where its frame follows. `track.expected` is when the frame
+// is due.
+bool HubLedger::followsGap(Track& track, int64_t arrival) {
+    const int64_t late = arrival - track.expected;
+    if (track.expected == 0 || late > CertainGap) {
+        track.lateSince = 0;
+        track.expected = arrival;
+        return true;
+    }
+    if (late <= LateTolerance) {
+        track.lateSince = 0;
+        track.expected += late / Gentleness;
+        return false;
+    }
+    if (track.lateSince == 0) {
+        track.lateSince = arrival;
+        track.leastLate = late;
+    }
+    track.leastLate = std::min(track.leastLate, late);
+    if (arrival < track.lateSince + DecisionTime)
+        return false;
+    track.lateSince = 0;
+    track.expected += track.leastLate;
+    return true;
+}
+
 void HubLedger::hearFrame(const CapturedFrame& frame, ServedFrame& served) {
     const int64_t arrival = steadyMilliseconds();
     const double level = peakOf(frame.codes);
     const std::lock_guard held(mutex_);
     Track& track = tracks_[frame.channelId];
-    const int64_t late = arrival - track.expected;
-    served.followsGap = track.expected == 0 || late > LateTolerance;
-    if (served.followsGap) {
-        track.state.gaps += track.expected != 0 ? 1 : 0;
-        track.expected = arrival;
-    } else {
-        track.expected += late / Gentleness;
-    }
+    served.followsGap = followsGap(track, arrival);
+    if (served.followsGap && track.state.frames > 0)
+        ++track.state.gaps;
     track.expected += durationOf(frame.codes.size());
     track.arrival = arrival;
     ++track.state.frames;

@@ -27,6 +27,14 @@ void showInputs(Console& console, const Hub& hub, const RtspServer& rtsp) {
                            state.channel.name);
 }
 
+void showServed(Console& console, const HubState& state) {
+    for (const ChannelState& channel : state.channels)
+        if (channel.frames > 0)
+            console.remark("served:  channel " + std::to_string(channel.channel.number) + ", " +
+                           std::to_string(channel.frames) + " frames, " +
+                           std::to_string(channel.gaps) + " gaps");
+}
+
 int serve(const ServeOptions& options, Console& console) {
     const Access access = readAccess(options);
     MainLoop loop;
@@ -39,6 +47,7 @@ int serve(const ServeOptions& options, Console& console) {
         loop.run();
     }
     const BufferAccount account = hub.finish();
+    showServed(console, hub.state());
     if (account.lent == account.returned && account.faults == 0)
         return 0;
     console.error("the module has not returned every buffer: " + std::to_string(account.returned) +

@@ -15,8 +15,10 @@ std::string decoded(std::string_view segment) {
     return plain != nullptr ? plain.get() : "";
 }
 
-gchar* makePath(GstRTSPClient* client, const GstRTSPUrl* url) {
-    const auto* hub = static_cast<const Hub*>(g_object_get_data(G_OBJECT(client), HubKey));
+// The library asks a client for some requests, the mount points for others.
+template <typename Asked>
+gchar* makePath(Asked* asked, const GstRTSPUrl* url) {
+    const auto* hub = static_cast<const Hub*>(g_object_get_data(G_OBJECT(asked), HubKey));
     return g_strdup(pathOfUrl(*hub, url->abspath != nullptr ? url->abspath : "").c_str());
 }
 
@@ -25,7 +27,11 @@ GstRTSPClient* createClient(GstRTSPServer* server);
 // The classes are GObject's: the base's, but for one function each.
 
 void initClientClass(gpointer type, gpointer /*data*/) {
-    static_cast<GstRTSPClientClass*>(type)->make_path_from_uri = makePath;
+    static_cast<GstRTSPClientClass*>(type)->make_path_from_uri = makePath<GstRTSPClient>;
+}
+
+void initMountsClass(gpointer type, gpointer /*data*/) {
+    static_cast<GstRTSPMountPointsClass*>(type)->make_path = makePath<GstRTSPMountPoints>;
 }
 
 void initServerClass(gpointer type, gpointer /*data*/) {
@@ -42,6 +48,12 @@ GType derived(GType parent, const char* name, GClassInitFunc init) {
 GType clientType() {
     static const GType type =
         derived(GST_TYPE_RTSP_ONVIF_CLIENT, "TamborinRtspClient", initClientClass);
+    return type;
+}
+
+GType mountsType() {
+    static const GType type =
+        derived(GST_TYPE_RTSP_MOUNT_POINTS, "TamborinRtspMounts", initMountsClass);
     return type;
 }
 
@@ -70,7 +82,11 @@ GstRTSPClient* createClient(GstRTSPServer* server) {
 
 GstRTSPServer* newRtspServer(const Hub& hub) {
     auto* server = static_cast<GstRTSPServer*>(g_object_new(serverType(), nullptr));
-    g_object_set_data(G_OBJECT(server), HubKey, const_cast<Hub*>(&hub));
+    auto* mounts = static_cast<GstRTSPMountPoints*>(g_object_new(mountsType(), nullptr));
+    gst_rtsp_server_set_mount_points(server, mounts);
+    for (gpointer object : {gpointer{server}, gpointer{mounts}})
+        g_object_set_data(G_OBJECT(object), HubKey, const_cast<Hub*>(&hub));
+    g_object_unref(mounts);
     return server;
 }
 

@@ -128,8 +128,9 @@ void RtspFeed::setClients(int clients) {
         listening_->setClients(clients);
 }
 
-// On the module's thread. The queue never waits: when it is full its oldest frame is dropped.
-void RtspFeed::give(const FramePointer& frame) const {
+// On the module's thread. RTP counts samples, and only after a gap it goes by the time again, but
+// not back. The queue never waits: when it is full its oldest frame is dropped.
+void RtspFeed::give(const FramePointer& frame) {
     const ObjectPointer<GstClock> clock(gst_element_get_clock(source_.get()));
     if (clock == nullptr)
         return;
@@ -137,12 +138,15 @@ void RtspFeed::give(const FramePointer& frame) const {
                                           gst_element_get_base_time(source_.get()));
     const int64_t age = std::clamp<int64_t>(clockMilliseconds() - frame->milliseconds, 0, MostAge);
     GstBuffer* buffer = bufferOf(frame);
-    GST_BUFFER_PTS(buffer) =
-        static_cast<GstClockTime>(std::max<int64_t>(0, now - age * GST_MSECOND));
+    const int64_t captured = std::max<int64_t>(0, now - age * int64_t{GST_MSECOND});
+    GST_BUFFER_PTS(buffer) = static_cast<GstClockTime>(captured);
     GST_BUFFER_DURATION(buffer) =
         gst_util_uint64_scale(frame->codes.size(), GST_SECOND, SampleRate);
-    if (frame->followsGap)
+    if (frame->followsGap && captured > soundEnd_) {
         GST_BUFFER_FLAG_SET(buffer, GST_BUFFER_FLAG_DISCONT);
+        soundEnd_ = captured;
+    }
+    soundEnd_ += static_cast<int64_t>(GST_BUFFER_DURATION(buffer));
     gst_app_src_push_buffer(GST_APP_SRC(source_.get()), buffer);
 }
 

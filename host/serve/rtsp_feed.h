@@ -60,13 +60,14 @@ class RtspFeed {
     void end();
 
   private:
-    void give(const FramePointer& frame) const;
+    void give(const FramePointer& frame);
     GstFlowReturn take(GstSample* sample);
 
     const RtspInput input_;
     const ObjectPointer<GstElement> source_;
     ObjectPointer<GstElement> sink_;  // null: without a backchannel
-    std::mutex mutex_;                // guards what follows
+    int64_t soundEnd_ = 0;  // of the sound so far, as RTP counts it; the module's thread's
+    std::mutex mutex_;      // guards what follows
     std::unique_ptr<Listening> listening_;
     std::unique_ptr<Talk> talk_;
 };

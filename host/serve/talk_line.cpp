@@ -11,8 +11,9 @@ using namespace std::chrono_literals;
 
 constexpr uint8_t SilenceCode = 0xFF;
 constexpr auto Interval = 50ms;  // of looks at what the module has left
-// A device asks for three blocks at once when it starts; with less it would tear the first word.
-constexpr size_t FirstSilence = 3 * BlockSamples;
+// A device asks for three blocks at once when it starts. One more has to be there always, and one
+// makes up for packets that come late.
+constexpr size_t FirstSilence = 5 * BlockSamples;
 constexpr size_t LastSilence = size_t{2} * SampleRate;
 constexpr size_t MostLent = size_t{2} * SampleRate;
 // A sender whose clock is fast comes no further ahead.

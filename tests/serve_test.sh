@@ -1,0 +1,103 @@
+#!/usr/bin/env bash
+# The server between a real sound server and real clients: who may come in; two clients who share
+# one capture, one who stalls, one who talks back and is heard in what they hear, and a second one
+# who would.
+#   serve_test.sh HOST PRIVATE_SERVER
+set -euo pipefail
+if [ $# -eq 2 ]; then
+    exec "$2" "$0" "$1"
+fi
+host=$1 clients=$(dirname "$0")/serve_clients.py
+folder=$(mktemp -d /tmp/tamborin-serve-XXXXXX)
+end() {
+    kill -KILL $(jobs -p) 2>/dev/null || true
+    rm -rf "$folder"
+}
+trap end EXIT
+fail() {
+    echo "$*" >&2
+    tail -n 20 "$folder"/*.err "$folder"/*.out >&2
+    exit 1
+}
+await() {  # WHAT COMMAND..., for half a minute or more
+    local tries
+    for ((tries = 300; tries > 0; --tries)); do
+        "${@:2}" && return
+        sleep 0.1
+    done
+    fail "not seen: $1"
+}
+start() {  # OPTIONS..., sets server and url
+    : >"$folder/server.out"
+    "$host" serve --dir "$folder/settings" --rtsp-port 0 --http-port 0 "$@" \
+        >"$folder/server.out" 2>"$folder/server.err" &
+    server=$!
+    await "the server's URLs" grep -q '^rtsp.*/2 ' "$folder/server.out"
+    url=$(sed -n 's|0  .*||p' "$folder/server.out")
+}
+stop() {
+    kill -TERM "$server"
+    wait "$server" || fail "the server ended with $?"
+}
+
+# Nobody gets in.
+status=0
+"$host" serve --dir "$folder/settings" --listen 0.0.0.0 2>"$folder/refused.err" || status=$?
+[ "$status $(wc -l <"$folder/refused.err")" = "2 1" ] || fail "listens without passwords: $status"
+"$host" password --file "$folder/passwords" alice <<<"correct horse"
+"$host" password --file "$folder/passwords" bob <<<"battery staple"
+[ "$(stat -c %a "$folder/passwords")" = 600 ] || fail "others may read the passwords"
+start --passwords "$folder/passwords"
+probe() {  # USER:PASSWORD@ PATH
+    ffprobe -v error -show_entries stream=codec_name -of csv=p=0 "rtsp://$1${url#rtsp://}$2" 2>&1
+}
+for who in "" alice:wrong@ "alice:battery staple@" carol:@; do
+    [[ $(probe "$who" 0) == *401* ]] || fail "came in as '$who': $(probe "$who" 0)"
+done
+[ "$(probe alice:correct%20horse@ 0)" = pcm_mulaw ] || fail "alice stays outside"
+[ "$(probe bob:battery%20staple@ pulse%20%28input%29)" = pcm_mulaw ] || fail "no input by its name"
+[[ $(probe bob:battery%20staple@ nothing) == *404* ]] || fail "an input that is not there"
+stop
+
+# What is heard, as it comes: mu-law.
+start
+for transport in tcp udp; do
+    ffmpeg -v error -rtsp_transport $transport -i "${url}0" -c:a copy -flush_packets 1 -f mulaw \
+        "$folder/$transport.ul" 2>"$folder/$transport.err" &
+    [ $transport = udp ] || first=$!
+    await "sound by $transport" test -s "$folder/$transport.ul"
+done
+/usr/bin/python3 "$clients" stall "${url}0" >"$folder/stall.out" 2>"$folder/stall.err" &
+await "a client who stalls" grep -q stalls "$folder/stall.out"
+/usr/bin/python3 "$clients" talk "${url}0" 12 700 >"$folder/talk.out" 2>"$folder/talk.err" &
+talker=$!
+await "somebody who talks" grep -q talks "$folder/talk.out"
+/usr/bin/python3 "$clients" talk "${url}0" 30 1900 >"$folder/second.out" 2>"$folder/second.err" || true
+grep -q "503.*Service Unavailable" "$folder/second.out" || fail "a second one talks"
+wait "$talker"
+size=$(stat -c %s "$folder/tcp.ul")
+await "more sound" eval '[ $(stat -c %s "$folder/tcp.ul") -gt $((size + 40000)) ]'
+stop
+wait "$first" || true  # it may miss the server's good-bye
+
+# The first client has had all frames but for those on their way at the end.
+frames=$(sed -n 's/^served: *channel 0, \([0-9]*\) frames.*/\1/p' "$folder/server.out")
+got=$(($(stat -c %s "$folder/tcp.ul") / 2048))
+((got <= frames && got >= frames - 8)) || fail "$got frames of $frames"
+for transport in tcp udp; do
+    perl -0777 -e '
+        my @samples = map {
+            my $code = ~$_ & 0xFF;
+            my $magnitude = ((($code & 15) << 3) + 132 << ($code >> 4 & 7)) - 132;
+            ($code & 0x80 ? -$magnitude : $magnitude) / 32768;
+        } unpack "C*", <>;
+        my ($turn, $heard) = (2 * cos(2 * 3.14159265 * 700 / 8000), 0);
+        for (my $begin = 0; $begin + 2000 <= @samples; $begin += 2000) {
+            my ($last, $before) = (0, 0);
+            ($last, $before) = ($_ + $turn * $last - $before, $last)
+                for @samples[$begin .. $begin + 1999];
+            ++$heard if sqrt($last**2 + $before**2 - $turn * $last * $before) / 1000 > 0.4;
+        }
+        die "heard $heard quarter seconds of 12 s of talk\n" if $heard < 24;
+    ' "$folder/$transport.ul" || fail "talk not heard by $transport"
+done
