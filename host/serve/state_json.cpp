@@ -15,10 +15,12 @@ bool isRecording(const ChannelState& channel, int64_t now) {
 const char* stateWord(const ChannelState& channel, int64_t now) {
     if (!channel.channel.hasDevice)
         return "missing";
-    if (!channel.channel.enabled)
+    if (channel.isKeptOff)
         return "disabled";
     if (channel.channel.isOutput)
-        return "enabled";
+        return channel.clients > 0 ? "talking" : "ready";
+    if (!channel.channel.enabled)
+        return "idle";
     return isRecording(channel, now) ? "recording" : "waiting";
 }
 

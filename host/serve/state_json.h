@@ -5,7 +5,8 @@
 
 #include "host/serve/hub.h"
 
-// What a channel does, in one word: missing, disabled, enabled (an output), waiting, recording.
+// What a channel does, in one word: missing (its device), disabled (for its clients, too), ready or
+// talking (an output), idle (an input that nobody has enabled), waiting (for sound), recording.
 const char* stateWord(const ChannelState& channel, int64_t now);
 nlohmann::json channelJson(const ChannelState& channel, int64_t now);
 // All but the log.

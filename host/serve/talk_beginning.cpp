@@ -4,9 +4,6 @@
 
 TalkBeginning tryTalk(Hub& hub, int number) {
     const std::string output = "Output " + std::to_string(number);
-    const auto channel = hub.find(std::to_string(number), true);
-    if (channel && channel->hasDevice && !channel->enabled)
-        return {nullptr, SOUP_STATUS_CONFLICT, output + " is disabled; enable it first."};
     TalkAnswer answer = hub.beginTalk(number);
     switch (answer.refusal) {
         case TalkRefusal::None:
@@ -16,6 +13,8 @@ TalkBeginning tryTalk(Hub& hub, int number) {
                     "There is no output " + std::to_string(number) + "."};
         case TalkRefusal::NoDevice:
             return {nullptr, SOUP_STATUS_SERVICE_UNAVAILABLE, output + " has no device."};
+        case TalkRefusal::KeptOff:
+            return {nullptr, SOUP_STATUS_CONFLICT, output + " is disabled; enable it first."};
         default:
             return {nullptr, SOUP_STATUS_CONFLICT, "Another client talks on it."};
     }

@@ -3,7 +3,7 @@ import {Listener, Talker} from "/sound.js";
 const LOG_LINES = 100;
 const LOG_ERROR = 75;
 const FLOOR = -60;  // dBFS at the left end of a meter
-const GOOD = ["recording", "enabled"];
+const GOOD = ["recording", "talking"];
 
 const cards = new Map();  // by a channel's number
 const find = (id) => document.getElementById(id);
@@ -16,12 +16,14 @@ function hearTime(time) {
 }
 const serverNow = () => Date.now() + (clockAhead ?? 0);
 
+const counted = (count, what) => `${count} ${what}${count === 1 ? "" : "s"}`;
+
 function complain(sentence) { find("message").textContent = sentence; }
 
 async function change(number, what) {
   complain("");
   try {
-    const answer = await fetch(`/api/channels/${number}`, {
+    const answer = await fetch(`${location.origin}/api/channels/${number}`, {
       method: "PUT",
       headers: {"Content-Type": "application/json"},
       body: JSON.stringify(what),
@@ -41,11 +43,11 @@ class Card {
     this.element = find("channel").content.firstElementChild.cloneNode(true);
     const part = (selector) => this.element.querySelector(selector);
     this.parts = {};
-    for (const name of ["h3", ".state", ".device", ".meter", ".fill", ".figures", ".hint", ".sound",
+    for (const name of ["h3", ".state", ".device", ".meter", ".fill", ".figures", ".hint", ".more", ".sound",
                         ".enable", ".rename", ".naming", "input", ".cancel"])
       this.parts[name.replace(".", "")] = part(name);
     this.parts.meter.hidden = this.isOutput;
-    this.parts.enable.onclick = () => change(this.number, {enabled: !this.channel.enabled});
+    this.parts.enable.onclick = () => change(this.number, {enabled: !this.isEnabled});
     this.parts.rename.onclick = () => this.showNaming(true);
     this.parts.cancel.onclick = () => this.showNaming(false);
     this.parts.naming.onkeydown = (event) => event.key === "Escape" && this.showNaming(false);
@@ -67,12 +69,16 @@ class Card {
     state.classList.toggle("bad", channel.state === "missing");
     device.textContent = `Channel ${channel.number}, ${channel.device ? `device ${channel.device}` : "no device"}`;
     meter.setAttribute("aria-label", `Level of ${channel.name}`);
-    const clients = channel.clients === 1 ? "1 client" : `${channel.clients} clients`;
-    figures.textContent = this.isOutput ? (channel.clients ? "somebody talks" : "nobody talks")
-      : `${channel.frames} frames, ${channel.gaps} gaps, ${channel.restarts} restarts, ${clients}`;
-    enable.textContent = channel.enabled ? "Disable" : "Enable";
+    figures.hidden = this.isOutput;
+    figures.textContent = [
+      counted(channel.frames, "frame"), counted(channel.gaps, "gap"),
+      counted(channel.restarts, "restart"), counted(channel.clients, "client"),
+    ].join(", ");
+    // Outputs need not be enabled to be heard.
+    this.isEnabled = this.isOutput ? !channel.keptOff : channel.enabled;
+    enable.textContent = this.isEnabled ? "Disable" : "Enable";
     enable.disabled = !channel.hasDevice;
-    sound.disabled = !channel.hasDevice || (this.isOutput ? !channel.enabled : channel.keptOff);
+    sound.disabled = !channel.hasDevice || channel.keptOff;
     for (const [button, verb] of [[enable, enable.textContent], [rename, "Rename"],
                                   [sound, this.isOutput ? "Hold to talk on" : "Listen to"]])
       button.setAttribute("aria-label", `${verb} ${channel.name}`);
@@ -96,7 +102,12 @@ class Card {
     (isShown ? input : rename).focus();
   }
 
-  hint(text) { this.parts.hint.textContent = text; }
+  // The first is read aloud when it changes.
+  hint(text, more = "") {
+    const {hint, more: detail} = this.parts;
+    if (hint.textContent !== text) hint.textContent = text;
+    detail.textContent = more;
+  }
 
   prepareListening() {
     const {sound} = this.parts;
@@ -109,12 +120,10 @@ class Card {
     complain("");
     listening?.stop();
     let told = 0;
-    this.listener = listening = new Listener(this.number, serverNow, (latency, peak) => {
-      this.element.dataset.peak = peak;
-      if (Date.now() > told + 1000) {
-        told = Date.now();
-        this.hint(`Listening, ${latency.toFixed(1)} s behind`);
-      }
+    this.listener = listening = new Listener(this.number, serverNow, (latency) => {
+      if (Date.now() < told + 1000) return;
+      told = Date.now();
+      this.hint("Listening", `${latency.toFixed(1)} s behind`);
     });
     const mine = this.listener;
     this.parts.sound.setAttribute("aria-pressed", "true");

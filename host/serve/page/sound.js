@@ -37,8 +37,8 @@ async function* frames(reader) {
   }
 }
 
-// Plays an input until it is stopped. `now()` is the server's time (ms); `onLatency` gets seconds
-// from the capture to the loudspeaker and the sound's peak, for each frame.
+// Plays an input until it is stopped. `now()` is the server's time (ms); `onLatency` is told for
+// each frame how many seconds it takes from its capture to the loudspeaker.
 export class Listener {
   constructor(number, now, onLatency) {
     this.number = number;
@@ -52,7 +52,7 @@ export class Listener {
   // Resolves when it has been stopped; rejects when the sound ends otherwise.
   async run() {
     try {
-      const answer = await fetch(`/api/channels/${this.number}/audio.frames`, {signal: this.abort.signal});
+      const answer = await fetch(`${location.origin}/api/channels/${this.number}/audio.frames`, {signal: this.abort.signal});
       if (!answer.ok) throw new Error((await answer.json()).error);
       await this.context.resume();
       for await (const frame of frames(answer.body.getReader())) this.play(frame);
@@ -67,11 +67,7 @@ export class Listener {
   play({time, codes}) {
     const buffer = this.context.createBuffer(1, codes.length, RATE);
     const samples = buffer.getChannelData(0);
-    let peak = 0;
-    codes.forEach((code, i) => {
-      samples[i] = decoded[code];
-      peak = Math.max(peak, Math.abs(samples[i]));
-    });
+    codes.forEach((code, i) => { samples[i] = decoded[code]; });
     const current = this.context.currentTime;
     if (this.due > current + MOST_AHEAD) return;
     if (this.due < current) this.due = current + AHEAD;
@@ -80,7 +76,7 @@ export class Listener {
     source.connect(this.context.destination);
     source.start(this.due);
     const inDevice = (this.context.outputLatency || 0) + (this.context.baseLatency || 0);
-    this.onLatency((this.now() - time) / 1000 + this.due - current + inDevice, peak);
+    this.onLatency((this.now() - time) / 1000 + this.due - current + inDevice);
     this.due += buffer.duration;
   }
 
