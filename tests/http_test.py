@@ -31,11 +31,11 @@ def with_server(test, *options):
         server.kill()
 
 def start_curl(path, *options):
-    return subprocess.Popen(["curl", "-s", "-m60", *options, f"http://127.0.0.1:{port}/{path}"], bufsize=0,
+    return subprocess.Popen(["curl", "-s", *options, f"http://127.0.0.1:{port}/{path}"], bufsize=0,
                             stdin=subprocess.PIPE, stdout=subprocess.PIPE)
 
 def curl(path, *options):  # answers the status and the body
-    body, _, status = start_curl(path, "-w", "\n%{http_code}", *options).communicate()[0].rpartition(b"\n")
+    body, _, status = start_curl(path, "-m60", "-w", "\n%{http_code}", *options).communicate()[0].rpartition(b"\n")
     return int(status), body.decode()
 
 def put(body, *options):
@@ -85,7 +85,7 @@ def test_api():
     await_that("the end of who reads nothing", lambda: channel(0)["clients"] == 1)
     frames = channel(0)["frames"]
     await_that("all frames", lambda: os.path.getsize(heard) >= frames * 2060)
-    assert os.path.getsize(heard) <= channel(0)["frames"] * 2060
+    assert listener.poll() is None and os.path.getsize(heard) <= channel(0)["frames"] * 2060
     talker.kill(), listener.kill(), stalled.close()
     await_that("the talker's end", lambda: channel(1)["state"] == "ready")
     curl("api/channels/0/audio.wav", "-m3", "-o", f"{folder}/clip.wav")

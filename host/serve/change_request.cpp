@@ -14,8 +14,8 @@ ChannelChange parseChange(std::string_view json) {
             change.enabled = value.get<bool>();
         else
             throw ChangeError(
-                "A channel's \"name\" (a text) and \"enabled\" (true or false) can be changed.");
+                R"(A channel's "name" (a text) and "enabled" (true or false) can be changed.)");
     if (!change.name && !change.enabled)
-        throw ChangeError("The object has neither \"name\" nor \"enabled\".");
+        throw ChangeError(R"(The object has neither "name" nor "enabled".)");
     return change;
 }

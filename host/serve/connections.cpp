@@ -142,14 +142,13 @@ bool Connections::makeRoom() {
     std::erase_if(connections_, [](const auto& connection) { return connection.expired(); });
     if (count() < Most)
         return true;
-    for (const auto& connection : connections_) {
+    return std::ranges::any_of(connections_, [](const auto& connection) {
         const auto client = connection.lock();
-        if (client != nullptr && client->isIdle() && !client->isDropped()) {
-            client->drop();
-            return true;
-        }
-    }
-    return false;
+        if (client == nullptr || !client->isIdle() || client->isDropped())
+            return false;
+        client->drop();
+        return true;
+    });
 }
 
 void Connections::dropLate() {

@@ -9,7 +9,8 @@ using namespace std::chrono_literals;
 
 constexpr auto AnswerTime = 30s;  // for the module's answer, and a client to read ours
 
-char* hashOf(SoupAuthDomain*, SoupServerMessage*, const char* user, gpointer passwords) {
+char* hashOf(SoupAuthDomain* /*domain*/, SoupServerMessage* /*message*/, const char* user,
+             gpointer passwords) {
     const auto& hashes = static_cast<const Passwords*>(passwords)->hashes;
     const auto found = hashes.find(user);
     return found == hashes.end() ? nullptr : g_strdup(found->second.c_str());

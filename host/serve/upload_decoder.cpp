@@ -44,34 +44,33 @@ void UploadDecoder::take(std::span<const uint8_t> bytes, std::vector<uint8_t>& c
         codes.insert(codes.end(), bytes.begin(), bytes.end());
         return;
     }
-    while (!bytes.empty() && place_ != Place::Behind) {
-        switch (place_) {
-            case Place::FileHead:
-                if (!collect(bytes, FileHeadBytes))
-                    return;
-                if (!is(std::span(collected_).first(4), "RIFF") ||
-                    !is(std::span(collected_).subspan(8), "WAVE"))
-                    throw UploadError("The sound is no WAV file.");
-                collected_.clear();
-                place_ = Place::ChunkHead;
-                break;
-            case Place::ChunkHead:
-                if (collect(bytes, ChunkHeadBytes))
-                    readChunkHead();
-                break;
-            case Place::Format:
-                if (collect(bytes, static_cast<size_t>(left_)))
-                    readFormat();
-                break;
-            default: {
-                const auto count = static_cast<size_t>(std::min<uint64_t>(left_, bytes.size()));
-                if (place_ == Place::Sound)
-                    takeSound(bytes.first(count), codes);
-                bytes = bytes.subspan(count);
-                left_ -= left_ == Endless ? 0 : count;
-                if (left_ == 0)
-                    place_ = place_ == Place::Sound ? Place::Behind : Place::ChunkHead;
-            }
+    while (!bytes.empty() && place_ != Place::Behind)
+        takeSome(bytes, codes);
+}
+
+// Takes what belongs to one place.
+void UploadDecoder::takeSome(std::span<const uint8_t>& bytes, std::vector<uint8_t>& codes) {
+    switch (place_) {
+        case Place::FileHead:
+            if (collect(bytes, FileHeadBytes))
+                readFileHead();
+            break;
+        case Place::ChunkHead:
+            if (collect(bytes, ChunkHeadBytes))
+                readChunkHead();
+            break;
+        case Place::Format:
+            if (collect(bytes, static_cast<size_t>(left_)))
+                readFormat();
+            break;
+        default: {
+            const auto count = static_cast<size_t>(std::min<uint64_t>(left_, bytes.size()));
+            if (place_ == Place::Sound)
+                takeSound(bytes.first(count), codes);
+            bytes = bytes.subspan(count);
+            left_ -= left_ == Endless ? 0 : count;
+            if (left_ == 0)
+                place_ = place_ == Place::Sound ? Place::Behind : Place::ChunkHead;
         }
     }
 }
@@ -87,6 +86,14 @@ bool UploadDecoder::collect(std::span<const uint8_t>& bytes, size_t count) {
     collected_.insert(collected_.end(), bytes.begin(), bytes.begin() + static_cast<long>(some));
     bytes = bytes.subspan(some);
     return collected_.size() == count;
+}
+
+void UploadDecoder::readFileHead() {
+    if (!is(std::span(collected_).first(4), "RIFF") ||
+        !is(std::span(collected_).subspan(8), "WAVE"))
+        throw UploadError("The sound is no WAV file.");
+    collected_.clear();
+    place_ = Place::ChunkHead;
 }
 
 void UploadDecoder::readChunkHead() {

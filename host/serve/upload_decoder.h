@@ -33,6 +33,8 @@ class UploadDecoder {
   private:
     enum class Place { FileHead, ChunkHead, Format, Skipped, Sound, Behind };
     bool collect(std::span<const uint8_t>& bytes, size_t count);
+    void takeSome(std::span<const uint8_t>& bytes, std::vector<uint8_t>& codes);
+    void readFileHead();
     void readChunkHead();
     void readFormat();
     void takeSound(std::span<const uint8_t> bytes, std::vector<uint8_t>& codes);
