@@ -1,4 +1,4 @@
-# What `cmake --install` puts where: components module, development and host.
+# What `cmake --install` puts where: components module, development, host and serve.
 #
 # The module is no library to link against but one that a host loads, so it has a folder of its own:
 # LIBDIR/tamborin/. The pkg-config file and the CMake package tell where.
@@ -36,4 +36,8 @@ if(TAMBORIN_HOST)
         ${CMAKE_INSTALL_MANDIR}/man1 tamborin-host.1 COMPONENT host)
     install(FILES host/share/tamborin-host.bash-completion RENAME tamborin-host
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT host)
+endif()
+if(TAMBORIN_SERVE)
+    install(TARGETS tamborin-host-serve
+        RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR} COMPONENT serve)
 endif()

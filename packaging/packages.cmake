@@ -1,4 +1,5 @@
-# What `cpack` builds: the Debian packages tamborin (module and development) and tamborin-host.
+# What `cpack` builds: the Debian packages tamborin (module and development), tamborin-host, and
+# tamborin-serve, which small boards do without: it brings GStreamer.
 
 # Files that only a Debian package has, in components that `cmake --install` leaves out.
 set(DEBIAN_RELEASE 1)
@@ -14,6 +15,12 @@ function(install_debian_files PACKAGE COMPONENT)
 endfunction()
 install_debian_files(tamborin module_debian)
 install_debian_files(tamborin-host host_debian)
+if(TAMBORIN_SERVE)
+    install_debian_files(tamborin-serve serve_debian)
+    install(FILES packaging/tamborin-serve.service DESTINATION lib/systemd/system
+        COMPONENT serve_debian EXCLUDE_FROM_ALL)
+    set(serve_components serve serve_debian)
+endif()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
@@ -22,7 +29,8 @@ set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-set(CPACK_COMPONENTS_ALL module development module_debian host host_debian)
+set(CPACK_COMPONENTS_ALL module development module_debian host host_debian
+    ${serve_components})
 foreach(component module development module_debian)
     string(TOUPPER ${component} name)
     set(CPACK_COMPONENT_${name}_GROUP module_package)
@@ -30,6 +38,10 @@ endforeach()
 foreach(component host host_debian)
     string(TOUPPER ${component} name)
     set(CPACK_COMPONENT_${name}_GROUP host_package)
+endforeach()
+foreach(component ${serve_components})
+    string(TOUPPER ${component} name)
+    set(CPACK_COMPONENT_${name}_GROUP serve_package)
 endforeach()
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -52,9 +64,19 @@ set(CPACK_DEBIAN_HOST_PACKAGE_PACKAGE_NAME tamborin-host)
 set(CPACK_DEBIAN_HOST_PACKAGE_PACKAGE_DEPENDS
     "tamborin (= ${PROJECT_VERSION}-${DEBIAN_RELEASE})")
 set(CPACK_DEBIAN_HOST_PACKAGE_PACKAGE_RECOMMENDS libasound2-plugins)
+set(CPACK_DEBIAN_HOST_PACKAGE_PACKAGE_SUGGESTS tamborin-serve)
 set(CPACK_DEBIAN_HOST_PACKAGE_DESCRIPTION
     "records and plays through the Tamborin audio module
 A command-line host of the module: it lists the module's channels, records
 inputs, plays sound files, and does both at once. It brings the module up on a
 new machine and shows a host's author the contract in use.")
+set(CPACK_DEBIAN_SERVE_PACKAGE_PACKAGE_NAME tamborin-serve)
+set(CPACK_DEBIAN_SERVE_PACKAGE_PACKAGE_DEPENDS
+    "tamborin-host (= ${PROJECT_VERSION}-${DEBIAN_RELEASE}), gstreamer1.0-plugins-base, gstreamer1.0-plugins-good, glib-networking")
+set(CPACK_DEBIAN_SERVE_PACKAGE_DESCRIPTION
+    "serves the Tamborin audio module's inputs and outputs on the network
+The command 'tamborin-host serve': the machine's inputs become RTSP sources in
+G.711 mu-law, which recorders of IP cameras understand, with an ONVIF
+backchannel to talk on an output. It comes with a hardened systemd unit that
+serves this machine only until passwords are set.")
 include(CPack)

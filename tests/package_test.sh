@@ -10,7 +10,7 @@ trap 'echo "line $LINENO: $BASH_COMMAND"; tail -n 50 "$folder"/*.log' ERR
 
 cpack --config "$build/CPackConfig.cmake" -B "$folder/packages" >"$folder/cpack.log" 2>&1
 packages=("$folder"/packages/*.deb)
-[ ${#packages[@]} -eq 2 ]
+[ ${#packages[@]} -ge 2 ]
 if command -v lintian >/dev/null; then
     lintian --allow-root --fail-on error,warning "${packages[@]}"
 fi

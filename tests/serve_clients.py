@@ -1,9 +1,5 @@
 """RTSP clients: "stall URL" plays but takes nothing; "talk URL SECONDS HERTZ" talks back."""
-import ctypes
-import socket
-import sys
-import time
-
+import ctypes, socket, sys, time
 
 def stall(url):
     host, port = url.removeprefix("rtsp://").split("/")[0].split(":")
@@ -20,7 +16,6 @@ def stall(url):
     ask("PLAY", url, session.split(";")[0] + "\r\n")
     print("stalls", flush=True)
     time.sleep(600)
-
 
 def talk(url, seconds, hertz):
     import gi
@@ -66,6 +61,5 @@ def talk(url, seconds, hertz):
     loop.run()
     voice.set_state(Gst.State.NULL)
     pipeline.set_state(Gst.State.NULL)
-
 
 {"stall": stall, "talk": talk}[sys.argv[1]](*sys.argv[2:])

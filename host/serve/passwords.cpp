@@ -89,8 +89,9 @@ Passwords readPasswords(const std::filesystem::path& file) {
     struct stat status {};
     if (stat(file.c_str(), &status) != 0)
         refuse(file, "cannot be read: " + std::generic_category().message(errno));
-    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0)
-        refuse(file, "may be read by others than its owner; chmod 600 it");
+    // A group may read it: that is how the access list of a credential of systemd shows.
+    if ((status.st_mode & (S_IWGRP | S_IRWXO)) != 0)
+        refuse(file, "may be used by others than its owner; chmod 600 it");
     Passwords passwords = parse(file);
     if (passwords.hashes.empty())
         refuse(file, "has no user; add one with 'tamborin-host password'");
@@ -112,7 +113,7 @@ void setPassword(const std::filesystem::path& file, const std::string& user,
     passwords.hashes[user] = hashOf(user, passwords.realm, password);
     std::string text;
     for (const auto& [name, hash] : passwords.hashes)
-        text += name + ":" + passwords.realm + ":" + hash + "\n";
+        text.append(name).append(":").append(passwords.realm).append(":").append(hash) += '\n';
     GError* failure = nullptr;
     if (g_file_set_contents_full(file.c_str(), text.c_str(), static_cast<gssize>(text.size()),
                                  static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT |

@@ -12,7 +12,7 @@ struct Passwords {
     std::map<std::string, std::string> hashes;  // MD5 of "user:realm:password", by user
 };
 
-// Throws std::runtime_error with one line for the user, also when others than its owner may read
+// Throws std::runtime_error with one line for the user, also when everybody may read
 // the file or when it has no user.
 Passwords readPasswords(const std::filesystem::path& file);
 

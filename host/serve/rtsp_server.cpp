@@ -67,6 +67,7 @@ RtspServer::RtspServer(Hub& hub, const ServeOptions& options, const Access& acce
       sessions_(gst_rtsp_session_pool_new()) {
     gst_rtsp_server_set_address(server_.get(), options.listenAddress.c_str());
     gst_rtsp_server_set_service(server_.get(), std::to_string(options.rtspPort).c_str());
+    gst_rtsp_server_set_backlog(server_.get(), MostClients);
     gst_rtsp_server_set_content_length_limit(server_.get(), MostBodyBytes);
     gst_rtsp_session_pool_set_max_sessions(sessions_.get(), MostClients);
     gst_rtsp_server_set_session_pool(server_.get(), sessions_.get());
@@ -84,10 +85,14 @@ RtspServer::RtspServer(Hub& hub, const ServeOptions& options, const Access& acce
                          static_cast<RtspServer*>(self)->welcome(client);
                      }),
                      this);
+    listen();
+}
+
+void RtspServer::listen() {
     listening_ = gst_rtsp_server_attach(server_.get(), nullptr);
     if (listening_ == 0)
-        throw std::runtime_error("cannot listen for RTSP on " + options.listenAddress + " port " +
-                                 std::to_string(options.rtspPort) +
+        throw std::runtime_error("cannot listen for RTSP on " + options_.listenAddress + " port " +
+                                 std::to_string(options_.rtspPort) +
                                  "; is it in use? choose another with --rtsp-port");
     housekeeping_ = g_timeout_add(
         HouseInterval,
