@@ -10,6 +10,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr guint LookInterval = 1;  // seconds
+constexpr int Backlog = 128;       // connections that the system accepts ahead of us
 constexpr int SendBufferBytes = 32 * 1024;
 constexpr const char* DataName = "tamborin-connection";
 
@@ -69,6 +70,7 @@ Connections::Connections(SoupServer* server, const Access& access, const std::st
     const ObjectPointer<GSocketAddress> wanted(
         g_inet_socket_address_new_from_string(address.c_str(), port));
     GSocketAddress* got = nullptr;
+    g_socket_listener_set_backlog(G_SOCKET_LISTENER(service_.get()), Backlog);
     GError* error = nullptr;
     if (wanted == nullptr ||
         g_socket_listener_add_address(G_SOCKET_LISTENER(service_.get()), wanted.get(),

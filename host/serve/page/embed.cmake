@@ -5,9 +5,9 @@ foreach(entry "/|index.html|text/html; charset=utf-8" "/page.css|page.css|text/c
         "/sound.js|sound.js|text/javascript; charset=utf-8"
         "/microphone.js|microphone.js|text/javascript; charset=utf-8"
         "/icon.svg|icon.svg|image/svg+xml")
-    string(REPLACE "|" ";" parts "${entry}")
-    list(GET parts 0 path)
-    list(GET parts 1 name)
+    string(REPLACE "|" ";" fields "${entry}")
+    list(GET fields 0 path)
+    list(GET fields 1 name)
     string(REGEX REPLACE "^[^|]*[|][^|]*[|]" "" type "${entry}")
     file(READ ${FOLDER}/${name} content)
     string(APPEND entries "    PageFile{\"${path}\", \"${type}\", R\"~~~(${content})~~~\"},\n")
