@@ -142,7 +142,7 @@ class Talk {
     const int number_;
 };
 
-enum class TalkRefusal { None, NoSuchOutput, NoDevice, Busy };
+enum class TalkRefusal { None, NoSuchOutput, NoDevice, KeptOff, Busy };
 struct TalkAnswer {
     std::unique_ptr<Talk> talk;  // null when refused
     TalkRefusal refusal = TalkRefusal::None;
@@ -181,7 +181,7 @@ class Hub {
     std::unique_ptr<Observing> observe(OnHubEvent onEvent);
     // One talks on an output at a time.
     TalkAnswer beginTalk(int number);
-    // A disabled input is kept off its clients until it is enabled again, or the hub ends.
+    // A disabled channel is kept off its clients until it is enabled again, or the hub ends.
     ChangeAnswer change(int number, const ChannelChange& change, OnApplied onApplied);
 
   private:

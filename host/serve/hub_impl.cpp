@@ -245,6 +245,8 @@ TalkAnswer HubImpl::beginTalk(int number) {
         return {nullptr, TalkRefusal::NoDevice};
     {
         const std::lock_guard held(mutex_);
+        if (keptOff_.contains(number))
+            return {nullptr, TalkRefusal::KeptOff};
         auto& line = lines_[number];
         if (!hasEnded_ && line == nullptr)
             line = std::make_unique<TalkLine>(session_.module(), channel->id, Hub::MostTalkAhead);

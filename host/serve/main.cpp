@@ -6,6 +6,7 @@
 
 #include "host/serve/access.h"
 #include "host/serve/ask_password.h"
+#include "host/serve/http_server.h"
 #include "host/serve/hub.h"
 #include "host/serve/main_loop.h"
 #include "host/serve/passwords.h"
@@ -46,7 +47,9 @@ int serve(const ServeOptions& options, Console& console) {
     HubState served;
     {
         const RtspServer rtsp(hub, options, access);
+        const HttpServer http(hub, options, access);
         showInputs(console, hub, rtsp);
+        console.result(http.url() + "  the page");
         loop.run();
         served = hub.state();
     }

@@ -30,13 +30,25 @@ void MainLoop::run() {
 
 void MainLoop::quit() { g_main_loop_quit(loop_); }
 
+namespace {
+
+using Work = std::function<void()>;
+
+gpointer owned(Work work) { return std::make_unique<Work>(std::move(work)).release(); }
+
+gboolean doIt(gpointer work) {
+    (*static_cast<Work*>(work))();
+    return G_SOURCE_REMOVE;
+}
+
+void forget(gpointer work) { const std::unique_ptr<Work> gone(static_cast<Work*>(work)); }
+
+}  // namespace
+
 void post(std::function<void()> work) {
-    auto owned = std::make_unique<std::function<void()>>(std::move(work));
-    g_idle_add_full(
-        G_PRIORITY_DEFAULT,
-        [](gpointer data) -> gboolean {
-            (*static_cast<std::function<void()>*>(data))();
-            return G_SOURCE_REMOVE;
-        },
-        owned.release(), [](gpointer data) { delete static_cast<std::function<void()>*>(data); });
+    g_idle_add_full(G_PRIORITY_DEFAULT, doIt, owned(std::move(work)), forget);
+}
+
+void after(unsigned seconds, std::function<void()> work) {
+    g_timeout_add_seconds_full(G_PRIORITY_DEFAULT, seconds, doIt, owned(std::move(work)), forget);
 }

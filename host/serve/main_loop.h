@@ -24,3 +24,5 @@ class MainLoop {
 
 // Does the work on the main loop, soon. Any thread.
 void post(std::function<void()> work);
+// The same after so many seconds. Main thread.
+void after(unsigned seconds, std::function<void()> work);

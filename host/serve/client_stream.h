@@ -1,0 +1,63 @@
+// A client that is sent something for as long as it likes: sound, events, or the answer to a
+// request whose body nobody wants to read. What waits for it is bounded.
+//
+// All on the main loop's thread.
+#pragma once
+
+#include <gio/gio.h>
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "host/serve/access.h"
+#include "host/serve/connections.h"
+
+// Bytes, and who keeps them.
+struct Chunk {
+    std::shared_ptr<const void> owner;
+    std::span<const uint8_t> bytes;
+};
+Chunk chunkOf(std::string text);
+
+class ClientStream : public std::enable_shared_from_this<ClientStream> {
+  public:
+    // The stream is the connection's. A client for whom more than `mostWaiting` bytes wait is
+    // dropped.
+    ClientStream(ObjectPointer<GIOStream> stream, std::shared_ptr<Connection> connection,
+                 size_t mostWaiting);
+    ClientStream(const ClientStream&) = delete;
+    ClientStream& operator=(const ClientStream&) = delete;
+
+    // Told once when the client has left or was dropped, from the main loop.
+    void watch(std::function<void()> onEnd);
+    void send(Chunk chunk);
+    // Ends it when all is sent and the client has heard it.
+    void finish();
+    // Ends it now. `onEnd` is not told.
+    void abandon();
+
+  private:
+    using Held = std::unique_ptr<std::shared_ptr<ClientStream>>;
+    gpointer hold();
+    void writeNext();
+    void readNext();
+    void drop();
+    static void onWritten(GObject* output, GAsyncResult* result, gpointer data);
+    static void onRead(GObject* input, GAsyncResult* result, gpointer data);
+
+    const ObjectPointer<GIOStream> stream_;
+    const ObjectPointer<GCancellable> cancellable_;
+    const std::shared_ptr<Connection> connection_;
+    const size_t mostWaiting_;
+    std::function<void()> onEnd_;
+    std::deque<Chunk> waiting_;  // the first is being written
+    size_t waitingBytes_ = 0;
+    bool isWriting_ = false;
+    bool isFinishing_ = false;
+    bool hasEnded_ = false;
+    std::array<char, 512> heard_{};  // what the client says meanwhile is ignored
+};

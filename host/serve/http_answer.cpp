@@ -1,0 +1,130 @@
+#include "host/serve/http_answer.h"
+
+#include <utility>
+
+#include "host/serve/main_loop.h"
+
+namespace {
+
+constexpr size_t MostRefusalBytes = 4096;
+
+// What a browser may do with anything from here: nothing that another site gains by.
+constexpr std::pair<const char*, const char*> SafetyHeaders[] = {
+    {"Content-Security-Policy",
+     "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src "
+     "'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'"},
+    {"Cross-Origin-Resource-Policy", "same-origin"},
+    {"X-Content-Type-Options", "nosniff"},
+    {"X-Frame-Options", "DENY"},
+    {"Referrer-Policy", "no-referrer"},
+    {"Cache-Control", "no-store"},
+};
+
+// The status line and the message's headers, for a connection that is closed behind the answer.
+std::string headOf(SoupServerMessage* message, unsigned status, const char* type) {
+    std::string head =
+        "HTTP/1.1 " + std::to_string(status) + " " + soup_status_get_phrase(status) + "\r\n";
+    SoupMessageHeaders* const headers = soup_server_message_get_response_headers(message);
+    soup_message_headers_replace(headers, "Content-Type", type);
+    soup_message_headers_replace(headers, "Connection", "close");
+    SoupMessageHeadersIter iterator;
+    soup_message_headers_iter_init(&iterator, headers);
+    const char* name = nullptr;
+    const char* value = nullptr;
+    while (soup_message_headers_iter_next(&iterator, &name, &value) != FALSE)
+        head += std::string(name) + ": " + value + "\r\n";
+    return head + "\r\n";
+}
+
+bool hasBody(SoupServerMessage* message) {
+    SoupMessageHeaders* const headers = soup_server_message_get_request_headers(message);
+    const char* const length = soup_message_headers_get_one(headers, "Content-Length");
+    return soup_message_headers_get_one(headers, "Transfer-Encoding") != nullptr ||
+           (length != nullptr && std::string_view(length) != "0");
+}
+
+// The steal waits for the main loop, as the server is about to go on with the message.
+void steal(SoupServerMessage* message, size_t mostWaiting,
+           std::function<void(const std::shared_ptr<ClientStream>&)> onTaken) {
+    post([paused = std::make_shared<PausedRequest>(message), connection = Connections::of(message),
+          mostWaiting, onTaken = std::move(onTaken)] {
+        if (connection == nullptr || connection->isDropped())
+            return;
+        ObjectPointer<GIOStream> stream = paused->takeConnection();
+        if (stream != nullptr)
+            onTaken(std::make_shared<ClientStream>(std::move(stream), connection, mostWaiting));
+    });
+}
+
+}  // namespace
+
+void addSafetyHeaders(SoupServerMessage* message) {
+    SoupMessageHeaders* const headers = soup_server_message_get_response_headers(message);
+    for (const auto& [name, value] : SafetyHeaders)
+        soup_message_headers_replace(headers, name, value);
+}
+
+std::string asText(const nlohmann::json& value) {
+    return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+void answer(SoupServerMessage* message, unsigned status, const char* type, std::string_view body) {
+    soup_server_message_set_status(message, status, nullptr);
+    soup_server_message_set_response(message, type, SOUP_MEMORY_COPY, body.data(), body.size());
+}
+
+void answerJson(SoupServerMessage* message, unsigned status, const nlohmann::json& body) {
+    answer(message, status, "application/json", asText(body) + "\n");
+}
+
+void answerError(SoupServerMessage* message, unsigned status, const std::string& sentence) {
+    if (status == SOUP_STATUS_SERVICE_UNAVAILABLE)
+        soup_message_headers_replace(soup_server_message_get_response_headers(message),
+                                     "Retry-After", "5");
+    answerJson(message, status, {{"error", sentence}});
+}
+
+void refuse(SoupServerMessage* message, unsigned status, const std::string& sentence) {
+    if (!hasBody(message))
+        return answerError(message, status, sentence);
+    const std::string text =
+        headOf(message, status, "application/json") + asText({{"error", sentence}}) + "\n";
+    steal(message, MostRefusalBytes, [text](const std::shared_ptr<ClientStream>& client) {
+        client->watch(nullptr);
+        client->send(chunkOf(text));
+        client->finish();
+    });
+}
+
+void takeOver(SoupServerMessage* message, const char* type, size_t mostWaiting,
+              std::function<void(const std::shared_ptr<ClientStream>&)> onTaken) {
+    steal(message, mostWaiting,
+          [head = headOf(message, SOUP_STATUS_OK, type),
+           onTaken = std::move(onTaken)](const std::shared_ptr<ClientStream>& client) {
+              client->send(chunkOf(head));
+              onTaken(client);
+          });
+}
+
+PausedRequest::PausedRequest(SoupServerMessage* message)
+    : message_(static_cast<SoupServerMessage*>(g_object_ref(message))) {
+    soup_server_message_set_status(message, SOUP_STATUS_OK, nullptr);  // it is no WebSocket's
+    soup_server_message_pause(message);
+    handler_ =
+        g_signal_connect(message, "finished", G_CALLBACK(+[](SoupServerMessage*, gpointer self) {
+                             static_cast<PausedRequest*>(self)->hasFinished_ = true;
+                         }),
+                         this);
+}
+
+ObjectPointer<GIOStream> PausedRequest::takeConnection() {
+    if (std::exchange(hasFinished_, true))
+        return nullptr;
+    return ObjectPointer<GIOStream>(soup_server_message_steal_connection(message_.get()));
+}
+
+PausedRequest::~PausedRequest() {
+    g_signal_handler_disconnect(message_.get(), handler_);
+    if (!hasFinished_)
+        soup_server_message_unpause(message_.get());
+}

@@ -1,0 +1,13 @@
+// The files of the page, which are part of the program.
+#pragma once
+
+#include <string_view>
+
+struct PageFile {
+    std::string_view path;
+    const char* type;
+    std::string_view content;
+};
+
+// Null when there is none at this path.
+const PageFile* findPageFile(std::string_view path);
