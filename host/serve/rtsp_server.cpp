@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr guint MostClients = 200;       // connections, and as many sessions
+constexpr guint MostClients = 200;       // connections, as many sessions, and all may come at once
 constexpr guint MostBodyBytes = 4096;    // of a request
 constexpr guint SessionTimeout = 30;     // s, without a sign of life
 constexpr gint AfterSession = 10;        // s, that a connection lives without a session
@@ -67,6 +67,7 @@ RtspServer::RtspServer(Hub& hub, const ServeOptions& options, const Access& acce
       sessions_(gst_rtsp_session_pool_new()) {
     gst_rtsp_server_set_address(server_.get(), options.listenAddress.c_str());
     gst_rtsp_server_set_service(server_.get(), std::to_string(options.rtspPort).c_str());
+    gst_rtsp_server_set_backlog(server_.get(), MostClients);
     gst_rtsp_server_set_content_length_limit(server_.get(), MostBodyBytes);
     gst_rtsp_session_pool_set_max_sessions(sessions_.get(), MostClients);
     gst_rtsp_server_set_session_pool(server_.get(), sessions_.get());
