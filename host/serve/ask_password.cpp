@@ -40,7 +40,7 @@ std::string askPassword(const std::string& user) {
     if (isatty(STDIN_FILENO) == 0)
         return readLine("");
     const SilentTerminal silent;
-    const std::string password = readLine("Password for " + user + ": ");
+    std::string password = readLine("Password for " + user + ": ");
     const std::string again = readLine("\nThe same again: ");
     std::fputs("\n", stderr);
     if (password != again)

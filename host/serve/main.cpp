@@ -38,13 +38,15 @@ int serve(const ServeOptions& options, Console& console) {
     const Access access = readAccess(options);
     MainLoop loop;
     Hub hub(options.hub, console);
+    HubState served;
     {
         const RtspServer rtsp(hub, options, access);
         showInputs(console, hub, rtsp);
         loop.run();
+        served = hub.state();
     }
     const BufferAccount account = hub.finish();
-    showServed(console, hub.state());
+    showServed(console, served);
     if (account.lent == account.returned && account.faults == 0)
         return 0;
     console.error("the module has not returned every buffer: " + std::to_string(account.returned) +

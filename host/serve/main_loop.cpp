@@ -1,7 +1,5 @@
 #include "host/serve/main_loop.h"
 
-#include <glib.h>
-
 #include <memory>
 #include <utility>
 

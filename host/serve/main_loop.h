@@ -1,9 +1,9 @@
 // The one GLib main loop, on which the servers run.
 #pragma once
 
-#include <functional>
+#include <glib.h>
 
-using GMainLoop = struct _GMainLoop;
+#include <functional>
 
 // One in a process; the main thread's, where not said.
 class MainLoop {

@@ -113,7 +113,7 @@ void setPassword(const std::filesystem::path& file, const std::string& user,
     passwords.hashes[user] = hashOf(user, passwords.realm, password);
     std::string text;
     for (const auto& [name, hash] : passwords.hashes)
-        text += name + ":" + passwords.realm + ":" + hash + "\n";
+        text.append(name).append(":").append(passwords.realm).append(":").append(hash) += '\n';
     GError* failure = nullptr;
     if (g_file_set_contents_full(file.c_str(), text.c_str(), static_cast<gssize>(text.size()),
                                  static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT |

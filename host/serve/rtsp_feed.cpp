@@ -1,6 +1,7 @@
 #include "host/serve/rtsp_feed.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "host/session/sound_format.h"
 #include "host/system/steady_time.h"
@@ -82,8 +83,8 @@ RtspFeed* RtspFeed::of(GstRTSPMedia* medium) {
     return static_cast<RtspFeed*>(g_object_get_data(G_OBJECT(medium), FeedKey));
 }
 
-RtspFeed::RtspFeed(const RtspInput& input, GstRTSPMedia* medium)
-    : input_(input), source_([medium] {
+RtspFeed::RtspFeed(RtspInput input, GstRTSPMedia* medium)
+    : input_(std::move(input)), source_([medium] {
           const ObjectPointer<GstElement> bin(gst_rtsp_media_get_element(medium));
           return gst_bin_get_by_name(GST_BIN(bin.get()), "source");
       }()) {

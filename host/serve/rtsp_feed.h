@@ -48,7 +48,7 @@ class RtspFeed {
     // Null when the medium has none.
     static RtspFeed* of(GstRTSPMedia* medium);
 
-    RtspFeed(const RtspInput& input, GstRTSPMedia* medium);
+    RtspFeed(RtspInput input, GstRTSPMedia* medium);
     ~RtspFeed();
     RtspFeed(const RtspFeed&) = delete;
     RtspFeed& operator=(const RtspFeed&) = delete;

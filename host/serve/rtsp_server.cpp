@@ -85,10 +85,14 @@ RtspServer::RtspServer(Hub& hub, const ServeOptions& options, const Access& acce
                          static_cast<RtspServer*>(self)->welcome(client);
                      }),
                      this);
+    listen();
+}
+
+void RtspServer::listen() {
     listening_ = gst_rtsp_server_attach(server_.get(), nullptr);
     if (listening_ == 0)
-        throw std::runtime_error("cannot listen for RTSP on " + options.listenAddress + " port " +
-                                 std::to_string(options.rtspPort) +
+        throw std::runtime_error("cannot listen for RTSP on " + options_.listenAddress + " port " +
+                                 std::to_string(options_.rtspPort) +
                                  "; is it in use? choose another with --rtsp-port");
     housekeeping_ = g_timeout_add(
         HouseInterval,

@@ -27,6 +27,7 @@ class RtspServer {
 
   private:
     void mount(const ChannelDescription& input, std::optional<int> talkOutput);
+    void listen();
     void guard(const Access& access);
     void welcome(GstRTSPClient* client);
     void keepHouse();
