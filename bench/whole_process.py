@@ -16,6 +16,8 @@ import sys
 import tempfile
 import time
 
+from process_cpu import cpu_and_wakeups
+
 SETTLING = 4  # seconds; a first callback comes after up to 2
 SECONDS = 8
 TURNS = 3  # the middle one counts
@@ -39,17 +41,6 @@ programs = {
     "sox": ["sox", "-q", "--buffer", "4096", "-r", "8000", "-c", "1", "-b", "16", "-t", "alsa",
             "default", "-e", "mu-law", folder + "/sox.wav"],
 }
-
-
-def cpu_and_wakeups(pid):
-    """Nanoseconds on a CPU and times put on one, of all threads."""
-    nanoseconds = switches = 0
-    for path in glob.glob(f"/proc/{pid}/task/*/schedstat"):
-        with open(path) as file:
-            fields = file.read().split()
-        nanoseconds += int(fields[0])
-        switches += int(fields[2])
-    return nanoseconds, switches
 
 
 def recordings():
