@@ -21,6 +21,9 @@ namespace {
 constexpr const char* FeedKey = "tamborin-feed";
 constexpr int64_t MostAge = 5000;  // ms, of a frame when it comes; more means that a clock was set
 
+constexpr int64_t PacketDuration = 32 * int64_t{GST_MSECOND};
+constexpr int64_t MostAhead = int64_t{GST_SECOND};  // of the sound, before the time
+
 // The pipeline's time begins so much before it starts, as the first frame was captured before.
 constexpr GstClockTime TimeAhead = 2 * MostAge * GST_MSECOND;
 
@@ -130,16 +133,21 @@ void RtspFeed::setClients(int clients) {
 }
 
 // On the module's thread. RTP counts samples, and only after a gap it goes by the time again, but
-// not back. The queue never waits: when it is full its oldest frame is dropped.
+// not back. The queue never waits: when it is full its oldest frame is dropped. Packets whose time
+// goes back would end the process, in the library's queue of a client: frames that come all at once
+// follow each other by all of their packets but one, until time has caught up. Sound that goes on
+// coming faster than it sounds is dropped.
 void RtspFeed::give(const FramePointer& frame) {
     const ObjectPointer<GstClock> clock(gst_element_get_clock(source_.get()));
     if (clock == nullptr)
         return;
     const auto now = static_cast<int64_t>(gst_clock_get_time(clock.get()) -
                                           gst_element_get_base_time(source_.get()));
+    if (lastPacket_ > now + MostAhead)
+        return;
     const int64_t age = std::clamp<int64_t>(clockMilliseconds() - frame->milliseconds, 0, MostAge);
     GstBuffer* buffer = bufferOf(frame);
-    const int64_t captured = std::max<int64_t>(0, now - age * int64_t{GST_MSECOND});
+    const int64_t captured = std::max(lastPacket_, now - age * int64_t{GST_MSECOND});
     GST_BUFFER_PTS(buffer) = static_cast<GstClockTime>(captured);
     GST_BUFFER_DURATION(buffer) =
         gst_util_uint64_scale(frame->codes.size(), GST_SECOND, SampleRate);
@@ -147,7 +155,9 @@ void RtspFeed::give(const FramePointer& frame) {
         GST_BUFFER_FLAG_SET(buffer, GST_BUFFER_FLAG_DISCONT);
         soundEnd_ = captured;
     }
-    soundEnd_ += static_cast<int64_t>(GST_BUFFER_DURATION(buffer));
+    const auto duration = static_cast<int64_t>(GST_BUFFER_DURATION(buffer));
+    soundEnd_ += duration;
+    lastPacket_ = captured + std::max<int64_t>(0, duration - PacketDuration);
     gst_app_src_push_buffer(GST_APP_SRC(source_.get()), buffer);
 }
 

@@ -66,8 +66,9 @@ class RtspFeed {
     const RtspInput input_;
     const ObjectPointer<GstElement> source_;
     ObjectPointer<GstElement> sink_;  // null: without a backchannel
-    int64_t soundEnd_ = 0;  // of the sound so far, as RTP counts it; the module's thread's
-    std::mutex mutex_;      // guards what follows
+    int64_t soundEnd_ = 0;    // of the sound so far, as RTP counts it; the module's thread's
+    int64_t lastPacket_ = 0;  // when the last packet began; the module's thread's
+    std::mutex mutex_;        // guards what follows
     std::unique_ptr<Listening> listening_;
     std::unique_ptr<Talk> talk_;
 };
