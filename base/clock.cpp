@@ -10,14 +10,6 @@ SteadyTime steadyTick() noexcept {
     return SteadyTime(std::chrono::seconds(tick.tv_sec) + std::chrono::nanoseconds(tick.tv_nsec));
 }
 
-timeval wallClockNow() noexcept {
-    timeval now{};
-    gettimeofday(&now, nullptr);
-    return now;
-}
-
-int64_t unixSeconds() noexcept { return time(nullptr); }
-
 void pauseOneMillisecond() noexcept {
     const timespec oneMillisecond{.tv_sec = 0, .tv_nsec = 1'000'000};
     nanosleep(&oneMillisecond, nullptr);

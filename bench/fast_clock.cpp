@@ -1,12 +1,14 @@
 // Replaces base/clock.cpp in a library for hosts, between fakes of the audio libraries: the
 // module's steady time runs a day in a minute, and each open input calls back in every 256 ms of
 // it. Leaves the time that has passed in the file "passed_ms" of the working directory.
+#include <alsa/asoundlib.h>
+
 #include <array>
 #include <ctime>
 #include <fstream>
 
 #include "base/clock.h"
-#include "bench/fake_audio.h"
+#include "tests/fake_portaudio.h"
 
 namespace {
 
@@ -28,7 +30,10 @@ const std::array<int16_t, 2048>& frame() {
 
 // From the library's loading to its end.
 const struct Simulation {
-    Simulation() { fakeAudio.inputs = 1; }
+    Simulation() {
+        fakePortAudio.hostApis.push_back({1, paALSA, "ALSA", 0, 0, 0});
+        fakePortAudio.addDevice("default", 1, 0);
+    }
     ~Simulation() { std::ofstream("passed_ms") << passed.count(); }
     Simulation(const Simulation&) = delete;
     Simulation& operator=(const Simulation&) = delete;
@@ -36,23 +41,20 @@ const struct Simulation {
 
 }  // namespace
 
-SteadyTime steadyNow() noexcept { return SteadyTime(std::chrono::hours(1)) + passed; }
-SteadyTime steadyTick() noexcept { return steadyNow(); }
-
-timeval wallClockNow() noexcept {
-    timeval now{};
-    gettimeofday(&now, nullptr);
-    return now;
+int snd_card_next(int* card) {
+    *card = -1;  // no sound cards
+    return 0;
 }
 
-int64_t unixSeconds() noexcept { return time(nullptr); }
+SteadyTime steadyNow() noexcept { return SteadyTime(std::chrono::hours(1)) + passed; }
+SteadyTime steadyTick() noexcept { return steadyNow(); }
 
 void pauseOneMillisecond() noexcept {
     ++passed;
     if (passed.count() % FrameMs == 0)
-        for (const FakeStream* stream : fakeAudio.streams)
+        for (const FakeStream* stream : fakePortAudio.open)
             if (stream->isInput)
-                stream->capture(frame().data(), frame().size());
+                stream->capture(frame());
     static SteadyTime next = std::chrono::steady_clock::now();
     if (passed.count() % DaysAMinute == 0) {
         next += std::chrono::milliseconds(1);

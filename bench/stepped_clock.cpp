@@ -19,14 +19,6 @@ SteadyTime steadyTick() noexcept {
            skipped;
 }
 
-timeval wallClockNow() noexcept {
-    timeval now{};
-    gettimeofday(&now, nullptr);
-    return now;
-}
-
-int64_t unixSeconds() noexcept { return time(nullptr); }
-
 void pauseOneMillisecond() noexcept {
     ++skipped;
     onPause();

@@ -103,7 +103,7 @@ bool configureCard(int card) {
     if (label.empty())
         return true;
     const CardMixer opened = openCardMixer(device);
-    if (!opened.mixer) {
+    if (opened.failedStep != nullptr) {
         logLine(LogError, "ALSA: %s %s error %s", label.c_str(), opened.failedStep,
                 snd_strerror(opened.error));
         return true;

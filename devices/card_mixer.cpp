@@ -30,9 +30,8 @@ CardMixer openCardMixer(const std::string& device) {
     if (!succeeds(snd_mixer_open(&opened, 0), "snd_mixer_open"))
         return result;
     result.mixer.reset(opened);
-    if (!succeeds(snd_mixer_attach(opened, device.c_str()), "snd_mixer_attach") ||
-        !succeeds(snd_mixer_selem_register(opened, nullptr, nullptr), "snd_mixer_selem_register") ||
-        !succeeds(snd_mixer_load(opened), "snd_mixer_load"))
-        result.mixer.reset();
+    if (succeeds(snd_mixer_attach(opened, device.c_str()), "snd_mixer_attach") &&
+        succeeds(snd_mixer_selem_register(opened, nullptr, nullptr), "snd_mixer_selem_register"))
+        succeeds(snd_mixer_load(opened), "snd_mixer_load");
     return result;
 }

@@ -20,8 +20,8 @@ struct MixerCloser {
 using MixerPtr = std::unique_ptr<snd_mixer_t, MixerCloser>;
 
 struct CardMixer {
-    MixerPtr mixer;                    // with its elements loaded; null when a step failed
-    const char* failedStep = nullptr;  // ALSA's function
+    MixerPtr mixer;                    // its elements are loaded, unless a step failed
+    const char* failedStep = nullptr;  // ALSA's function; null when all succeeded
     int error = 0;                     // what it returned
 };
 // `device` is ALSA's name of the card, such as "hw:0".

@@ -70,11 +70,14 @@ enum {
     KindBufferRelease = 512   /* data is a host buffer that the module hands back */
 };
 
-/* The only audio format */
-enum {
-    AudioSampleRate = 8000,  /* Hz */
-    AudioFrameSamples = 2048 /* in a captured frame; of a written block at most these are played */
-};
+/* The only audio format: the rate in Hz, and the samples in a captured frame, which are also the
+ * most that is played of a written block. C++ has no arithmetic of enumerators with doubles. */
+#ifdef __cplusplus
+constexpr int32_t AudioSampleRate = 8000;
+constexpr int32_t AudioFrameSamples = 2048;
+#else
+enum { AudioSampleRate = 8000, AudioFrameSamples = 2048 };
+#endif
 
 /* HostMessage.type */
 enum {

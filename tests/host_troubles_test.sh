@@ -52,6 +52,14 @@ for streams in "stalled err 1" "out stalled 0"; do
     ! grep 'Channel.* Enabled="1"' tamborin.xml || fail "a reader who stalls leaves an input enabled"
 done
 grep -q "^tamborin-host: [0-9]* records were left out" err || fail "records left out: $(cat err)"
+timeout --foreground -k 60 120 "$host" record --input 0 --out - >stalled 2>err & recorder=$!
+until grep -q "^recording" err; do sleep 0.1; done
+kill -TERM $recorder
+status=0
+wait $recorder || status=$?
+if [ $status -ne 1 ] || ! grep -q "seconds of sound were left out" err || ! grep -q "^ *0 .* 0.00 " err; then
+    fail "sound that nobody took: exit status $status: $(cat err)"
+fi
 exec 3<&-
 
 # `watch` must end when its terminal is gone, also without SIGHUP.

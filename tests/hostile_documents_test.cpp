@@ -98,14 +98,15 @@ TEST_F(HostileDocuments, HugeButHarmless) {
 }
 
 // A name in any encoding becomes UTF-8. A byte of another encoding would swallow the quote behind
-// it when the settings are read again, and all settings would be lost. A
-// declaration's values, which TinyXML prints unescaped, would do the same.
+// it when the settings are read again, and all settings would be lost. A declaration's values, which
+// TinyXML prints unescaped, would do the same.
 TEST_F(HostileDocuments, NamesOutliveTheNextStart) {
     for (const std::string declaration : {"", "<?xml ?>", "<?xml encoding='ISO-8859-1'?>"})
         for (const auto& [sent, kept] :
              std::map<std::string, std::string>{{"Caf&#xE9;", "Caf\xC3\xA9"},
                                                 {"K\xE4se", "K\xC3\xA4se"},
                                                 {"K\xC3\xA4se", "K\xC3\xA4se"},
+                                                {"\xF0\x9F\x98", "\xC3\xB0\xC2\x9F\xC2\x98"},
                                                 {"&#xD800;", "\xC3\xAD\xC2\xA0\xC2\x80"}}) {
             configure(declaration +
                       "<Varo><Devices ID='1310720'><Device><Audio><Input Number='3' Name='" + sent +

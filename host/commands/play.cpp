@@ -3,6 +3,7 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/tables.h"
+#include "host/session/advice.h"
 #include "host/session/channel_choice.h"
 #include "host/sound/player.h"
 #include "host/terminal/end_process.h"
@@ -42,9 +43,7 @@ int run(const Options& options, const CommonOptions& common, Console& console) {
     console.remark("played:  " + inClockTime(played) + " of " + options.file.string() +
                    " on channel " + std::to_string(output.number));
     if (!player.isDone() && !wasStopped)
-        throw std::runtime_error(
-            "the output stopped taking sound; does the sound server still "
-            "run? 'tamborin-host doctor' tells");
+        throw std::runtime_error("the output stopped taking sound; " + SoundServerHangs);
     return accountBalances ? Succeeded : Failed;
 }
 

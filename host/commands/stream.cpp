@@ -77,6 +77,9 @@ class SoundStream {
     void finish(int64_t endMs) {
         writer_.settle();
         const std::lock_guard held(mutex_);
+        const uint64_t unwritten = std::min(writer_.unwrittenBytes(), recording_.samples);
+        recording_.samples -= unwritten;
+        lostSamples_ += unwritten;
         count(gapFinder_.finish(endMs));
     }
 

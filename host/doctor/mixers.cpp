@@ -122,7 +122,7 @@ Findings examineCard(int card) {
                  "nothing: the module leaves its mixer as it is"}};
     const std::string label = device + " [" + name.text + "]";
     const CardMixer opened = openCardMixer(device);
-    if (!opened.mixer)
+    if (opened.failedStep != nullptr)
         return {{Verdict::Wrong,
                  label + ": its mixer cannot be opened: " + snd_strerror(opened.error),
                  "see Permissions below; without the mixer the module leaves the card as it is"}};

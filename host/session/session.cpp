@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "host/session/advice.h"
 #include "host/session/json_records.h"
 #include "host/system/stop.h"
 #include "host/terminal/progress.h"
@@ -110,9 +111,7 @@ void Session::awaitModule(const std::string& what, const std::function<bool()>& 
     while (!isDone()) {
         const auto waited = std::chrono::steady_clock::now() - begin;
         if (waited > ModuleTimeout)
-            giveUp(what +
-                   " takes too long; does the sound server hang? 'tamborin-host doctor' tells "
-                   "more");
+            giveUp(what + " takes too long; " + SoundServerHangs);
         progress.show(std::chrono::duration<double>(waited) / ModuleTimeout);
     }
 }

@@ -15,22 +15,23 @@ namespace {
 constexpr uint64_t MostHeaderBytes = 4096;
 static_assert(WavFiles::MostSamplesPerFile + MostHeaderBytes < UINT32_MAX);
 
-// Makes an empty file, whose name is not taken: neither a clock that is set back nor another
-// process must cost a recording. What keeps it from being made will keep it from being written.
-std::filesystem::path reservedName(const std::filesystem::path& folder, int number,
-                                   int64_t milliseconds) {
+struct NewFile {
+    std::filesystem::path path;
+    int descriptor;  // negative: the file could not be made
+    int error;       // errno then
+};
+
+// Makes an empty file under a name that is not taken, so that neither a clock that is set back nor
+// another process overwrites a recording.
+NewFile makeFile(const std::filesystem::path& folder, int number, int64_t milliseconds) {
     const std::string stem =
         "channel" + std::to_string(number) + "-" + localTime(milliseconds, "%Y%m%d-%H%M%S");
     std::filesystem::path name = folder / (stem + ".wav");
     for (int copy = 2;; ++copy) {
         const int file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (file >= 0)
-            ::close(file);
-        else if (errno == EEXIST) {
-            name = folder / (stem + "-" + std::to_string(copy) + ".wav");
-            continue;
-        }
-        return name;
+        if (file >= 0 || errno != EEXIST)
+            return {name, file, errno};
+        name = folder / (stem + "-" + std::to_string(copy) + ".wav");
     }
 }
 
@@ -57,15 +58,20 @@ void WavFiles::append(std::span<const uint8_t> codes, int64_t milliseconds) {
 }
 
 void WavFiles::open(int64_t milliseconds) {
-    path_ = reservedName(folder_, channelNumber_, milliseconds);
+    const NewFile made = makeFile(folder_, channelNumber_, milliseconds);
+    path_ = made.path;
     samplesInFile_ = 0;
+    if (made.descriptor < 0)
+        return fail(std::strerror(made.error));
     SF_INFO format{};
     format.samplerate = SampleRate;
     format.channels = 1;
     format.format = SF_FORMAT_WAV | SF_FORMAT_ULAW;
-    file_.reset(sf_open(path_.c_str(), SFM_WRITE, &format));
-    if (!file_)
-        return fail(sf_strerror(nullptr));
+    file_.reset(sf_open_fd(made.descriptor, SFM_WRITE, &format, SF_TRUE));
+    if (!file_) {
+        fail(sf_strerror(nullptr));
+        return removeEmptyFile();
+    }
     // The header tells the length after every frame, so that a player needs no end.
     sf_command(file_.get(), SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
 }
@@ -80,16 +86,20 @@ void WavFiles::write(std::span<const uint8_t> codes) {
         samplesInFile_ += static_cast<uint64_t>(written);
         samples_ += static_cast<uint64_t>(written);
     }
-    if (written != length)
+    if (written != length) {
         fail(std::strerror(error));
-    else if (samplesInFile_ == samplesPerFile_)
+        removeEmptyFile();
+    } else if (samplesInFile_ == samplesPerFile_)
         close();
 }
 
-// A file without sound would be one that no player takes.
 void WavFiles::fail(const std::string& reason) {
     failure_ = "cannot write " + path_.string() + ": " + reason;
     close();
+}
+
+// No player takes a file without sound.
+void WavFiles::removeEmptyFile() const {
     std::error_code ignored;
     if (samplesInFile_ == 0)
         std::filesystem::remove(path_, ignored);

@@ -45,6 +45,7 @@ class WavFiles {
     void open(int64_t milliseconds);
     void write(std::span<const uint8_t> codes);
     void fail(const std::string& reason);
+    void removeEmptyFile() const;
 
     const std::filesystem::path folder_;
     const int channelNumber_;

@@ -1,5 +1,6 @@
 #include "host/terminal/bounded_writer.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -38,6 +39,7 @@ struct BoundedWriter::Shared {
     size_t bytes = 0;               // of the texts
     Clock::time_point progress{};   // when there last was some
     uint64_t lost = 0;
+    uint64_t lostBytes = 0;  // accepted, but not written because of a failure
     bool failed = false;
     bool closed = false;
 
@@ -46,6 +48,11 @@ struct BoundedWriter::Shared {
         while (!text.empty()) {
             const ssize_t written =
                 ::write(descriptor, text.data(), std::min<size_t>(text.size(), PIPE_BUF));
+            if (written < 0 && errno == EAGAIN) {  // the user's descriptor may be one of these
+                pollfd ready{descriptor, POLLOUT, 0};
+                poll(&ready, 1, -1);
+                continue;
+            }
             if (written < 0 && errno != EINTR)
                 return errno;
             text.remove_prefix(static_cast<size_t>(std::max<ssize_t>(written, 0)));
@@ -90,7 +97,7 @@ void BoundedWriter::run(const std::shared_ptr<Shared>& shared) {
             shared->failed = true;
             shared->lost += shared->texts.size();
             shared->texts.clear();
-            shared->bytes = 0;
+            shared->lostBytes += std::exchange(shared->bytes, 0);
         } else {
             shared->bytes -= text.size();
             shared->texts.pop_front();
@@ -125,6 +132,11 @@ void BoundedWriter::settle() {
 bool BoundedWriter::isSettled() const {
     const std::lock_guard held(shared_->mutex);
     return shared_->texts.empty();
+}
+
+uint64_t BoundedWriter::unwrittenBytes() const {
+    const std::lock_guard held(shared_->mutex);
+    return shared_->lostBytes + shared_->bytes;
 }
 
 uint64_t BoundedWriter::lost() const {

@@ -28,6 +28,8 @@ class BoundedWriter {
     bool isSettled() const;
     // Texts that were not written, or not wholly.
     uint64_t lost() const;
+    // Bytes of the texts that were accepted and are not, or not wholly, written.
+    uint64_t unwrittenBytes() const;
 
   private:
     // The thread keeps it, too: a write that waits for a reader outlives this.

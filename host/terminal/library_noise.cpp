@@ -42,5 +42,5 @@ LibraryNoise::~LibraryNoise() {
     std::signal(SIGABRT, abortBefore_);
     std::fflush(messages_);
     dup2(fileno(messages_), STDERR_FILENO);
-    std::fclose(messages_);
+    // The stream stays open: a writer that is stuck on it may outlive this.
 }
