@@ -36,12 +36,12 @@ struct BoundedWriter::Shared {
     std::condition_variable changed;
     std::deque<std::string> texts;  // the first is being written
     size_t bytes = 0;               // of the texts
-    Clock::time_point progress{};   // when there last was some
+    Clock::time_point progress{};   // when the reader last took bytes, or the first text was queued
     uint64_t lost = 0;
     bool failed = false;
     bool closed = false;
 
-    // In pieces that show how a slow reader gets on. Answers an errno.
+    // Writes in pieces, so that `progress` follows a slow reader. Returns 0 or an errno.
     int writeAll(std::string_view text) {
         while (!text.empty()) {
             const ssize_t written =
