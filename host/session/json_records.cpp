@@ -75,6 +75,6 @@ std::string jsonLine(const HostMessage& message, int32_t answer, bool isAscii) {
     addContent(record, message);
     if (message.type == TypeLogLevelQuery)
         record["answer"] = answer;
-    // A name in the settings need not be UTF-8.
+    // Replaces what is not UTF-8, as a name in the settings may be.
     return record.dump(-1, ' ', isAscii, Json::error_handler_t::replace) + "\n";
 }
