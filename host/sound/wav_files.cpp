@@ -15,8 +15,9 @@ namespace {
 constexpr uint64_t MostHeaderBytes = 4096;
 static_assert(WavFiles::MostSamplesPerFile + MostHeaderBytes < UINT32_MAX);
 
-// Makes an empty file, whose name is not taken: neither a clock that is set back nor another
-// process must cost a recording. What keeps it from being made will keep it from being written.
+// Makes an empty file under a new name, so that no recording is overwritten, by another process or
+// after the clock was set back. When that fails it returns the name all the same: opening the file
+// fails for the same reason, and reports it.
 std::filesystem::path reservedName(const std::filesystem::path& folder, int number,
                                    int64_t milliseconds) {
     const std::string stem =
@@ -66,7 +67,7 @@ void WavFiles::open(int64_t milliseconds) {
     file_.reset(sf_open(path_.c_str(), SFM_WRITE, &format));
     if (!file_)
         return fail(sf_strerror(nullptr));
-    // The header tells the length after every frame, so that a player needs no end.
+    // Updates the length in the header after every frame, so that players can read the file.
     sf_command(file_.get(), SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
 }
 
@@ -86,7 +87,7 @@ void WavFiles::write(std::span<const uint8_t> codes) {
         close();
 }
 
-// A file without sound would be one that no player takes.
+// Removes a file without sound, which players would refuse.
 void WavFiles::fail(const std::string& reason) {
     failure_ = "cannot write " + path_.string() + ": " + reason;
     close();
