@@ -27,7 +27,7 @@ class Grammar {
             addCommand(line_);
     }
 
-    // Returns the chosen command; nothing when a text was asked for, which is printed then.
+    // Returns the chosen command, or nothing after it has printed a help text or the version.
     std::optional<Command> parse() {
         try {
             app_.parse(argc_, argv_);
@@ -43,7 +43,8 @@ class Grammar {
         }
         if (!line_.chosen())
             throw UsageError("name a command; see 'tamborin-host --help'");
-        // The module runs in its own folder, and a name without a slash is the dynamic linker's.
+        // The working directory will change. The dynamic linker searches for a name without a
+        // slash.
         if (common_.module.has_parent_path())
             makeAbsolute(common_.module);
         line_.makePathsAbsolute();
@@ -100,7 +101,7 @@ class Grammar {
                 ""};
     }
 
-    // Tells the first option that nobody knows, or else the first argument.
+    // Returns a message about the first unknown option, or else the first unexpected argument.
     std::string unexpected() const {
         const std::vector<std::string> extras = app_.remaining(true);
         const auto option = std::ranges::find_if(
