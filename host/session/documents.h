@@ -1,4 +1,4 @@
-// The module's channels as its description document tells them, and documents that change them.
+// The module's channels as its description document lists them, and documents that change them.
 #pragma once
 
 #include <cstdint>

@@ -41,7 +41,7 @@ std::optional<LogFact> ignoredDevice(std::string_view rest) {
     return std::nullopt;
 }
 
-// "input device 0 [default] (default)"
+// Reads a text such as "input device 0 [default] (default)".
 LogFact foundDevice(std::string_view rest) {
     const size_t begin = rest.find('[') + 1;
     return {.kind = Kind::DeviceFound,

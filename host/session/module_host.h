@@ -55,12 +55,12 @@ class ModuleHost {
     // without a slash. `logThreshold` is the lowest level of the log lines that are wanted. Throws
     // ModuleLoadError.
     ModuleHost(const std::filesystem::path& library, ModuleListener listener, int32_t logThreshold);
-    // Stops and unloads it.
+    // Stops and unloads the module.
     ~ModuleHost();
     ModuleHost(const ModuleHost&) = delete;
     ModuleHost& operator=(const ModuleHost&) = delete;
 
-    // Starts the module's thread, in which it finds the devices and describes its channels.
+    // Starts the module's thread, on which the module finds the devices and describes its channels.
     void start();
     // Closes the module, waits for its thread and unloads it, which returns every buffer.
     void stop();

@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 constexpr auto ModuleTimeout = 20s;
 constexpr auto StopPatience = 1s;
 constexpr auto LookInterval = 100ms;
-constexpr auto SoundTimeout = 10s;  // an input may take two to start; some never deliver sound
+constexpr auto SoundTimeout = 10s;  // an input may need two seconds to start; some stay silent
 
 }  // namespace
 
@@ -90,7 +90,7 @@ void Session::onDocument(std::string_view xml) {
     described_.notify_all();
 }
 
-// Waits for LookInterval at most.
+// Returns true once the module has described itself so many times. Waits LookInterval at most.
 bool Session::isDescribed(int times) {
     std::unique_lock held(mutex_);
     return described_.wait_for(held, LookInterval, [&] { return descriptions_ >= times; });

@@ -51,7 +51,7 @@ class Session {
 
     ModuleHost& module() { return module_; }
     const ModuleHost& module() const { return module_; }
-    // False once the time is up or the user has stopped the tool.
+    // Returns false once the time is up or the user has stopped the tool.
     bool running() const;
     double elapsedSeconds() const;
     // Returns the part of the time to run that is over; 0 when the session has no end.

@@ -9,7 +9,7 @@
 #include "host/sound/clip.h"
 
 struct ClipFound {
-    double correlation = 0;  // 1: identical but for loudness
+    double correlation = 0;  // 1: identical except for loudness
     double seconds = 0;      // where in the recording
     bool isFound() const { return correlation >= 0.7; }
 };

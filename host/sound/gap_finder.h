@@ -25,7 +25,7 @@ class GapFinder {
     // one as one stretch. Returns none while the frame waits.
     std::vector<Stretch> place(size_t samples, int64_t arrival);
     // Returns the stretches that remain when the recording ends at a steady time (ms): the waiting
-    // frames, and the gap until the end.
+    // frames, and a gap if no frame came for the last seconds.
     std::vector<Stretch> finish(int64_t end);
 
   private:

@@ -20,7 +20,7 @@ std::vector<uint8_t> readClip(const std::filesystem::path& file, double seconds,
 class Player {
   public:
     // Plays `clip` on the channel, and then two seconds of silence. A stream that closes drops what
-    // is left in the device's buffer; with the silence that is no part of the clip.
+    // is left in the device's buffer: then this is silence, and not the end of the clip.
     Player(ModuleHost& module, int32_t channelId, std::vector<uint8_t> clip);
 
     // Lends the module the next blocks, up to two seconds ahead. Call it several times a second.

@@ -1,5 +1,5 @@
 // Lets only one process of the tool use a settings folder at a time. Each process restores at its
-// end the settings that it found, so a second one would restore what the first changed for a while.
+// end the settings that it found, and a second one would find the first one's temporary changes.
 #pragma once
 
 #include <filesystem>

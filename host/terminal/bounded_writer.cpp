@@ -19,7 +19,8 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr auto Patience = 1s;
+constexpr auto Patience =
+    1s;  // with a reader that takes nothing, once the user has stopped the tool
 constexpr auto LookInterval = 100ms;
 
 }  // namespace

@@ -1,8 +1,8 @@
 // The tool's output to its user.
 //
 // Results and remarks go to stdout, or to stderr when stdout carries records or sound. Errors, log
-// lines and progress go to stderr. Only what goes to stdout as text waits for its reader: other
-// threads write the rest, and drop it when a reader stalls.
+// lines and progress go to stderr. Text on stdout waits for its reader. Everything else is written
+// by other threads, and dropped when its reader stalls.
 #pragma once
 
 #include <atomic>
