@@ -3,6 +3,7 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/tables.h"
+#include "host/session/advice.h"
 #include "host/session/channel_choice.h"
 #include "host/sound/player.h"
 #include "host/terminal/end_process.h"
@@ -43,8 +44,7 @@ int run(const Options& options, const CommonOptions& common, Console& console) {
                    " on channel " + std::to_string(output.number));
     if (!player.isDone() && !wasStopped)
         throw std::runtime_error(
-            "the output stopped taking sound; does the sound server still "
-            "run? 'tamborin-host doctor' tells");
+            "the output stopped taking sound; does the sound server still run? " + SeeDoctor);
     return accountBalances ? Succeeded : Failed;
 }
 
