@@ -21,7 +21,7 @@ class Grammar {
         app_.footer(
             "Channels are chosen by number, name or device; 'channels' lists all three.\n"
             "Exit status: 0 done, 1 it did not work, 2 the command line is wrong.\n"
-            "COMMAND --help tells the options of a command; the manual is tamborin-host(1).");
+            "COMMAND --help lists the options of a command; the manual is tamborin-host(1).");
         addCommonOptions();
         for (const auto addCommand : Commands)
             addCommand(line_);
@@ -43,8 +43,8 @@ class Grammar {
         }
         if (!line_.chosen())
             throw UsageError("name a command; see 'tamborin-host --help'");
-        // The working directory will change. The dynamic linker searches for a name without a
-        // slash.
+        // Made absolute, because the working directory will change. A name without a slash stays as
+        // it is, so that the dynamic linker searches for it.
         if (common_.module.has_parent_path())
             makeAbsolute(common_.module);
         line_.makePathsAbsolute();
@@ -120,8 +120,7 @@ class Grammar {
     const int argc_;
     char** const argv_;
     CLI::App app_{
-        "Brings the audio module Tamborin up on a machine: records, plays, watches, "
-        "examines.",
+        "Runs the audio module Tamborin: records, plays, watches, serves, examines the machine.",
         "tamborin-host"};
     CommandLine line_{app_, argv_};
 };
