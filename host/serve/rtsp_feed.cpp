@@ -6,7 +6,7 @@
 #include "host/session/sound_format.h"
 #include "host/system/steady_time.h"
 
-// 32 ms are an eighth of a frame: a packet never waits for the next frame.
+// A packet has 32 ms, an eighth of a frame, so that no packet waits for the next frame.
 const char* const CaptureLaunch =
     "( appsrc name=source is-live=true format=time caps=audio/x-mulaw,rate=8000,channels=1 "
     "max-buffers=16 max-bytes=0 max-time=0 leaky-type=downstream ! "
@@ -19,9 +19,10 @@ const char* const BackchannelLaunch =
 namespace {
 
 constexpr const char* FeedKey = "tamborin-feed";
-constexpr int64_t MostAge = 5000;  // ms, of a frame when it comes; more means that a clock was set
+constexpr int64_t MostAge = 5000;  // ms from capture to here; more means that the clock was set
 
-// The pipeline's time begins so much before it starts, as the first frame was captured before.
+// The pipeline's time begins this much before its start, because the first frame may have been
+// captured before the start.
 constexpr GstClockTime TimeAhead = 2 * MostAge * GST_MSECOND;
 
 void beginTimeEarlier(GstElement* pipeline) {
@@ -31,7 +32,7 @@ void beginTimeEarlier(GstElement* pipeline) {
     gst_element_set_base_time(pipeline, gst_clock_get_time(clock.get()) - TimeAhead);
 }
 
-// Lets the sender's reports tell when the sound was captured, not when it was sent.
+// Makes RTCP's sender reports contain the time of capture instead of the time of sending.
 void tellCaptureTime(GstBin* /*pipeline*/, GstElement* element, gpointer /*data*/) {
     if (g_str_has_prefix(GST_ELEMENT_NAME(element), "rtpbin"))
         g_object_set(element, "rtcp-sync-send-time", FALSE, nullptr);
@@ -129,8 +130,8 @@ void RtspFeed::setClients(int clients) {
         listening_->setClients(clients);
 }
 
-// On the module's thread. RTP counts samples, and only after a gap it goes by the time again, but
-// not back. The queue never waits: when it is full its oldest frame is dropped.
+// Runs on the module's thread. RTP's time stamps count samples. Only after a gap they follow the
+// time of capture again, and never go back. When the queue is full its oldest frame is dropped.
 void RtspFeed::give(const FramePointer& frame) {
     const ObjectPointer<GstClock> clock(gst_element_get_clock(source_.get()));
     if (clock == nullptr)
