@@ -215,12 +215,60 @@ def whole_process():
     return table(*rows)
 
 
+def serve():
+    rows = [["server", "1 client", "10 clients", "100 clients", "each further client",
+             "a further input", "wake-ups a second, 1 client"]]
+    for one in load("serve.json")["costs"]:
+        of = one["clients"]
+
+        def cpu(key):
+            return of[key]["cpu"] if key in of and of[key]["runs"] else None
+
+        def cell(value):
+            return "" if value is None else seconds(value)
+
+        def difference(more, fewer, by):
+            return cell(None if None in (cpu(more), cpu(fewer)) else
+                        max(0, (cpu(more) - cpu(fewer)) / by))
+        first = "1" if "1" in of else "0"  # no client
+        rows.append([one["name"], *(cell(cpu(key)) for key in (first, "10", "100")),
+                     difference("100", "10", 90), difference("two inputs", "1", 1),
+                     f"{of[first]['wakeups']:.0f}"])
+    return table(*rows)
+
+
+def serve_latency():
+    return table(["listener", "bursts", "heard", "fastest", "median", "p99"],
+                 *([one["name"], one["bursts"], one["heard"],
+                    *(seconds(one[key]) for key in ("p0", "p50", "p99"))]
+                   for one in load("serve.json")["latency"]))
+
+
+def serve_losses():
+    found = load("serve.json")
+    losses, day = found["losses"], found["day"]
+    memory = [f"{day['memory'][hour - 1] / 1e6:.2f} MB" for hour in (1, 12, 24)]
+    parts = [" and ".join(map(str, day["descriptors and threads"][hour])) for hour in (0, -1)]
+    return table(["", ""],
+                 [f"{losses['clients']} clients, {losses['seconds']:.0f} s: packets heard",
+                  f"{losses['packets']:,}"],
+                 ["of which lost, time stamps that jump, clients dropped",
+                  f"{losses['lost packets']}, {losses['time stamps that jump']}, "
+                  f"{losses['clients'] - losses['still there']}"],
+                 [f"{day['hours']:.1f} simulated hours: clients who came and went",
+                  f"{day['lives']:,}"],
+                 ["memory in its 1st, 12th and 24th part", ", ".join(memory)],
+                 ["descriptors and threads, at first and at last", ", ".join(parts)])
+
+
 with open(page) as file:
     text = file.read()
 for name, make in (("machine", machine), ("codec", codec), ("pass", worker_pass),
                    ("system calls", system_calls), ("callbacks", callbacks),
                    ("contention", contention), ("calls", calls), ("latency", latency),
-                   ("scale", scale), ("documents", documents), ("whole process", whole_process)):
+                   ("scale", scale), ("documents", documents), ("whole process", whole_process),
+                   ("serve", serve), ("serve latency", serve_latency),
+                   ("serve losses", serve_losses)):
     begin = f"<!-- {name} -->\n"
     start = text.index(begin) + len(begin)
     text = text[:start] + make() + "\n" + text[text.index("<!-- end -->", start):]

@@ -16,6 +16,8 @@ import sys
 import tempfile
 import time
 
+from process_cpu import cpu_and_wakeups
+
 SETTLING = 4  # seconds; the first callback may come 2 seconds after the start
 SECONDS = 8
 TURNS = 3  # the median is reported
@@ -39,17 +41,6 @@ programs = {
     "sox": ["sox", "-q", "--buffer", "4096", "-r", "8000", "-c", "1", "-b", "16", "-t", "alsa",
             "default", "-e", "mu-law", folder + "/sox.wav"],
 }
-
-
-def cpu_and_wakeups(pid):
-    """Returns the CPU time of all threads in nanoseconds, and how often they were put on a CPU."""
-    nanoseconds = switches = 0
-    for path in glob.glob(f"/proc/{pid}/task/*/schedstat"):
-        with open(path) as file:
-            fields = file.read().split()
-        nanoseconds += int(fields[0])
-        switches += int(fields[2])
-    return nanoseconds, switches
 
 
 def recordings():

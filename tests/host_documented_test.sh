@@ -17,21 +17,21 @@ completed() {  # WORDS..., of which the last is completed
     printf '%s\n' "${COMPREPLY[@]}" | grep -vx -e -h
 }
 section() { sed -n "/^\.S[sh] $1/,/^\.S[sh]/p" "$share/tamborin-host.1"; }
-flags() { grep "^\.$1 Fl" | grep -oP ' \K-[a-z-]+' | sed 's/^/-/'; }
+flags() { grep "^\.$1Fl" | grep -oP ' \K-[a-z-]+' | sed 's/^/-/'; }
 
 commands=$("$host" --help | sed -n '/^Subcommands/,/^$/s/^ *\([a-z]\+\) .*/\1/p')
 common=$(options_of)
 compare "the manual's commands" "$commands" "$(section Commands | grep -oP '^\.It Cm \K.*')"
 compare "the synopsis" "$commands" "$(section SYNOPSIS | grep -oP '^\.Cm \K.*' | tr -d '|')"
 compare "the completion's commands" "$commands" "$(completed "")"
-compare "the manual's common options" "$common" "$(section "Options of all" | flags It)"
+compare "the manual's common options" "$common" "$(section "Options of all" | flags "It ")"
 compare "the completion's common options" "$common" "$(completed --)"
 all=
 for command in $commands; do
     own=$(options_of "$command" | grep -vx -e --help || true) all+=" "$own
-    synopsis=$(section SYNOPSIS | awk "/^\.Cm/ { is = /(^| )$command( |$)/ } is" | flags Op || true)
+    synopsis=$(section SYNOPSIS | awk "/^\.Cm/ { is = /(^| )$command( |$)/ } is" | flags "\(Op \)\\?" || true)
     compare "the synopsis of $command" "$own" "$synopsis"
     compare "the completion of $command" "${common/--version/} $own" "$(completed "$command" --)"
 done
-compare "the manual's further options" "$all" "$(section "Options of some" | flags It)"
+compare "the manual's further options" "$all" "$(section "Options of some" | flags "It ")"
 exit $failed

@@ -1,13 +1,15 @@
-// The display of the reference host: texts of any width, meters, the live view's columns, time
-// axes.
+// The display of the reference host: texts of any width, meters, the live view's columns, time axes
+// and pictures.
 #include <cairo.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <clocale>
 #include <cstdlib>
 
 #include "host/terminal/text.h"
 #include "host/view/picture.h"
+#include "host/view/picture_style.h"
 #include "host/view/time_axis.h"
 #include "host/view/watch_layout.h"
 
@@ -92,6 +94,54 @@ TEST(HostView, TicksAreRoundTimesOfDayWithRoomForTheirLabels) {
     EXPECT_EQ(TimeAxis(5, 5, 0, 10).xOf(99), 10);
     unsetenv("TZ");
     tzset();
+}
+
+struct Rgb {
+    int red, green, blue;
+};
+
+// A picture of 100 s, without sound from 30 to 50 s, with a restart at 60 s and an alarm from 70 to
+// 80 s.
+TEST(HostView, APictureHasGapRestartAndAlarmWhereTheyWere) {
+    constexpr int64_t Begin = 1'763'300'000'000;
+    ChannelDescription channel;
+    channel.id = 7;
+    OutlineBuilder builder(channel, Begin);
+    const std::vector<uint8_t> loud(2048, 0x90);
+    for (int64_t time = 256; time <= 100'000; time += 256)
+        if (time <= 30'000 || time > 50'000)
+            builder.add(loud, Begin + time);
+    builder.finish(Begin + 100'000);
+    const auto kinds =
+        std::to_array<ModuleEvent>({{ModuleEvent::Kind::Restart, 7, Begin + 60'000},
+                                    {ModuleEvent::Kind::Restart, 8, Begin + 90'000},
+                                    {ModuleEvent::Kind::Alarm, 0, Begin + 70'000},
+                                    {ModuleEvent::Kind::AllClear, 0, Begin + 80'000}});
+    const std::string file = testing::TempDir() + "tamborin-picture.png";
+    drawPicture(file, {{builder.outline()}, {kinds.begin(), kinds.end()}, Begin, Begin + 100'000});
+    cairo_surface_t* picture = cairo_image_surface_create_from_png(file.c_str());
+    ASSERT_EQ(cairo_surface_status(picture), CAIRO_STATUS_SUCCESS);
+    const auto at = [&](double second, double y) {
+        const auto x = static_cast<int>(Left + second * (Right - Left) / 100);
+        const uint8_t* pixel = cairo_image_surface_get_data(picture) + x * 4 +
+                               static_cast<int>(y) * cairo_image_surface_get_stride(picture);
+        return Rgb{pixel[2], pixel[1], pixel[0]};  // little-endian
+    };
+    constexpr double Wave = TitleHeight + StatusHeight + Spacing + PanelTitleHeight;
+    for (double second = 1.5; second < 99; ++second) {
+        const Rgb status = at(second, TitleHeight + StatusHeight / 2);
+        EXPECT_EQ(status.red > status.green, second > 70 && second < 80) << second;
+        const Rgb sound = at(second, Wave + WaveHeight + Spacing + LevelHeight - 4);
+        EXPECT_EQ(sound.red > sound.blue, second > 30 && second < 50) << second;
+    }
+    for (int tenths = 10; tenths < 990; ++tenths) {
+        const Rgb marker = at(tenths / 10.0, Wave + WaveHeight + Spacing / 2);
+        const bool isOrange = marker.red > marker.green + 40 && marker.green > marker.blue + 40;
+        EXPECT_TRUE(!isOrange || tenths == 600) << tenths;
+        EXPECT_TRUE(isOrange || tenths != 600);
+    }
+    cairo_surface_destroy(picture);
+    std::filesystem::remove(file);
 }
 
 }  // namespace

@@ -146,8 +146,9 @@ TEST_F(HostileDocuments, ScanAgreesWithTheParser) {
         "<a>", "<a>", "<a c='1'>", "<a c='1' d='' e=2>", "</a>", "</a>", "</a>", "x", "<b/>",  // tidy
         "<b", "<b", ">", "/>", "</b>", "<a c='", "<a c=\"", "'", "\"", "<!--", "-->", "<![CDATA[",
         "]]>", "<?xml", "?>", " version='", " encoding='UTF-8'", "encoding='x'", "<!", "<", "/", "=",
-        " ", "\n", "-", "&#x", "&#", ";", "41", "E9", "&amp;", "&", "\xEF\xBB\xBF", "\xEF\xBF\xBE",
-        "\xEF", "\xC3", "\xF0", "\xF7", "\xBF", "</", "<\xEF\xBB\xBF\x62", "d=e", "<a:b.c-d>"};
+        " ", "\n", "-", "&#x", "&#", ";", "41", "E9", "&#x9aF0;", "&#190;", "&amp;", "&", "\xEF\xBB\xBF", "\xEF\xBF\xBE",
+        "\xEF", "\xC3", "\xF0", "\xF7", "\xBF", "</", "<\xEF\xBB\xBF\x62", "d=e", "<a:b.c-d>",
+        "<\x7F c='1' d='' e=2/>"};
     // clang-format on
     constexpr size_t StartTags = 4;
     constexpr size_t Tidy = 9;

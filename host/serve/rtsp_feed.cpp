@@ -21,6 +21,9 @@ namespace {
 constexpr const char* FeedKey = "tamborin-feed";
 constexpr int64_t MostAge = 5000;  // ms from capture to here; more means that the clock was set
 
+constexpr int64_t PacketDuration = 32 * int64_t{GST_MSECOND};
+constexpr int64_t MostAhead = int64_t{GST_SECOND};  // that packets may be ahead of the time
+
 // The pipeline's time begins this much before its start, because the first frame may have been
 // captured before the start.
 constexpr GstClockTime TimeAhead = 2 * MostAge * GST_MSECOND;
@@ -132,15 +135,21 @@ void RtspFeed::setClients(int clients) {
 
 // Runs on the module's thread. RTP's time stamps count samples. Only after a gap they follow the
 // time of capture again, and never go back. When the queue is full its oldest frame is dropped.
+//
+// The buffers' times must not go back either: GStreamer's queue of a client would end the process.
+// When frames come all at once, each therefore begins at the time of the last packet of the one
+// before, until the clock has caught up. Frames that would be too far ahead are dropped.
 void RtspFeed::give(const FramePointer& frame) {
     const ObjectPointer<GstClock> clock(gst_element_get_clock(source_.get()));
     if (clock == nullptr)
         return;
     const auto now = static_cast<int64_t>(gst_clock_get_time(clock.get()) -
                                           gst_element_get_base_time(source_.get()));
+    if (lastPacket_ > now + MostAhead)
+        return;
     const int64_t age = std::clamp<int64_t>(clockMilliseconds() - frame->milliseconds, 0, MostAge);
     GstBuffer* buffer = bufferOf(frame);
-    const int64_t captured = std::max<int64_t>(0, now - age * int64_t{GST_MSECOND});
+    const int64_t captured = std::max(lastPacket_, now - age * int64_t{GST_MSECOND});
     GST_BUFFER_PTS(buffer) = static_cast<GstClockTime>(captured);
     GST_BUFFER_DURATION(buffer) =
         gst_util_uint64_scale(frame->codes.size(), GST_SECOND, SampleRate);
@@ -148,7 +157,9 @@ void RtspFeed::give(const FramePointer& frame) {
         GST_BUFFER_FLAG_SET(buffer, GST_BUFFER_FLAG_DISCONT);
         soundEnd_ = captured;
     }
-    soundEnd_ += static_cast<int64_t>(GST_BUFFER_DURATION(buffer));
+    const auto duration = static_cast<int64_t>(GST_BUFFER_DURATION(buffer));
+    soundEnd_ += duration;
+    lastPacket_ = captured + std::max<int64_t>(0, duration - PacketDuration);
     gst_app_src_push_buffer(GST_APP_SRC(source_.get()), buffer);
 }
 

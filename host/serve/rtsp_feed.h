@@ -69,6 +69,7 @@ class RtspFeed {
     const ObjectPointer<GstElement> source_;
     ObjectPointer<GstElement> sink_;  // null: without a backchannel
     int64_t soundEnd_ = 0;            // ns of the pipeline's time; used by the module's thread only
+    int64_t lastPacket_ = 0;          // when the last packet begins, in the same time and thread
     std::mutex mutex_;                // guards what follows
     std::unique_ptr<Listening> listening_;
     std::unique_ptr<Talk> talk_;

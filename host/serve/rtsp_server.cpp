@@ -9,11 +9,11 @@
 
 namespace {
 
-constexpr guint MostClients = 200;     // connections, and as many sessions
+constexpr guint MostClients = 200;     // connections, as many sessions, and all may come at once
 constexpr guint MostBodyBytes = 4096;  // of a request
 constexpr guint SessionTimeout = 30;   // s, without a sign of life
-constexpr gint AfterSession = 10;      // s that a connection lives after its session
 constexpr guint HouseInterval = 1000;  // ms
+constexpr int MostIdleLooks = 30;      // a connection without a session is closed after these
 // Two seconds of a connection's sound. A client that reads nothing is noticed when this and
 // GStreamer's queue are full.
 constexpr gint SendBufferBytes = 16384;
@@ -57,6 +57,38 @@ GstRTSPStatusCode beforeSetup(GstRTSPClient* /*client*/, GstRTSPContext* context
     RtspFeed* feed = RtspFeed::of(context->media);
     return feed != nullptr && feed->takeOutput() ? GST_RTSP_STS_OK
                                                  : GST_RTSP_STS_SERVICE_UNAVAILABLE;
+}
+
+// Removes a session when its client's connection ends. GStreamer would keep the session until it
+// times out, and the number of sessions is limited.
+void endWithConnection(GstRTSPSession* session, GstRTSPClient* client) {
+    g_signal_connect_data(
+        client, "closed", G_CALLBACK(+[](GstRTSPClient* closed, gpointer left) {
+            const ObjectPointer<GstRTSPSessionPool> sessions(
+                gst_rtsp_client_get_session_pool(closed));
+            gst_rtsp_session_pool_remove(sessions.get(), GST_RTSP_SESSION(left));
+        }),
+        g_object_ref(session), [](gpointer held, GClosure*) { g_object_unref(held); },
+        GConnectFlags{});
+}
+
+// Shuts a connection down that has had no session for long; the client's thread then closes it.
+// GStreamer's own timer for this ("post-session-timeout") may end the process when one client's
+// session ends while another client leaves.
+GstRTSPFilterResult hangUpIfIdle(GstRTSPServer* /*server*/, GstRTSPClient* client,
+                                 gpointer /*data*/) {
+    constexpr const char* LooksKey = "tamborin-idle-looks";
+    GList* sessions = gst_rtsp_client_session_filter(client, nullptr, nullptr);
+    const int looks = sessions == nullptr
+                          ? GPOINTER_TO_INT(g_object_get_data(G_OBJECT(client), LooksKey)) + 1
+                          : 0;
+    g_list_free_full(sessions, g_object_unref);
+    g_object_set_data(G_OBJECT(client), LooksKey, GINT_TO_POINTER(looks));
+    if (looks > MostIdleLooks)
+        g_socket_shutdown(
+            gst_rtsp_connection_get_read_socket(gst_rtsp_client_get_connection(client)), TRUE, TRUE,
+            nullptr);
+    return GST_RTSP_FILTER_KEEP;
 }
 
 }  // namespace
@@ -174,7 +206,6 @@ void RtspServer::mount(const ChannelDescription& input, std::optional<int> talkO
 void RtspServer::welcome(GstRTSPClient* client) {
     GSocket* socket = gst_rtsp_connection_get_write_socket(gst_rtsp_client_get_connection(client));
     g_socket_set_option(socket, SOL_SOCKET, SO_SNDBUF, SendBufferBytes, nullptr);
-    g_object_set(client, "post-session-timeout", AfterSession, nullptr);
     g_signal_connect(client, "pre-setup-request", G_CALLBACK(beforeSetup), nullptr);
     g_signal_connect(client, "pre-describe-request",
                      G_CALLBACK(+[](GstRTSPClient*, GstRTSPContext* context, gpointer hub) {
@@ -187,8 +218,9 @@ void RtspServer::welcome(GstRTSPClient* client) {
                      }),
                      &hub_);
     g_signal_connect(client, "new-session",
-                     G_CALLBACK(+[](GstRTSPClient*, GstRTSPSession* session, gpointer) {
+                     G_CALLBACK(+[](GstRTSPClient* owner, GstRTSPSession* session, gpointer) {
                          gst_rtsp_session_set_timeout(session, SessionTimeout);
+                         endWithConnection(session, owner);
                      }),
                      nullptr);
     GList* clients = gst_rtsp_server_client_filter(server_.get(), nullptr, nullptr);
@@ -206,6 +238,7 @@ void RtspServer::welcome(GstRTSPClient* client) {
 // Drops sessions without a sign of life, and tells each feed the number of its clients.
 void RtspServer::keepHouse() {
     gst_rtsp_session_pool_cleanup(sessions_.get());
+    gst_rtsp_server_client_filter(server_.get(), hangUpIfIdle, nullptr);
     std::map<RtspFeed*, int> clients;
     GList* sessions = gst_rtsp_session_pool_filter(sessions_.get(), nullptr, nullptr);
     std::vector<ObjectPointer<GstRTSPMedia>> media;

@@ -1,0 +1,67 @@
+// Replaces base/clock.cpp in a library for hosts, between fakes of the audio libraries: the
+// module's steady time runs a day in a minute, and each open input calls back in every 256 ms of
+// it. Leaves the time that has passed in the file "passed_ms" of the working directory.
+#include <array>
+#include <ctime>
+#include <fstream>
+
+#include "base/clock.h"
+#include "bench/fake_audio.h"
+
+namespace {
+
+constexpr int DaysAMinute = 1440;  // and so many pauses take a millisecond
+constexpr int FrameMs = 256;
+
+std::chrono::milliseconds passed{0};  // worker's thread
+
+// Returns a tone, so that nothing on the way takes it for silence.
+const std::array<int16_t, 2048>& frame() {
+    static const std::array<int16_t, 2048> samples = [] {
+        std::array<int16_t, 2048> made{};
+        for (size_t i = 0; i < made.size(); ++i)
+            made[i] = static_cast<int16_t>(i % 16 * 1000);
+        return made;
+    }();
+    return samples;
+}
+
+// From the library's loading to its end.
+const struct Simulation {
+    Simulation() { fakeAudio.inputs = 1; }
+    ~Simulation() { std::ofstream("passed_ms") << passed.count(); }
+    Simulation(const Simulation&) = delete;
+    Simulation& operator=(const Simulation&) = delete;
+} simulation;
+
+}  // namespace
+
+SteadyTime steadyNow() noexcept { return SteadyTime(std::chrono::hours(1)) + passed; }
+SteadyTime steadyTick() noexcept { return steadyNow(); }
+
+timeval wallClockNow() noexcept {
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    return now;
+}
+
+int64_t unixSeconds() noexcept { return time(nullptr); }
+
+void pauseOneMillisecond() noexcept {
+    ++passed;
+    if (passed.count() % FrameMs == 0)
+        for (const FakeStream* stream : fakeAudio.streams)
+            if (stream->isInput)
+                stream->capture(frame().data(), frame().size());
+    static SteadyTime next = std::chrono::steady_clock::now();
+    if (passed.count() % DaysAMinute == 0) {
+        next += std::chrono::milliseconds(1);
+        const auto rest = next - std::chrono::steady_clock::now();
+        if (rest.count() < 0) {
+            next = std::chrono::steady_clock::now();
+            return;
+        }
+        const timespec pause{.tv_sec = 0, .tv_nsec = rest.count()};
+        nanosleep(&pause, nullptr);
+    }
+}
