@@ -21,13 +21,13 @@ class Grammar {
         app_.footer(
             "Channels are chosen by number, name or device; 'channels' lists all three.\n"
             "Exit status: 0 done, 1 it did not work, 2 the command line is wrong.\n"
-            "COMMAND --help tells the options of a command; the manual is tamborin-host(1).");
+            "COMMAND --help lists the options of a command; the manual is tamborin-host(1).");
         addCommonOptions();
         for (const auto addCommand : Commands)
             addCommand(line_);
     }
 
-    // Returns the chosen command; nothing when a text was asked for, which is printed then.
+    // Returns the chosen command, or nothing after it has printed a help text or the version.
     std::optional<Command> parse() {
         try {
             app_.parse(argc_, argv_);
@@ -43,7 +43,8 @@ class Grammar {
         }
         if (!line_.chosen())
             throw UsageError("name a command; see 'tamborin-host --help'");
-        // The module runs in its own folder, and a name without a slash is the dynamic linker's.
+        // Made absolute, because the working directory will change. A name without a slash stays as
+        // it is, so that the dynamic linker searches for it.
         if (common_.module.has_parent_path())
             makeAbsolute(common_.module);
         line_.makePathsAbsolute();
@@ -100,7 +101,7 @@ class Grammar {
                 ""};
     }
 
-    // Tells the first option that nobody knows, or else the first argument.
+    // Returns a message about the first unknown option, or else the first unexpected argument.
     std::string unexpected() const {
         const std::vector<std::string> extras = app_.remaining(true);
         const auto option = std::ranges::find_if(
@@ -119,8 +120,7 @@ class Grammar {
     const int argc_;
     char** const argv_;
     CLI::App app_{
-        "Brings the audio module Tamborin up on a machine: records, plays, watches, "
-        "examines.",
+        "Runs the audio module Tamborin: records, plays, watches, serves, examines the machine.",
         "tamborin-host"};
     CommandLine line_{app_, argv_};
 };

@@ -1,4 +1,4 @@
-// The tool's command line: the options of all commands, and what is told when it is wrong.
+// The tool's command line: the options of all commands, and the messages when it is wrong.
 #pragma once
 
 #include <optional>
@@ -10,6 +10,5 @@ struct ParsedCommandLine {
     CommonOptions common;
 };
 
-// Returns nothing when a help text or the version was asked for, which is printed then. Throws
-// UsageError.
+// Returns nothing after it has printed a help text or the version. Throws UsageError.
 std::optional<ParsedCommandLine> parseCommandLine(int argc, char** argv);

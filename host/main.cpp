@@ -1,4 +1,4 @@
-// tamborin-host: brings the module up on a machine, lists what it finds, records and plays.
+// tamborin-host: runs the module on a machine, lists its channels, records and plays.
 #include <algorithm>
 #include <cstdio>
 #include <functional>
@@ -15,7 +15,7 @@
 
 namespace {
 
-// Tells what goes wrong.
+// Returns the work's result. When the work throws, prints the error and returns Failed.
 int attempt(Console& console, const std::function<int()>& work) {
     try {
         return work();
@@ -63,7 +63,7 @@ int main(int argc, char** argv) {
     } catch (const UsageError& error) {
         Console({}, stderr).error(error.what());
         return Misused;
-    } catch (const std::exception& error) {  // perhaps of a console that cannot be had
+    } catch (const std::exception& error) {  // perhaps the console itself could not be made
         std::fprintf(stderr, "tamborin-host: %s\n", printable(error.what()).c_str());
         return Failed;
     }

@@ -1,7 +1,7 @@
-# What `cmake --install` puts where: components module, development, host and serve.
+# The files that `cmake --install` installs, in the components module, development, host and serve.
 #
-# The module is no library to link against but one that a host loads, so it has a folder of its own:
-# LIBDIR/tamborin/. The pkg-config file and the CMake package tell where.
+# Hosts load the module instead of linking to it, so it has a folder of its own, LIBDIR/tamborin/.
+# Hosts find the folder by the pkg-config file or the CMake package.
 
 include(CMakePackageConfigHelpers)
 

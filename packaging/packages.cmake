@@ -1,7 +1,7 @@
-# What `cpack` builds: the Debian packages tamborin (module and development), tamborin-host, and
-# tamborin-serve, which small boards do without: it brings GStreamer.
+# The Debian packages that `cpack` builds: tamborin (module and development), tamborin-host, and
+# tamborin-serve. The last is a package of its own because it needs GStreamer.
 
-# Files that only a Debian package has, in components that `cmake --install` leaves out.
+# Files that only Debian packages have. `cmake --install` leaves their components out.
 set(DEBIAN_RELEASE 1)
 configure_file(packaging/changelog.Debian.in changelog.Debian @ONLY)
 function(install_debian_files PACKAGE COMPONENT)
@@ -68,8 +68,8 @@ set(CPACK_DEBIAN_HOST_PACKAGE_PACKAGE_SUGGESTS tamborin-serve)
 set(CPACK_DEBIAN_HOST_PACKAGE_DESCRIPTION
     "records and plays through the Tamborin audio module
 A command-line host of the module: it lists the module's channels, records
-inputs, plays sound files, and does both at once. It brings the module up on a
-new machine and shows a host's author the contract in use.")
+inputs, plays sound files, and does both at once. It tells whether the module
+works on a new machine, and shows authors of hosts how the contract is used.")
 set(CPACK_DEBIAN_SERVE_PACKAGE_PACKAGE_NAME tamborin-serve)
 set(CPACK_DEBIAN_SERVE_PACKAGE_PACKAGE_DEPENDS
     "tamborin-host (= ${PROJECT_VERSION}-${DEBIAN_RELEASE}), gstreamer1.0-plugins-base, gstreamer1.0-plugins-good, glib-networking")

@@ -1,6 +1,6 @@
-# Where an installed tree has its parts.
+# The folders of an installed tree.
 
-# On Debian libraries lie below the architecture's name, in /usr/local, too.
+# Debian has libraries in a folder named by the architecture. This also holds for /usr/local.
 if(CMAKE_LIBRARY_ARCHITECTURE)
     set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE} CACHE PATH "libraries")
 endif()
@@ -9,7 +9,7 @@ include(GNUInstallDirs)
 set(MODULE_DIR ${CMAKE_INSTALL_LIBDIR}/tamborin)
 set(PKGCONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 set(PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/tamborin)
-# From one installed place to another, so that the whole tree may be moved.
+# Relative paths between installed folders, so that the whole tree can be moved.
 string(REGEX REPLACE "[^/]+" ".." PREFIX_FROM_PKGCONFIG ${PKGCONFIG_DIR})
 file(RELATIVE_PATH LIBEXEC_FROM_BINDIR /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBEXECDIR})
 file(RELATIVE_PATH MODULE_FROM_LIBEXECDIR /${CMAKE_INSTALL_LIBEXECDIR} /${MODULE_DIR})

@@ -1,4 +1,4 @@
-// Where sound is missing in a recording, and where it only came late.
+// The gap finder must report lost sound as a gap, but not sound that only came late.
 #include "host/sound/gap_finder.h"
 
 #include <gtest/gtest.h>
@@ -15,12 +15,12 @@ constexpr int64_t Hour = 3'600'000;
 
 struct Case {
     const char* what;
-    double pace = 1;      // ms of the machine in which the card captures one of sound
-    int frames = 100;     // that the card captures
-    int lost = 0;         // of those, from the 40th on
-    int held = 0;         // from the 40th on, until the last is due; the next come at double speed
-    int64_t sleepMs = 0;  // of the machine, before the 40th
-    int64_t restMs = 0;   // until the end, when the last frame has come
+    double pace = 1;      // ms of the machine's clock for 1 ms of sound
+    int frames = 100;     // captured by the card
+    int lost = 0;         // frames lost, from frame 40 on
+    int held = 0;         // frames held back from frame 40 on; later ones come at double speed
+    int64_t sleepMs = 0;  // the machine sleeps before frame 40
+    int64_t restMs = 0;   // from the last frame to the end
     Gap gap = {};
 };
 
@@ -65,7 +65,7 @@ TEST(GapFinder, FindsTheGapsAndNoOthers) {
         add(finder.finish(arrival + c.restMs));
         EXPECT_EQ(placed, sent) << c.what;
         const bool isMissing = c.gap.end > 0;
-        constexpr int64_t Exactness = 50;  // as frames wander by 20 ms
+        constexpr int64_t Exactness = 50;  // frames arrive up to 20 ms late
         const int64_t rest = isMissing ? std::max(c.restMs, FrameMs) : FrameMs;
         EXPECT_LE(std::abs(end - arrival - rest), Exactness) << c.what;
         ASSERT_EQ(gaps.size(), isMissing ? 1U : 0U) << c.what;

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Every command and option of --help stands in the manual and is completed, and no others are.
+# The manual and the completion must have exactly the commands and options of --help.
 #   host_documented_test.sh HOST
 set -euo pipefail
 host=$1 share=$(dirname "$0")/../host/share failed=0

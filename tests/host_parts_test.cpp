@@ -55,9 +55,9 @@ TEST_F(HostParts, RecordingsAreWholeHoweverTheClockIsSet) {
     }
 }
 
-// Neither rotation nor what a WAV file can hold costs a sample, nor does a name that is taken.
+// No sample is lost by rotation, by the size limit of a WAV file, or when a name is already used.
 TEST_F(HostParts, FilesRotateWithoutLoss) {
-    using Case = std::array<uint64_t, 3>;  // samples per file as asked, and at most; files
+    using Case = std::array<uint64_t, 3>;  // samplesPerFile, mostPerFile, number of files
     std::vector<uint8_t> sound(80'000);
     for (size_t i = 0; i < sound.size(); ++i)
         sound[i] = static_cast<uint8_t>(i % 251);
@@ -74,7 +74,7 @@ TEST_F(HostParts, FilesRotateWithoutLoss) {
         };
         record(sound);
         const std::filesystem::directory_iterator inFolder(folder);
-        const std::set<std::filesystem::path> names(inFolder, {});  // in the order of time
+        const std::set<std::filesystem::path> names(inFolder, {});  // ordered by time
         record(std::vector<uint8_t>(sound.size()));
         std::vector<uint8_t> read;
         for (const std::filesystem::path& name : names)
@@ -83,7 +83,7 @@ TEST_F(HostParts, FilesRotateWithoutLoss) {
     }
 }
 
-// A disk that fills leaves files that can be played, and none without sound.
+// A full disk leaves files that can be played, and no file without sound.
 TEST_F(HostParts, WhatFitsOnAFullDiskCanBePlayed) {
     const std::vector<uint8_t> sound(3000, 0x55);
     std::signal(SIGXFSZ, SIG_IGN);
@@ -133,7 +133,7 @@ TEST_F(HostParts, TheDoctorSaysWhatToDo) {
         {examineSoundServer({}), {"start PulseAudio or PipeWire"}},
         {examineSoundServer(mute), {"", "set-default-source", "set-default-sink"}},
         {examineDevices({}, {}, barred), {"see Permissions", "see Permissions"}},
-        {examineDevices(refused, mute, {}), {"free the", "whole", "plugins", "plugins"}},
+        {examineDevices(refused, mute, {}), {"free the", "completely", "plugins", "plugins"}},
         {examinePermissions(barred, {}, {}), {"sudo adduser"}}};
     for (const auto& [findings, advices] : table)
         EXPECT_TRUE(std::ranges::equal(findings, advices, [](auto& finding, auto& advice) {
@@ -146,7 +146,7 @@ TEST_F(HostParts, TextsBeyondTheBoundAreCountedAndNoOthersAreLost) {
     std::array<int, 2> ends{};
     ASSERT_EQ(pipe(ends.data()), 0);
     constexpr uint64_t Texts = 4000;
-    const std::string text(100, 'x');  // written more often than pipe and bound have room for
+    const std::string text(100, 'x');  // `Texts` of these are more than pipe and limit hold
     uint64_t accepted = 0;
     std::future<uint64_t> received;
     {
@@ -178,7 +178,7 @@ TEST_F(HostParts, ClipsAreReadAsFarAsWantedAndNoNumberIsSilence) {
         .write(sound.data(), static_cast<sf_count_t>(sound.size()));
     const std::vector<uint8_t> codes = loadClip(file, 2, [](double) {});
     EXPECT_EQ(codes.size(), size_t{2} * SampleRate);
-    // The sample that is not a number became a silent one, which resampling covers.
+    // NaN became 0, which resampling replaces by the samples around it.
     EXPECT_EQ(std::ranges::count(codes, linearToUlaw(0)), 0);
 }
 

@@ -1,4 +1,4 @@
-// Every byte of the records, and their number: none too many, none too few.
+// The host must get each record, with the right bytes, exactly once.
 #include <cstring>
 
 #include "core/messages.h"

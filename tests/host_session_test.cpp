@@ -57,7 +57,7 @@ TEST(HostSession, DescriptionsAreReadFromOurElement) {
     }));
 }
 
-// The lines are the module's own, as the transcripts have them.
+// The lines are compared with the transcripts, which have the module's own.
 TEST(HostSession, LogLinesMeanWhatTheModuleSays) {
     using enum LogFact::Kind;
     const std::string ignored = "PORTAUDIO: Ignore device [", found = "PORTAUDIO: Found ";

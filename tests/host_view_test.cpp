@@ -1,5 +1,5 @@
-// What the reference host shows: texts of any width, the live view's columns, meters, time axes and
-// pictures.
+// The display of the reference host: texts of any width, meters, the live view's columns, time axes
+// and pictures.
 #include <cairo.h>
 #include <gtest/gtest.h>
 
@@ -26,7 +26,7 @@ TEST(HostView, TextsFitTheirColumns) {
                 {"", 2, "  "},
                 {"T\xC3\xBCr", 2, "T\xC3\xBC"},
                 {"\xE9\x96\x80x", 3, "\xE9\x96\x80x"},  // two columns wide
-                {"x\xE9\x96\x80", 2, "x "},             // no half of it
+                {"x\xE9\x96\x80", 2, "x "},             // not half a character
                 {"e\xCC\x81x", 2, "e\xCC\x81x"},        // an accent without a column
                 {"\x1B[2J", 4, "?[2J"},
                 {"\xC2\x9B\xE2\x80\xAE\xFFx", 5, "???x "}};
@@ -47,7 +47,7 @@ TEST(HostView, MetersBeginAtTheFloorAndEndAtFullScale) {
     EXPECT_EQ(bar(9, 4) + "|" + bar(1, 3), "####|#  ");
 }
 
-// No column is cut, and none is given away, at any width.
+// At any width no column is cut and no terminal column stays unused.
 TEST(HostView, ColumnsFillTheTerminal) {
     size_t fewest = 0;
     for (size_t width = 0; width <= 300; ++width) {
@@ -100,8 +100,8 @@ struct Rgb {
     int red, green, blue;
 };
 
-// A picture of 100 s, with sound but from 30 to 50 s, a restart at 60 s and an alarm from 70 to 80
-// s.
+// A picture of 100 s, without sound from 30 to 50 s, with a restart at 60 s and an alarm from 70 to
+// 80 s.
 TEST(HostView, APictureHasGapRestartAndAlarmWhereTheyWere) {
     constexpr int64_t Begin = 1'763'300'000'000;
     ChannelDescription channel;

@@ -34,7 +34,7 @@ def start_curl(path, *options):
     return subprocess.Popen(["curl", "-s", *options, f"http://127.0.0.1:{port}/{path}"], bufsize=0,
                             stdin=subprocess.PIPE, stdout=subprocess.PIPE)
 
-def curl(path, *options):  # answers the status and the body
+def curl(path, *options):  # returns the status and the body
     body, _, status = start_curl(path, "-m60", "-w", "\n%{http_code}", *options).communicate()[0].rpartition(b"\n")
     return int(status), body.decode()
 
@@ -44,7 +44,7 @@ def put(body, *options):
 def channel(number, *options):
     return json.loads(curl(f"api/channels/{number}", *options)[1])
 
-def send(text):  # so much of a request, of a client that reads nothing
+def send(text):  # sends a part of a request, from a client that reads nothing
     client = socket.create_connection(("127.0.0.1", port), 60)
     client.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 2048)
     client.sendall(text.encode())
@@ -71,8 +71,8 @@ def test_api():
     assert 'tamborin_frames_total{channel="0",name="Tür \\"1\\" \\\\ <b>&\'",' in metrics, metrics
     for line in metrics.splitlines():
         assert re.fullmatch(r'# (HELP|TYPE) \w+ .+|\w+(\{(\w+="([^"\\]|\\.)*",?)+\})? [0-9.e+-]+', line), line
-    # One hears all frames, and who talks in them, while another reads nothing and is dropped.
-    heard = f"{folder}/heard"  # each frame has 2048 samples and 12 bytes of its own
+    # A listener gets all frames, with a talker's sound. A client that reads nothing is dropped.
+    heard = f"{folder}/heard"  # each frame has a head of 12 bytes and 2048 samples
     listener = start_curl("api/channels/0/audio.frames", "-N", "-o", heard)
     await_that("a frame", lambda: os.path.exists(heard) and os.path.getsize(heard))
     stalled = send("GET /api/channels/0/audio.wav HTTP/1.1\r\nHost: localhost\r\n\r\n")

@@ -43,7 +43,7 @@ def talk(url, seconds, hertz):
 
     def send(end):
         sample = end.emit("pull-sample")
-        ref(ctypes.c_void_p(hash(sample)))  # the signal takes one that the binding does not give
+        ref(ctypes.c_void_p(hash(sample)))  # the signal takes a reference; the binding gives none
         if source.emit("push-backchannel-buffer", stream[0], sample) == Gst.FlowReturn.OK:
             print("talks", flush=True)
         return Gst.FlowReturn.OK

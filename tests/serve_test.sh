@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# The server between a real sound server and real clients: who may come in; two clients who share
-# one capture, one who stalls, one who talks back and is heard in what they hear, and a second one
-# who would.
+# The server between a real sound server and real clients. Only users with their passwords may come
+# in. Two clients share one capture beside one that reads nothing. They hear what a client talks. A
+# second talker is refused.
 #   serve_test.sh HOST PRIVATE_SERVER
 set -euo pipefail
 if [ $# -eq 2 ]; then
@@ -40,7 +40,7 @@ stop() {
     wait "$server" || fail "the server ended with $?"
 }
 
-# Nobody gets in.
+# Without the right password nobody may come in.
 status=0
 "$host" serve --dir "$folder/settings" --listen 0.0.0.0 2>"$folder/refused.err" || status=$?
 [ "$status $(wc -l <"$folder/refused.err")" = "2 1" ] || fail "listens without passwords: $status"
@@ -59,7 +59,7 @@ done
 [[ $(probe bob:battery%20staple@ nothing) == *404* ]] || fail "an input that is not there"
 stop
 
-# What is heard, as it comes: mu-law.
+# Two clients listen, one reads nothing, and one talks.
 start
 for transport in tcp udp; do
     ffmpeg -v error -rtsp_transport $transport -i "${url}0" -c:a copy -flush_packets 1 -f mulaw \
@@ -80,7 +80,7 @@ await "more sound" eval '[ $(stat -c %s "$folder/tcp.ul") -gt $((size + 40000)) 
 stop
 wait "$first" || true  # it may miss the server's good-bye
 
-# The first client has had all frames but for those on their way at the end.
+# The first client must have got all frames, except those on their way at the end.
 frames=$(sed -n 's/^served: *channel 0, \([0-9]*\) frames.*/\1/p' "$folder/server.out")
 got=$(($(stat -c %s "$folder/tcp.ul") / 2048))
 ((got <= frames && got >= frames - 8)) || fail "$got frames of $frames"

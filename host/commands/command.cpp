@@ -42,13 +42,13 @@ void addTime(CLI::App& command, double& seconds, const char* help) {
 
 void addInputs(CLI::App& command, std::vector<std::string>& channels) {
     command.add_option("--input", channels,
-                       "channels, by number or name; those with a device if none");
+                       "channels, by number or name; if not given, all with a device");
 }
 
 void addChannel(CLI::App& command, const char* name, std::vector<std::string>& channels) {
     command.add_option_function<std::string>(
         name, [&channels](const std::string& channel) { channels = {channel}; },
-        "a channel, by number or name; the first with a device if none");
+        "a channel, by number or name; if not given, the first with a device");
 }
 
 CLI::Validator atLeast(double least) {

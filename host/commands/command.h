@@ -20,12 +20,12 @@ constexpr int Succeeded = 0;
 constexpr int Failed = 1;   // what was asked for did not work
 constexpr int Misused = 2;  // the command line is wrong; nothing was done
 
-// One line for the user, who has misused the tool.
+// The command line is wrong. The text is one line for the user.
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The options of all commands. Paths are absolute, but for a module's name without a slash.
+// The options of all commands. Paths are absolute, except a module's name without a slash.
 struct CommonOptions {
     std::filesystem::path folder = ".";  // of the settings file
     std::filesystem::path module;        // the library
@@ -33,27 +33,26 @@ struct CommonOptions {
     ConsoleOptions console;
     bool showsLibraryNoise = false;  // what the audio libraries write to stderr
 
-    // For a run of so many seconds; 0: until stopped.
+    // Returns the options of a session that runs for so many seconds; 0: until stopped.
     SessionOptions session(double seconds = 0) const { return {module, logLevel, seconds}; }
 };
 
-// What a command does, once its options are read. It throws std::runtime_error, with one line for
-// the user, when it cannot do its work.
+// A command whose options have been read. Its functions throw std::runtime_error, with one line for
+// the user, when they cannot do their work.
 struct Command {
-    // What the process gets ready for `run`, each with what stands before it.
+    // What the process prepares before `run`. Each value includes the ones before it.
     enum class Needs { Nothing, SilencedLibraries, SettingsFolder };
 
     Needs needs = Needs::SettingsFolder;
-    // Throws UsageError when options do not go together. Takes stdout for sound if they say so.
+    // Throws UsageError when options exclude each other. May reserve stdout for sound.
     std::function<void(CommonOptions& common)> check = [](CommonOptions&) {};
-    // Reads and checks what the user has given, as far as it needs no module: the settings folder
-    // is not touched until then.
+    // Reads and checks files that the user names, before the settings folder is entered.
     std::function<void(Console& console)> prepare = [](Console&) {};
     // Returns the exit status.
     std::function<int(const CommonOptions& common, Console& console)> run;
 };
 
-// A command with options of its own, which `prepare` may complete.
+// Makes a command with options of its own, which `prepare` may change.
 template <typename Options>
 Command commandWith(
     const std::shared_ptr<Options>& options,
@@ -64,8 +63,8 @@ Command commandWith(
                                   Console& console) { return run(*options, common, console); }};
 }
 
-// The command line while commands declare themselves. What an option fills must live as long as the
-// command, which keeps it in its functions.
+// The command line while commands declare themselves. The variables that options fill must live as
+// long as the command: its functions own them (commandWith).
 class CommandLine {
   public:
     // `app` holds the whole grammar, `arguments` are those of main. Both must outlive this.
@@ -80,12 +79,12 @@ class CommandLine {
     CLI::Option& addPath(CLI::App& command, const char* name, std::filesystem::path& path,
                          const std::string& help);
 
-    // What the user has typed, as main got it.
+    // Returns the arguments of main.
     char** arguments() const { return arguments_; }
 
     // Makes the declared paths absolute.
     void makePathsAbsolute();
-    // The command that the user has named; nothing when there was none.
+    // Returns the command that the user has named, or nothing.
     const std::optional<Command>& chosen() const { return chosen_; }
 
   private:
@@ -95,18 +94,20 @@ class CommandLine {
     std::vector<std::filesystem::path*> paths_;
 };
 
-// Leaves an empty path empty. Throws std::runtime_error when the working directory is gone.
+// Makes a path absolute, unless it is empty. Throws std::runtime_error when the working directory
+// is gone.
 void makeAbsolute(std::filesystem::path& path);
 
-// Options that several commands have.
+// The help of --for, where the time begins with the first sound.
 constexpr const char* FromFirstSound = "seconds from the first sound; until Ctrl-C if not given";
-// A time in seconds; `help` says what the command makes of it.
+// Adds --for, a time in seconds, to the command. `help` says what it means there.
 void addTime(CLI::App& command, double& seconds, const char* help);
-// Several channels, by number or name.
+// Adds --input for several channels.
 void addInputs(CLI::App& command, std::vector<std::string>& channels);
-// One channel, so that the argument behind it is the file. `name` is "--input" or "--output".
+// Adds an option for one channel; the next argument may then be a file. `name` is "--input" or
+// "--output".
 void addChannel(CLI::App& command, const char* name, std::vector<std::string>& channels);
-// Refuses numbers of seconds below `least`, and those above ten years.
+// Returns a check that refuses seconds below `least` and above ten years.
 CLI::Validator atLeast(double least);
-// Refuses names of files that do not exist.
+// Returns a check that refuses names of files that do not exist.
 CLI::Validator existingFile();

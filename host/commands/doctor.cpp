@@ -22,7 +22,7 @@ Mark markOf(Finding::Verdict verdict) {
     }
 }
 
-// Shows a chapter, and answers how many of its findings are wrong.
+// Shows a chapter and returns how many of its findings are wrong.
 int show(Console& console, const char* title, const Findings& findings) {
     int wrong = 0;
     console.remark(title);
@@ -39,7 +39,7 @@ int show(Console& console, const char* title, const Findings& findings) {
     return wrong;
 }
 
-// Each chapter is shown before the next is examined, which may take long or go wrong. Fails when
+// Shows each chapter before it examines the next one, which may take long or fail. Fails when
 // something is wrong.
 int run(const CommonOptions& common, Console& console) {
     const SoundServer server = askSoundServer();

@@ -32,7 +32,7 @@ struct Options {
     double secondsPerFile = 0;                 // 0: one file
 };
 
-// To stdout goes one input's sound and nothing else.
+// With --out - stdout carries one input's sound and nothing else. Refuses what does not fit that.
 void checkOut(Options& options, CommonOptions& common) {
     if (options.out != StandardOutput)
         return makeAbsolute(options.out);

@@ -15,8 +15,8 @@ struct Options {
     std::string document;  // the file's content
 };
 
-// The module applies what it can make out and answers nothing to what is not for it: so this is
-// looked at before.
+// Throws when the document is not for this module or has an XML error, and warns about elements
+// that the module will leave out. The module itself would report none of that.
 void check(std::string text, const std::filesystem::path& path, Console& console) {
     TiXmlDocument document;
     const DocumentFlaws flaws = parseAsModule(document, text);
@@ -31,7 +31,7 @@ void check(std::string text, const std::filesystem::path& path, Console& console
                              "with ID=\"" + std::to_string(ModuleId) + "\"); nothing was sent");
 }
 
-// Throws when the document is none for this module.
+// Reads the document. Throws when it cannot be sent.
 void prepare(Options& options, Console& console) {
     options.document = awaited(
         [&] { return contentOf(options.file); },

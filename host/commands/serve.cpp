@@ -1,4 +1,4 @@
-// Commands that another program does: the server, which small machines do without.
+// The commands of the server, which is another program, so that small machines need not install it.
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,7 +9,7 @@
 
 namespace {
 
-// Makes the process the server.
+// Replaces this process by the server's program.
 [[noreturn]] void becomeServer(char** arguments) {
     const auto server = partOfTool("tamborin-host-serve", LIBEXEC_FROM_BINDIR);
     execv(server.c_str(), arguments);
@@ -19,7 +19,7 @@ namespace {
                                        std::generic_category().message(errno));
 }
 
-// The server reads the whole command line itself.
+// Adds a command of the server, which reads the whole command line itself.
 void addOfServer(CommandLine& line, const char* name, const char* help) {
     line.add(name, help,
              {.needs = Command::Needs::Nothing,

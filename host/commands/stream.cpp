@@ -31,7 +31,7 @@ using namespace std::chrono_literals;
 
 constexpr size_t MostWaitingBytes = size_t{60} * SampleRate;
 
-// An errno. The thread that writes may outlive the command.
+// The errno of a failed write. Static, because the writing thread may outlive the command.
 std::atomic<int> writeError = 0;
 
 void noteWriteError(int error) {
@@ -40,7 +40,7 @@ void noteWriteError(int error) {
         noteReaderLeft();
 }
 
-// A write tells it, too, but only when there is sound to write.
+// Notes when the reader has left. A write would show that as well, but only once there is sound.
 void lookForReader() {
     pollfd out{STDOUT_FILENO, 0, 0};
     if (poll(&out, 1, 0) > 0 && (out.revents & (POLLERR | POLLHUP)) != 0)
@@ -107,8 +107,8 @@ class SoundStream {
     Recording recording_;
     GapFinder gapFinder_;
     uint64_t lostSamples_ = 0;
-    // Goes with the first sound, in one write: some readers tell a stream's format from what they
-    // read at first, and need more than the header for that.
+    // Written together with the first sound, because some readers detect the format from their
+    // first read and need more than the header for that.
     std::string header_ = wavStreamHeader();
 };
 

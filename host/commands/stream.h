@@ -1,4 +1,4 @@
-// record --out -
+// The command "record --out -": one input's sound to stdout.
 #pragma once
 
 #include <string>
@@ -6,11 +6,11 @@
 
 #include "host/commands/command.h"
 
-// In place of a folder: the recording goes to stdout.
+// The value of --out that stands for stdout instead of a folder.
 constexpr const char* StandardOutput = "-";
 
 // Writes the sound of one input to stdout as a WAV stream, until the reader leaves or the session
-// ends. Sound that is missing is not filled in. Fails when nothing was captured, or when stdout did
-// not take all; a reader who leaves had enough.
+// ends. Missing sound is not replaced by silence. Throws std::runtime_error when nothing was
+// captured, or when stdout did not take all, unless the reader has left.
 int streamInput(const std::vector<std::string>& inputs, double seconds, const CommonOptions& common,
                 Console& console);

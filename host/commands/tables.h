@@ -1,4 +1,5 @@
-// What commands say alike: tables of channels and recordings, level lines, the account of buffers.
+// Output that several commands share: tables of channels and recordings, level lines, the account
+// of buffers.
 #pragma once
 
 #include <string>
@@ -11,7 +12,7 @@
 
 void showChannels(Console& console, const std::vector<ChannelDescription>& channels);
 void showRecordings(Console& console, const std::vector<Recording>& recordings);
-// Answers whether every loan was returned, once.
+// Shows the account. Returns true when every loan was returned exactly once.
 bool showAccount(Console& console, const BufferAccount& account);
-// One line with a level meter for each.
+// Returns a line with a level meter for each recording.
 std::vector<std::string> levelLines(const std::vector<Recording>& recordings);

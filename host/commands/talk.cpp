@@ -54,8 +54,8 @@ void prepare(Options& options, Console& console) {
         options.file.empty() ? builtInClip() : readClip(options.file, options.seconds, console);
 }
 
-// Fails when nothing was captured or played, or when the clip was to be found in the recording and
-// is not there.
+// Fails when nothing was captured or played, or, with --find-clip, when the recording does not hold
+// the clip.
 int run(const Options& options, const CommonOptions& common, Console& console) {
     std::optional<Recorder> recorder;  // once the input is known
     std::atomic<Recorder*> frameListener = nullptr;
@@ -78,7 +78,7 @@ int run(const Options& options, const CommonOptions& common, Console& console) {
         Progress progress(console, "talking");
         while (session.running() && !hasFailed()) {
             const auto recordings = recorder->recordings();
-            // The clip waits until the input is heard.
+            // The clip starts only when the input delivers sound, so that it is recorded whole.
             if (!player && recordings.front().frames > 0)
                 player.emplace(session.module(), output.id, options.clip);
             if (player && playing)
@@ -125,7 +125,8 @@ void addTalk(CommandLine& line) {
                 return folder == StandardOutput ? "is for 'record' only" : "";
             },
             "");
-    line.addPath(talk, "file", options->file, "any file that libsndfile reads; chirps if none")
+    line.addPath(talk, "file", options->file,
+                 "any file that libsndfile reads; if not given, a few chirps")
         .check(existingFile());
     talk.add_flag("--find-clip", options->findClip, "fail unless the recording holds the clip");
 }

@@ -29,7 +29,7 @@ struct Options {
     double seconds = 0;               // 0: until stopped
 };
 
-// What the module says, for the view. Any thread.
+// Collects what the view shows. All functions may be called on any thread.
 class Watcher {
   public:
     explicit Watcher(int32_t logLevel) : logLevel_(logLevel) {}

@@ -1,4 +1,4 @@
-// The doctor's look at ALSA's "default", as the module records from it where no sound server runs.
+// The doctor examines ALSA's "default", from which the module records when no sound server runs.
 #include <alsa/asoundlib.h>
 
 #include <algorithm>
@@ -26,7 +26,7 @@ struct Closer {
 
 std::string firstComplaint;
 
-// ALSA's first complaint tells the cause, those after it only what failed with it.
+// ALSA's first error message tells the cause, the later ones only what else failed because of it.
 void keepFirstComplaint(const char* /*file*/, int /*line*/, const char* /*function*/, int /*error*/,
                         const char* format, ...) {
     std::array<char, 256> text{};
@@ -38,7 +38,8 @@ void keepFirstComplaint(const char* /*file*/, int /*line*/, const char* /*functi
         firstComplaint = text.data();
 }
 
-// Takes ALSA's complaints, which go to stderr otherwise. While no other thread uses ALSA.
+// Collects ALSA's error messages, which go to stderr otherwise. No other thread may use ALSA
+// meanwhile.
 class Complaints {
   public:
     Complaints() {
@@ -52,7 +53,7 @@ class Complaints {
 
 std::string complaint() { return firstComplaint.empty() ? "" : "; ALSA says: " + firstComplaint; }
 
-// ALSA names the chain of plug-ins only in a text for people.
+// Looks for dsnoop in ALSA's dump for people, the only place that names the chain of plug-ins.
 bool goesThroughDsnoop(snd_pcm_t* pcm) {
     snd_output_t* opened = nullptr;
     if (snd_output_buffer_open(&opened) < 0)
@@ -64,8 +65,8 @@ bool goesThroughDsnoop(snd_pcm_t* pcm) {
     return std::string_view(text, length).find("Direct Snoop PCM") != std::string_view::npos;
 }
 
-// The buffer that PortAudio will ask for, in ms: two periods, of the device's length that is
-// nearest to a callback's. 0 when it cannot be told.
+// Returns the length in ms of the buffer that PortAudio will ask for: two periods, each as close to
+// a callback's length as the device allows. Returns 0 when the device cannot tell.
 unsigned bufferMsOf(snd_pcm_t* pcm) {
     snd_pcm_hw_params_t* made = nullptr;
     if (snd_pcm_hw_params_malloc(&made) < 0)
@@ -101,7 +102,7 @@ Findings examineDefault(const SoundServer& server) {
     const unsigned bufferMs = bufferMsOf(opened);
     if (bufferMs == 0)
         return {{Verdict::Note, "'default' cannot record mono at 8000 Hz" + complaint(),
-                 "put 'plug' before it; a dsnoop needs a buffer of two of its periods and more"}};
+                 "make 'default' of type plug; a dsnoop needs a buffer of at least two periods"}};
     if (!goesThroughDsnoop(opened) || bufferMs >= EnoughMs)
         return {{Verdict::Good, "'default' can record", ""}};
     return {{Verdict::Note,

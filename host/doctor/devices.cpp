@@ -1,4 +1,4 @@
-// The doctor's look at the module, and at what it makes of PortAudio's devices.
+// The doctor examines the module, and which of PortAudio's devices the module uses.
 #include "host/doctor/examinations.h"
 #include "host/session/log_lines.h"
 
@@ -6,7 +6,7 @@ namespace {
 
 using Verdict = Finding::Verdict;
 
-// What the module's line about a device means; nothing when it is about none.
+// Returns a finding for a log line about a device; nothing for any other line.
 Findings explained(const std::string& line) {
     const std::optional<LogFact> fact = understandLogLine(line);
     if (!fact)
@@ -23,14 +23,14 @@ Findings explained(const std::string& line) {
                      "to use it, let a sound server or 'default' in /etc/asound.conf lead to it"}};
         case LogFact::Kind::DeviceOfOtherApi:
             return {{Verdict::Note, name + " is ignored: it is not of PortAudio's default host API",
-                     "use the device of that name that is"}};
+                     "use the device of that name in the default host API"}};
         case LogFact::Kind::FormatRefused:
             return {
                 {Verdict::Wrong, name + " is ignored: mono at 8000 Hz: " + fact->reason,
                  "free the device from the program that holds it, or let it convert: type plug in "
                  "/etc/asound.conf"}};
         case LogFact::Kind::PortAudioFailed:
-            return {{Verdict::Wrong, line, "see whether libportaudio2 is installed whole"}};
+            return {{Verdict::Wrong, line, "check that libportaudio2 is completely installed"}};
         default:
             return {};
     }

@@ -11,7 +11,7 @@
 
 namespace {
 
-// Ends with its content.
+// Makes a temporary folder, and removes it with its content at the end.
 class TemporaryFolder {
   public:
     TemporaryFolder() {
@@ -50,7 +50,7 @@ Discovery discover(const SoundServer& server, const SessionOptions& options, Con
     }
     std::mutex mutex;  // guards the discovery
     try {
-        // The user's own folder stays as it is: the module writes its settings when it starts.
+        // The module writes its settings when it starts, so it must not run in the user's folder.
         const TemporaryFolder folder;
         const SettingsFolder entered(folder.path());
         Session session(options, console, endProcess,

@@ -1,5 +1,5 @@
-// The doctor's examinations, each of which answers what it finds. None changes anything on the
-// machine, but for files that it makes to try a save, and removes again.
+// The doctor's examinations. Each returns its findings. They change nothing on the machine, except
+// that examineSettings makes files to try a save, and removes them.
 #pragma once
 
 #include <filesystem>
@@ -22,8 +22,9 @@ struct CardAccess {
     bool hasFolder = false;            // /dev/snd
     std::vector<std::string> refused;  // files in it that the user may not use
     bool hasGroup = false;             // "audio" exists
-    bool isInGroup = false;            // the user, as the process runs
+    bool isInGroup = false;            // the process's user is in it
 
+    // Returns true when permissions may keep the module from the cards.
     bool isBarred() const { return hasFolder && (!hasGroup || !refused.empty()); }
 };
 CardAccess askCardAccess();
@@ -33,11 +34,12 @@ Findings examineModule(const Discovery& discovery, const SoundServer& server,
                        const std::filesystem::path& library);
 Findings examineDevices(const Discovery& discovery, const SoundServer& server,
                         const CardAccess& access);
-// What ALSA's "default" is for a recording.
+// Examines whether ALSA's device "default" can record, and how well.
 Findings examineDefault(const SoundServer& server);
-// ALSA's cards, and what the module will do with their mixers.
+// Examines ALSA's cards, and what the module will do with their mixers.
 Findings examineCards();
 Findings examinePermissions(const CardAccess& access, const SoundServer& server,
                             const Discovery& discovery);
-// The settings file in the folder, whether it can be saved, and whether its channels have devices.
+// Examines the settings file in the folder: whether it can be read and saved, and whether its
+// channels have devices.
 Findings examineSettings(const std::filesystem::path& folder, const Discovery& discovery);

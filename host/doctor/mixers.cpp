@@ -1,5 +1,5 @@
-// The doctor's look at ALSA's cards: what the module will do with their mixers when it enables an
-// input. Whether a setting succeeds shows only when it is made.
+// The doctor examines ALSA's cards: what the module will do with their mixers when it enables an
+// input. It cannot tell whether the module's changes will succeed.
 #include <alsa/asoundlib.h>
 
 #include <algorithm>
@@ -13,7 +13,7 @@ namespace {
 
 using Verdict = Finding::Verdict;
 
-// The kernel module that drives the card, such as "snd_intel8x0".
+// Returns the kernel module that drives the card, such as "snd_intel8x0".
 std::string driverOf(int card) {
     std::error_code error;
     const std::filesystem::path driver = std::filesystem::read_symlink(
@@ -21,8 +21,8 @@ std::string driverOf(int card) {
     return error ? "DRIVER (see /proc/asound/modules)" : driver.filename().string();
 }
 
-// The card's control device, without which ALSA does not see the card. By the card's place where
-// there is a link, as its number follows the order in which drivers are loaded.
+// Returns the card's control device, without which ALSA does not see the card. Prefers the link by
+// the card's place in the machine, because card numbers depend on the order of loading drivers.
 std::filesystem::path controlOf(int card) {
     const std::filesystem::path device = "controlC" + std::to_string(card);
     std::error_code error;
@@ -39,7 +39,7 @@ std::string adviceOnUnreadable(int card) {
            " | sudo tee /etc/modprobe.d/tamborin.conf, and restart the machine";
 }
 
-// What ALSA refused to tell.
+// Returns the queries that ALSA refused, with its reasons.
 std::string failuresOf(const CaptureElement& read) {
     struct Query {
         const char* what;
@@ -70,11 +70,11 @@ Finding examineElement(const std::string& label, const CaptureElement& read) {
             "the module turns it on and up when an input is enabled; alsactl store keeps that"};
 }
 
-// Capture switches of which the card lets only one be on.
+// Capture switches of a card that allows only one of them to be on.
 struct ExclusiveSwitches {
     int count = 0;
     std::string labels;
-    std::string lastTurnedOn;  // empty: the module turns none of them on
+    std::string lastTurnedOn;  // by the module, so it stays on; empty when it turns none on
 };
 
 Finding explained(const ExclusiveSwitches& switches) {
@@ -119,7 +119,7 @@ Findings examineCard(int card) {
     const CardName name = nameOfCard(card);
     if (!name.isTold)
         return {{Verdict::Note, device + " does not tell its name",
-                 "nothing: the module leaves its mixer as it is"}};
+                 "nothing to do: the module leaves its mixer as it is"}};
     const std::string label = device + " [" + name.text + "]";
     const CardMixer opened = openCardMixer(device);
     if (opened.failedStep != nullptr)

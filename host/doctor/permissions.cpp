@@ -1,4 +1,4 @@
-// The doctor's look at who may use the sound cards.
+// The doctor examines whether the user may use the sound cards.
 #include <grp.h>
 #include <pwd.h>
 #include <unistd.h>
@@ -22,7 +22,7 @@ bool isInGroup(gid_t group) {
     return getegid() == group || (count > 0 && std::ranges::find(groups, group) != groups.end());
 }
 
-// The names of the files, as far as a line can hold them.
+// Returns the first names, and the number of the others.
 std::string listed(const std::vector<std::string>& names) {
     constexpr size_t Most = 3;
     std::string list;

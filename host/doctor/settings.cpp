@@ -1,4 +1,4 @@
-// The doctor's look at the settings file and its folder.
+// The doctor examines the settings file and its folder.
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,9 +17,9 @@ namespace {
 
 using Verdict = Finding::Verdict;
 
-// A file as the module reads it.
+// A settings file as the module reads it.
 struct SettingsText {
-    std::string flaw;  // what hinders the module from reading it; empty when nothing does
+    std::string flaw;  // why the module cannot read it; empty when it can
     std::vector<std::string> leftOut;
     std::string xml;
 };
@@ -51,7 +51,7 @@ Finding cannotReplace(const std::filesystem::path& path, const std::string& why)
             "move it away; instead of a mounted file, mount its folder"};
 }
 
-// Empty when the user may make files and folders there, else why not.
+// Returns why the user cannot make files in the folder, or an empty text.
 std::string whyNotWritable(const std::filesystem::path& folder) {
     std::error_code ignored;
     if (!std::filesystem::is_directory(folder, ignored))
@@ -75,12 +75,13 @@ Findings examineFolder(const std::filesystem::path& folder) {
                  "another with --dir"}};
     if (present != folder)
         return {{Verdict::Note, "there is no " + folder.string(),
-                 "nothing: every other command makes it"}};
+                 "nothing to do: every other command makes it"}};
     return {{Verdict::Good, "files can be written in " + folder.string(), ""}};
 }
 
-// The device that the module gives to a channel of the settings; null when there is none. Without
-// settings, as in the discovery, channels are numbered as the devices were found.
+// Returns the discovered channel whose device the module will give to a channel of the settings;
+// null when there is none. The discovery ran without settings, so its channel numbers are those of
+// the devices.
 const ChannelDescription* deviceFor(const ChannelDescription& channel, const Discovery& discovery) {
     const auto found = std::ranges::find_if(discovery.channels, [&](const auto& present) {
         return present.hasDevice && present.isOutput == channel.isOutput &&
@@ -110,13 +111,13 @@ Findings examineChannel(const ChannelDescription& channel, const Discovery& disc
              "start what provides the device, or set another OsName with 'tamborin-host send'"}};
 }
 
-// What the module does not take of its settings, and whether their channels have devices.
+// Finds what the module leaves out of its settings, and whether their channels have devices.
 Findings examineContent(const SettingsText& settings, const std::filesystem::path& path,
                         const Discovery& discovery) {
     Findings findings;
     for (const std::string& element : settings.leftOut)
         findings.push_back({Verdict::Note, path.string() + ": the module leaves out: " + element,
-                            "repair it if you need that: the module's next save is without it"});
+                            "repair it if you need it: the module's next save leaves it out"});
     Description description;
     if (discovery.failure.empty() && settings.flaw.empty())
         parseDescription(settings.xml, description);
@@ -147,26 +148,26 @@ Findings examineSettings(const std::filesystem::path& folder, const Discovery& d
         findings.push_back(cannotReplace(pending, pendingObstacle));
     else if (isPendingWhole)
         findings.push_back({Verdict::Note,
-                            pending.string() + " is whole: a save was broken off before its end",
-                            "nothing: the module takes it over when it starts"});
+                            pending.string() + " is complete: a save was interrupted after it",
+                            "nothing to do: the module uses it when it starts"});
     else if (hasPending)
-        findings.push_back({Verdict::Note, pending.string() + " is torn: a save was broken off",
-                            "nothing: the module ignores it, and saving replaces it"});
+        findings.push_back({Verdict::Note, pending.string() + " is incomplete, from a failed save",
+                            "nothing to do: the module ignores it, and its next save replaces it"});
     else if (typeOf(pending) != std::filesystem::file_type::not_found)
         findings.push_back({Verdict::Note, pending.string() + " is no regular file",
-                            "nothing: the module removes it with its next save"});
+                            "nothing to do: the module removes it with its next save"});
     const bool hasFile = std::filesystem::exists(file, ignored);
     const SettingsText fileText = hasFile ? readSettings(file) : SettingsText{};
     if (!fileObstacle.empty()) {
         findings.push_back(cannotReplace(file, fileObstacle));
     } else if (!hasFile) {
         findings.push_back({Verdict::Note, "there is no " + file.string(),
-                            "nothing: the module writes it when it starts there"});
+                            "nothing to do: the module writes it when it starts there"});
     } else if (!fileText.flaw.empty()) {
         findings.push_back({isPendingWhole ? Verdict::Note : Verdict::Wrong,
                             file.string() + " cannot be read: " + fileText.flaw,
-                            "repair it, or remove it: otherwise the module overwrites it with "
-                            "fresh settings when it starts"});
+                            "repair it, or move it away: when the module starts it overwrites the "
+                            "file with new settings"});
     } else {
         findings.push_back({Verdict::Good, file.string() + " can be read", ""});
     }

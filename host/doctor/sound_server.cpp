@@ -26,7 +26,7 @@ struct Closer {
 
 std::string textOf(const char* text) { return text != nullptr ? text : ""; }
 
-void take(pa_context* /*context*/, const pa_server_info* info, void* userData) {
+void onServerInfo(pa_context* /*context*/, const pa_server_info* info, void* userData) {
     auto& server = *static_cast<SoundServer*>(userData);
     if (info == nullptr)
         return;
@@ -55,7 +55,7 @@ SoundServer askSoundServer() {
         }
         const pa_context_state_t state = pa_context_get_state(context.get());
         if (state == PA_CONTEXT_READY && !question)
-            question.reset(pa_context_get_server_info(context.get(), take, &server));
+            question.reset(pa_context_get_server_info(context.get(), onServerInfo, &server));
         else if (!PA_CONTEXT_IS_GOOD(state))
             server.failure = pa_strerror(pa_context_errno(context.get()));
         pa_mainloop_prepare(loop.get(), 100'000);  // µs

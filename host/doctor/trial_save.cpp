@@ -24,7 +24,7 @@ struct FileCloser {
     void operator()(FILE* file) const { std::fclose(file); }
 };
 
-// Answers what failed; empty when nothing did.
+// Returns the step that failed and why, or an empty text.
 std::string writeFile(const std::string& path) {
     std::unique_ptr<FILE, FileCloser> file(std::fopen(path.c_str(), "wbx"));
     if (!file)
@@ -38,7 +38,7 @@ std::string writeFile(const std::string& path) {
                                                             : flaw;
 }
 
-// Whether the file is protected from this user by the folder's sticky bit.
+// Returns true when the folder's sticky bit protects the file from this user.
 bool isGuarded(const struct statx& file, const std::filesystem::path& path) {
     struct stat folder {};
     return stat(path.parent_path().c_str(), &folder) == 0 && (folder.st_mode & S_ISVTX) != 0 &&

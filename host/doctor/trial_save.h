@@ -1,13 +1,13 @@
-// Whether the module can save its settings in a folder.
+// Tries whether the module can save its settings in a folder.
 #pragma once
 
 #include <filesystem>
 #include <string>
 
-// Does what a save does, with files of its own that are gone afterwards. Answers what failed, and
-// why; empty when nothing did.
+// Tries the steps of a save with files of its own, and removes them. Returns the step that failed
+// and why, or an empty text.
 std::string trySave(const std::filesystem::path& folder);
 
-// Why a save could not put a file in the place of what is there, link or not; empty when it could,
-// or when nothing is there. Only looks.
+// Returns why a save could not replace the file at the path (a link itself, not its target), or an
+// empty text when it could or nothing is there. Changes nothing.
 std::string whyNotReplaceable(const std::filesystem::path& path);

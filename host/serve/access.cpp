@@ -28,10 +28,10 @@ ObjectPointer<GTlsCertificate> readCertificate(const ServeOptions& options) {
 Access readAccess(const ServeOptions& options) {
     if (!isLoopback(options.listenAddress) && options.passwords.empty())
         throw MisuseError("listening on " + options.listenAddress +
-                          " lets everybody in: give --passwords FILE, made by 'tamborin-host "
-                          "password'");
+                          " would let everybody in: give --passwords FILE, which 'tamborin-host "
+                          "password' makes");
     if (options.certificate.empty() != options.key.empty())
-        throw MisuseError("--certificate and --key belong together");
+        throw MisuseError("--certificate and --key must be given together");
     Access access;
     if (!options.passwords.empty())
         access.passwords = readPasswords(options.passwords);

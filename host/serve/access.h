@@ -1,4 +1,4 @@
-// Who may come in, and by which certificate the servers are known.
+// The passwords and the certificate that both servers use.
 #pragma once
 
 #include <gio/gio.h>
@@ -16,10 +16,10 @@ template <typename Object>
 using ObjectPointer = std::unique_ptr<Object, ObjectUnref>;
 
 struct Access {
-    std::optional<Passwords> passwords;          // nothing: everybody, on this machine only
-    ObjectPointer<GTlsCertificate> certificate;  // null: without TLS
+    std::optional<Passwords> passwords;          // without it all users of this machine may connect
+    ObjectPointer<GTlsCertificate> certificate;  // null: no TLS
 };
 
-// Throws MisuseError when the options would let strangers in, std::runtime_error when a file cannot
-// be used.
+// Reads the files. Throws MisuseError when the options contradict each other or would let everybody
+// of the network in, std::runtime_error when a file cannot be used.
 Access readAccess(const ServeOptions& options);

@@ -10,11 +10,11 @@
 namespace {
 
 constexpr goffset MostChangeBytes = 4096;
-constexpr guint ModulePatience = 10;  // seconds
+constexpr guint ModulePatience = 10;  // seconds that the module has to apply a change
 
 std::string named(int number) { return "channel " + std::to_string(number); }
 
-// The body of a change is kept, as it is small; no other is.
+// Checks the headers of a change, and lets libsoup collect its body, which is small.
 void expectChange(SoupServerMessage* message) {
     SoupMessageHeaders* const headers = soup_server_message_get_request_headers(message);
     const char* const type = soup_message_headers_get_content_type(headers, nullptr);
@@ -22,7 +22,8 @@ void expectChange(SoupServerMessage* message) {
         return refuse(message, SOUP_STATUS_UNSUPPORTED_MEDIA_TYPE,
                       "The body must be application/json.");
     if (soup_message_headers_get_encoding(headers) != SOUP_ENCODING_CONTENT_LENGTH)
-        return refuse(message, SOUP_STATUS_LENGTH_REQUIRED, "The request must tell its length.");
+        return refuse(message, SOUP_STATUS_LENGTH_REQUIRED,
+                      "The request must have a Content-Length.");
     if (soup_message_headers_get_content_length(headers) > MostChangeBytes)
         return refuse(message, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE,
                       "The body is longer than 4096 bytes.");
@@ -91,7 +92,7 @@ void Api::onRequest(SoupServerMessage* message, const char* path) {
         case Resource::Audio:
             return uploads_.end(message);
         case Resource::Talk:
-            // The server goes on with a handshake, if it is one.
+            // libsoup continues with the handshake if the request asks for a WebSocket.
             if (soup_message_headers_header_equals(soup_server_message_get_request_headers(message),
                                                    "Upgrade", "websocket") == FALSE)
                 answerError(message, SOUP_STATUS_BAD_REQUEST, "This path takes a WebSocket.");
@@ -176,7 +177,7 @@ void Api::change(SoupServerMessage* message, int number) {
         answerError(message, SOUP_STATUS_BAD_REQUEST,
                     "A name has 1 to 128 bytes of UTF-8, without control characters.");
     else
-        answerError(message, SOUP_STATUS_SERVICE_UNAVAILABLE, "The module takes no change now.");
+        answerError(message, SOUP_STATUS_SERVICE_UNAVAILABLE, "The module accepts no change now.");
 }
 
 void Api::answerChange(uint64_t key, bool isApplied) {

@@ -1,6 +1,6 @@
-// What the HTTP server answers to whom it has let in.
+// Answers the HTTP requests that the server has let in.
 //
-// All on the main loop's thread.
+// All functions run on the main loop's thread.
 #pragma once
 
 #include <libsoup/soup.h>
@@ -19,15 +19,15 @@
 
 class Api {
   public:
-    // `connections` counts those of the server.
+    // `connections` returns the number of the server's connections.
     Api(Hub& hub, std::function<size_t()> connections);
     ~Api();
     Api(const Api&) = delete;
     Api& operator=(const Api&) = delete;
 
-    // When a request's headers have come: refuses it, or makes ready for its body.
+    // Called when a request's headers have come. Refuses it, or prepares for its body.
     void onHeaders(SoupServerMessage* message, const char* path);
-    // When all of it has come.
+    // Called when the whole request has come.
     void onRequest(SoupServerMessage* message, const char* path);
     void onTalkSocket(SoupServerMessage* message, const char* path,
                       SoupWebsocketConnection* socket);
@@ -50,7 +50,7 @@ class Api {
     Events events_;
     TalkUploads uploads_;
     TalkSockets sockets_;
-    std::map<uint64_t, Change> changes_;  // which the module has not answered yet
+    std::map<uint64_t, Change> changes_;  // that the module has not answered yet
     uint64_t lastChange_ = 0;
-    const std::shared_ptr<Api*> self_;  // holds null when this is gone
+    const std::shared_ptr<Api*> self_;  // points to null once this object is destroyed
 };

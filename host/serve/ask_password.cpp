@@ -9,7 +9,7 @@
 
 namespace {
 
-// While it lives the terminal shows nothing of what is typed.
+// Keeps the terminal from showing what is typed, while this object lives.
 class SilentTerminal {
   public:
     SilentTerminal() {
@@ -41,7 +41,7 @@ std::string askPassword(const std::string& user) {
         return readLine("");
     const SilentTerminal silent;
     std::string password = readLine("Password for " + user + ": ");
-    const std::string again = readLine("\nThe same again: ");
+    const std::string again = readLine("\nThe same password again: ");
     std::fputs("\n", stderr);
     if (password != again)
         throw std::runtime_error("the two passwords differ; nothing was changed");

@@ -13,7 +13,7 @@ void appendNumber(std::string& text, uint64_t value) {
         text += static_cast<char>(value >> (8 * i) & 0xFFU);
 }
 
-// Mu-law, mono, 8000 Hz, of unknown length.
+// Returns the header of a WAV file of mu-law, mono, 8000 Hz, of unknown length.
 std::string wavHeader() {
     constexpr uint64_t Unknown = 0xFFFFFFFF;
     std::string header = "RIFF";
@@ -32,7 +32,7 @@ std::string wavHeader() {
     return header;
 }
 
-std::string timesOf(const ServedFrame& frame) {
+std::string timedHeadOf(const ServedFrame& frame) {
     std::string head;
     appendNumber<8>(head, static_cast<uint64_t>(frame.milliseconds));
     appendNumber<4>(head, frame.codes.size());
@@ -58,10 +58,10 @@ struct AudioStreams::Impl {
         if (input == inputs.end())
             return;
         const std::vector<Client> clients = input->second.clients;  // a client may leave meanwhile
-        const Chunk times = chunkOf(timesOf(*frame));
+        const Chunk timedHead = chunkOf(timedHeadOf(*frame));
         for (const Client& client : clients) {
             if (client.framing == AudioFraming::Timed)
-                client.stream->send(times);
+                client.stream->send(timedHead);
             client.stream->send({frame, frame->codes});
         }
     }

@@ -1,6 +1,6 @@
-// Captured sound for HTTP clients: endless, as it comes, the same frames for all.
+// Endless streams of captured sound for HTTP clients. All clients of an input share its frames.
 //
-// All on the main loop's thread.
+// All functions run on the main loop's thread.
 #pragma once
 
 #include <map>
@@ -16,7 +16,7 @@ enum class AudioFraming { Wav, Timed };
 
 class AudioStreams {
   public:
-    // Bytes that wait for a client until it is dropped: four seconds of sound.
+    // Bytes that may wait for a client, four seconds of sound. A slower client is dropped.
     static constexpr size_t MostWaiting = size_t{4} * 8000 + 256;
     static constexpr size_t MostClients = 200;
 

@@ -1,4 +1,4 @@
-// What a client wants a channel to become.
+// A client's request to rename, enable or disable a channel.
 #pragma once
 
 #include <stdexcept>
@@ -6,7 +6,7 @@
 
 #include "host/serve/hub.h"
 
-// A sentence for the client.
+// The request is wrong. The text is a sentence for the client.
 struct ChangeError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

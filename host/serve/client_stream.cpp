@@ -27,7 +27,7 @@ ClientStream::ClientStream(ObjectPointer<GIOStream> stream, std::shared_ptr<Conn
     connection_->keepSendBufferSmall();
 }
 
-// A callback of GIO owns the stream until it has come.
+// Returns a reference for a callback of GIO, which keeps this object alive until it is called.
 gpointer ClientStream::hold() {
     return std::make_unique<std::shared_ptr<ClientStream>>(shared_from_this()).release();
 }
@@ -78,7 +78,7 @@ void ClientStream::writeNext() {
                                         bytes.size(), G_PRIORITY_DEFAULT, cancellable_.get(),
                                         onWritten, hold());
     } else if (isFinishing_) {
-        // To close at once would take the answer from a client that is still sending.
+        // Not closed at once: a client that is still sending would lose the answer.
         connection_->endSending();
         connection_->allow(LeavingTime);
     }
@@ -97,8 +97,8 @@ void ClientStream::onWritten(GObject* output, GAsyncResult* result, gpointer dat
 }
 
 void ClientStream::readNext() {
-    g_input_stream_read_async(g_io_stream_get_input_stream(stream_.get()), heard_.data(),
-                              heard_.size(), G_PRIORITY_DEFAULT, cancellable_.get(), onRead,
+    g_input_stream_read_async(g_io_stream_get_input_stream(stream_.get()), ignored_.data(),
+                              ignored_.size(), G_PRIORITY_DEFAULT, cancellable_.get(), onRead,
                               hold());
 }
 

@@ -1,7 +1,7 @@
-// A client that is sent something for as long as it likes: sound, events, or the answer to a
-// request whose body nobody wants to read. What waits for it is bounded.
+// Sends a client sound or events until it leaves, or a refusal while it is still sending the body
+// of its request. The bytes that wait for the client are limited.
 //
-// All on the main loop's thread.
+// All functions run on the main loop's thread.
 #pragma once
 
 #include <gio/gio.h>
@@ -16,7 +16,7 @@
 #include "host/serve/access.h"
 #include "host/serve/connections.h"
 
-// Bytes, and who keeps them.
+// Bytes, and the object that owns them.
 struct Chunk {
     std::shared_ptr<const void> owner;
     std::span<const uint8_t> bytes;
@@ -25,19 +25,19 @@ Chunk chunkOf(std::string text);
 
 class ClientStream : public std::enable_shared_from_this<ClientStream> {
   public:
-    // The stream is the connection's. A client for whom more than `mostWaiting` bytes wait is
+    // `stream` belongs to `connection`. A client for whom more than `mostWaiting` bytes wait is
     // dropped.
     ClientStream(ObjectPointer<GIOStream> stream, std::shared_ptr<Connection> connection,
                  size_t mostWaiting);
     ClientStream(const ClientStream&) = delete;
     ClientStream& operator=(const ClientStream&) = delete;
 
-    // Told once when the client has left or was dropped, from the main loop.
+    // Calls `onEnd` once, when the client has left or was dropped.
     void watch(std::function<void()> onEnd);
     void send(Chunk chunk);
-    // Ends it when all is sent and the client has heard it.
+    // Ends the stream when all is sent and the client has closed its side, or after some seconds.
     void finish();
-    // Ends it now. `onEnd` is not told.
+    // Ends the stream now. `onEnd` is not called.
     void abandon();
 
   private:
@@ -59,5 +59,5 @@ class ClientStream : public std::enable_shared_from_this<ClientStream> {
     bool isWriting_ = false;
     bool isFinishing_ = false;
     bool hasEnded_ = false;
-    std::array<char, 512> heard_{};  // what the client says meanwhile is ignored
+    std::array<char, 512> ignored_{};  // what the client sends meanwhile
 };

@@ -10,7 +10,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr guint LookInterval = 1;  // seconds
-constexpr int Backlog = 128;       // connections that the system accepts ahead of us
+constexpr int Backlog = 128;       // connections that the kernel accepts before we do
 constexpr int SendBufferBytes = 32 * 1024;
 constexpr const char* DataName = "tamborin-connection";
 
@@ -108,7 +108,7 @@ Connections::~Connections() {
 
 void Connections::accept(GSocketConnection* accepted) {
     if (!makeRoom())
-        return;  // closed by its owner
+        return;  // the caller's reference is the last, so the connection is closed
     const auto client = std::make_shared<Connection>(g_socket_connection_get_socket(accepted));
     auto handshake = std::make_unique<Handshake>();
     handshake->server = shared(server_);
@@ -139,7 +139,7 @@ size_t Connections::count() const {
     }));
 }
 
-// False when all connections are at work.
+// Drops an idle connection when there are too many. Returns false when none is idle.
 bool Connections::makeRoom() {
     std::erase_if(connections_, [](const auto& connection) { return connection.expired(); });
     if (count() < Most)

@@ -1,6 +1,6 @@
-// The HTTP server's connections: how many there are, and how long each may keep us waiting.
+// The HTTP server's connections. Limits their number and the time that each may keep us waiting.
 //
-// All on the main loop's thread.
+// All functions run on the main loop's thread.
 #pragma once
 
 #include <gio/gio.h>
@@ -13,25 +13,25 @@
 
 #include "host/serve/access.h"
 
-// One client's connection. Whoever has a use for it shares it.
+// One client's connection, owned in common by the objects that use it.
 class Connection {
   public:
     explicit Connection(GSocket* socket);
 
-    // The client has so long for what it is to do next, then it is dropped.
+    // Drops the client unless this is called again, or allowForEver, within `time`.
     void allow(std::chrono::milliseconds time);
-    // It is looked after by others from now on.
+    // Ends the time limit: the caller watches the client itself from now on.
     void allowForEver();
-    // A connection without a request is the first to go when there are too many.
+    // An idle connection, one without a request, is dropped first when there are too many.
     void setIdle(bool isIdle) { isIdle_ = isIdle; }
     bool isIdle() const { return isIdle_; }
     bool isLate() const;
     bool isDropped() const { return isDropped_; }
-    // Ends it in both directions. Its owners notice that as they do when the client leaves.
+    // Shuts both directions down. To the owners this looks as if the client had left.
     void drop();
-    // Ends what we send; the client may still be sending.
+    // Shuts our direction down. The client may still send.
     void endSending();
-    // Bounds what the system keeps for a client that does not read.
+    // Limits the bytes that the kernel keeps for a client that does not read.
     void keepSendBufferSmall();
 
   private:
@@ -45,10 +45,10 @@ class Connection {
 class Connections {
   public:
     static constexpr size_t Most = 256;
-    // For a handshake, and for a whole request.
+    // The time limit of a TLS handshake, and of a whole request.
     static constexpr std::chrono::seconds RequestTime{15};
 
-    // Throws std::runtime_error when it cannot listen there.
+    // Listens on the address and port. Throws std::runtime_error when that fails.
     Connections(SoupServer* server, const Access& access, const std::string& address,
                 uint16_t port);
     ~Connections();
@@ -56,9 +56,9 @@ class Connections {
     Connections& operator=(const Connections&) = delete;
 
     uint16_t port() const { return port_; }
-    // How many there are.
+    // Returns the number of connections.
     size_t count() const;
-    // Null for a request whose connection is gone.
+    // Returns the connection of a request; null when it is gone.
     static std::shared_ptr<Connection> of(SoupServerMessage* message);
 
   private:

@@ -23,7 +23,7 @@ nlohmann::json levelsJson(const HubState& state) {
     return levels;
 }
 
-// What changes without an event of the hub.
+// Returns the channels' states in words, some of which change without an event of the hub.
 std::string wordsOf(const HubState& state, int64_t now) {
     std::string words;
     for (const ChannelState& channel : state.channels)
@@ -40,7 +40,7 @@ Events::Events(Hub& hub)
     timer_ = g_timeout_add(
         LookInterval,
         [](gpointer self) -> gboolean {
-            static_cast<Events*>(self)->look();
+            static_cast<Events*>(self)->sendChanges();
             return G_SOURCE_CONTINUE;
         },
         this);
@@ -70,16 +70,16 @@ void Events::add(const std::shared_ptr<ClientStream>& client) {
     client->send(chunkOf(std::move(text)));
 }
 
-void Events::look() {
+void Events::sendChanges() {
     if (clients_.empty())
         return;
     const HubState state = hub_.state();
     const int64_t now = clockMilliseconds();
     std::string text;
     std::string words = wordsOf(state, now);
-    if (*hasChanged_ || words != lastWords_) {
+    if (*hasChanged_ || words != lastStateWords_) {
         *hasChanged_ = false;
-        lastWords_ = std::move(words);
+        lastStateWords_ = std::move(words);
         text += event("state", stateJson(state, now));
     }
     std::string levels = asText(levelsJson(state));

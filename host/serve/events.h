@@ -1,7 +1,7 @@
-// The hub's state as server-sent events: "state" when something has changed, "levels" a few times a
-// second, "log" for each line.
+// The hub's state as server-sent events: "state" when something has changed, "levels" up to five
+// times a second when a level or count has, "log" for each line.
 //
-// All on the main loop's thread.
+// All functions run on the main loop's thread.
 #pragma once
 
 #include <glib.h>
@@ -24,21 +24,21 @@ class Events {
     Events& operator=(const Events&) = delete;
 
     size_t clients() const { return clients_.size(); }
-    // Sends the client what there is and what comes, until it leaves.
+    // Sends the client the state and the kept log lines, and then all changes until it leaves.
     void add(const std::shared_ptr<ClientStream>& client);
 
   private:
-    void look();
+    void sendChanges();
     void sendAll(const std::string& text);
 
     Hub& hub_;
-    // Outlives this in what was posted already.
+    // Shared, because posted work may run after this object is destroyed.
     const std::shared_ptr<bool> hasChanged_ = std::make_shared<bool>(true);
     const std::shared_ptr<Events*> self_ = std::make_shared<Events*>(this);
     std::unique_ptr<Observing> observing_;
     std::vector<std::shared_ptr<ClientStream>> clients_;
     uint64_t lastLine_ = 0;
     std::string lastLevels_;
-    std::string lastWords_;
+    std::string lastStateWords_;
     guint timer_ = 0;
 };

@@ -8,7 +8,7 @@ namespace {
 
 constexpr size_t MostRefusalBytes = 4096;
 
-// What a browser may do with anything from here: nothing that another site gains by.
+// Headers that keep other sites from using our answers in a browser.
 constexpr std::pair<const char*, const char*> SafetyHeaders[] = {
     {"Content-Security-Policy",
      "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src "
@@ -20,7 +20,7 @@ constexpr std::pair<const char*, const char*> SafetyHeaders[] = {
     {"Cache-Control", "no-store"},
 };
 
-// The status line and the message's headers, for a connection that is closed behind the answer.
+// Returns the status line and the message's headers, for a connection that closes after the answer.
 std::string headOf(SoupServerMessage* message, unsigned status, const char* type) {
     std::string head =
         "HTTP/1.1 " + std::to_string(status) + " " + soup_status_get_phrase(status) + "\r\n";
@@ -43,7 +43,7 @@ bool hasBody(SoupServerMessage* message) {
            (length != nullptr && std::string_view(length) != "0");
 }
 
-// The steal waits for the main loop, as the server is about to go on with the message.
+// Takes the connection later, from the main loop, because libsoup still uses the message now.
 void steal(SoupServerMessage* message, size_t mostWaiting,
            std::function<void(const std::shared_ptr<ClientStream>&)> onTaken) {
     post([paused = std::make_shared<PausedRequest>(message), connection = Connections::of(message),
@@ -108,7 +108,8 @@ void takeOver(SoupServerMessage* message, const char* type, size_t mostWaiting,
 
 PausedRequest::PausedRequest(SoupServerMessage* message)
     : message_(static_cast<SoupServerMessage*>(g_object_ref(message))) {
-    soup_server_message_set_status(message, SOUP_STATUS_OK, nullptr);  // it is no WebSocket's
+    // A status keeps libsoup from looking for a WebSocket handshake.
+    soup_server_message_set_status(message, SOUP_STATUS_OK, nullptr);
     soup_server_message_pause(message);
     handler_ =
         g_signal_connect(message, "finished", G_CALLBACK(+[](SoupServerMessage*, gpointer self) {

@@ -11,21 +11,22 @@
 
 #include "host/serve/client_stream.h"
 
-// Headers that every answer has: nothing is kept, framed, guessed at or fetched from elsewhere.
+// Adds the headers of every answer. With them a browser does not store the answer, show it in
+// another site's frame, guess its type, or fetch anything from other sites for it.
 void addSafetyHeaders(SoupServerMessage* message);
 
 void answer(SoupServerMessage* message, unsigned status, const char* type, std::string_view body);
 void answerJson(SoupServerMessage* message, unsigned status, const nlohmann::json& body);
-// {"error": sentence}
+// Answers with {"error": sentence}.
 void answerError(SoupServerMessage* message, unsigned status, const std::string& sentence);
-// The same before the request's body has come: it is not read.
+// Answers with an error before the request's body has come, and does not read the body.
 void refuse(SoupServerMessage* message, unsigned status, const std::string& sentence);
 
-// Characters that are none become a mark of replacement.
+// Returns the JSON text. Bytes that are not UTF-8 become U+FFFD.
 std::string asText(const nlohmann::json& value);
 
-// Takes the connection out of the server's hands, sends these headers and hands on the stream, from
-// the main loop; does nothing when the client has left by then.
+// Takes the connection away from libsoup. Later, from the main loop, sends the headers and passes
+// the stream to `onTaken`, unless the client has left by then.
 void takeOver(SoupServerMessage* message, const char* type, size_t mostWaiting,
               std::function<void(const std::shared_ptr<ClientStream>&)> onTaken);
 
@@ -33,14 +34,14 @@ void takeOver(SoupServerMessage* message, const char* type, size_t mostWaiting,
 class PausedRequest {
   public:
     explicit PausedRequest(SoupServerMessage* message);
-    // Lets it go on.
+    // Resumes the request.
     ~PausedRequest();
     PausedRequest(const PausedRequest&) = delete;
     PausedRequest& operator=(const PausedRequest&) = delete;
 
-    // Null when the client has left.
+    // Returns the request; null when the client has left.
     SoupServerMessage* message() const { return hasFinished_ ? nullptr : message_.get(); }
-    // Its connection, which leaves the server's hands; null when the client has left.
+    // Takes the connection away from libsoup and returns it; null when the client has left.
     ObjectPointer<GIOStream> takeConnection();
 
   private:

@@ -23,7 +23,7 @@ std::string header(SoupServerMessage* message, const char* name) {
     return value == nullptr ? "" : lower(value);
 }
 
-// Of "name:port", "[::1]:port" or either alone.
+// Returns the host of "name:port" or "[::1]:port"; the port may be missing.
 std::string nameOf(const std::string& authority) {
     if (authority.starts_with('['))
         return authority.substr(1, authority.find(']') - 1);
@@ -37,7 +37,8 @@ bool isThisMachine(const std::string& name) {
     return address != nullptr && g_inet_address_get_is_loopback(address.get()) != FALSE;
 }
 
-// A browser tells who made the request; other programs tell nothing.
+// Returns true when a browser says that another site's page made the request. Other programs send
+// neither header.
 bool isOfAnotherSite(SoupServerMessage* message, const std::string& host) {
     const std::string site = header(message, "Sec-Fetch-Site");
     if (!site.empty() && site != "same-origin" && site != "none")
@@ -51,9 +52,10 @@ bool isOfAnotherSite(SoupServerMessage* message, const std::string& host) {
 GateRefusal checkGate(SoupServerMessage* message, bool hasPasswords, bool isPage) {
     const std::string host = header(message, "Host");
     if (host.empty())
-        return {SOUP_STATUS_BAD_REQUEST, "The request names no host."};
+        return {SOUP_STATUS_BAD_REQUEST, "The request has no Host header."};
     if (!hasPasswords && !isThisMachine(nameOf(host)))
-        return {SOUP_STATUS_FORBIDDEN, "Without passwords this server is called localhost only."};
+        return {SOUP_STATUS_FORBIDDEN,
+                "Without passwords this server answers only as localhost or its loopback address."};
     if (!isPage && isOfAnotherSite(message, host))
         return {SOUP_STATUS_FORBIDDEN, "A page of another site may not do this."};
     return {};

@@ -15,7 +15,7 @@ struct Fixed {
 constexpr std::array Paths{
     Fixed{"/description.xml", Resource::Description}, Fixed{"/metrics", Resource::Metrics},
     Fixed{"/api/events", Resource::Events}, Fixed{"/api/channels", Resource::Channels}};
-// Behind the number of a channel.
+// What may follow the number of a channel in a path.
 constexpr std::array Parts{Fixed{"", Resource::Channel}, Fixed{"/audio.wav", Resource::WavAudio},
                            Fixed{"/audio.frames", Resource::TimedAudio},
                            Fixed{"/audio", Resource::Audio}, Fixed{"/talk", Resource::Talk}};

@@ -1,4 +1,4 @@
-// What there is at which path.
+// The paths of the HTTP server.
 #pragma once
 
 #include <optional>
@@ -12,10 +12,10 @@ enum class Resource {
     Events,
     Channels,
     Channel,
-    WavAudio,    // to hear
-    TimedAudio,  // the same with times
-    Audio,       // to talk
-    Talk,        // the same by a WebSocket
+    WavAudio,    // to hear an input
+    TimedAudio,  // to hear an input, with the frames' times
+    Audio,       // to talk by a request
+    Talk,        // to talk by a WebSocket
 };
 
 struct Route {
@@ -23,8 +23,8 @@ struct Route {
     int number = 0;  // of the channel, where there is one
 };
 
-// Nothing when there is nothing.
+// Returns what is at the path, or nothing.
 std::optional<Route> findRoute(std::string_view path);
-// The methods that it takes, as the header Allow tells them.
+// Returns the methods that the resource allows, in the form of the header Allow.
 const char* allowedMethods(Resource resource);
 bool isAllowed(Resource resource, std::string_view method);

@@ -7,7 +7,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto AnswerTime = 30s;  // for the module's answer, and a client to read ours
+constexpr auto AnswerTime = 30s;  // for the module to answer, and for the client to read ours
 
 char* hashOf(SoupAuthDomain* /*domain*/, SoupServerMessage* /*message*/, const char* user,
              gpointer passwords) {
@@ -16,7 +16,7 @@ char* hashOf(SoupAuthDomain* /*domain*/, SoupServerMessage* /*message*/, const c
     return found == hashes.end() ? nullptr : g_strdup(found->second.c_str());
 }
 
-// In brackets where an address has colons.
+// Returns the address as URLs have it: in brackets when it has colons.
 std::string inUrl(const std::string& address) {
     return address.find(':') == std::string::npos ? address : "[" + address + "]";
 }
@@ -69,7 +69,7 @@ void HttpServer::guard(const Passwords& passwords) {
     soup_server_add_auth_domain(server_.get(), domain.get());
 }
 
-// Before anything of the request has come.
+// Called before anything of the request has come.
 void HttpServer::prepare(SoupServerMessage* message) {
     soup_message_body_set_accumulate(soup_server_message_get_request_body(message), FALSE);
     addSafetyHeaders(message);
@@ -78,8 +78,8 @@ void HttpServer::prepare(SoupServerMessage* message) {
         return;
     connection->setIdle(true);
     connection->allow(Connections::RequestTime);
-    // Behind the server's own, which has asked for the password by then. (It has early handlers for
-    // this, but does not call them for whom it has asked.)
+    // Connected after libsoup's own handler, which has checked the password by then. libsoup's
+    // early handlers would not be called for requests without a password.
     g_signal_connect_after(message, "got-headers",
                            G_CALLBACK(+[](SoupServerMessage* known, gpointer self) {
                                static_cast<HttpServer*>(self)->onHeaders(known);

@@ -1,4 +1,4 @@
-// The page and the API over HTTP, behind the passwords.
+// Serves the page and the API over HTTP, and checks the passwords.
 #pragma once
 
 #include <libsoup/soup.h>
@@ -12,7 +12,7 @@
 #include "host/serve/hub.h"
 #include "host/serve/serve_options.h"
 
-// Main thread.
+// All functions run on the main thread.
 class HttpServer {
   public:
     // Serves on the main loop until it is destroyed. Throws std::runtime_error. The hub outlives
@@ -23,7 +23,7 @@ class HttpServer {
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
 
-    // "http://127.0.0.1:8080/".
+    // Returns the page's URL, such as "http://127.0.0.1:8080/".
     std::string url() const { return url_; }
 
   private:

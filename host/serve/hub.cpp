@@ -8,7 +8,7 @@ Hub::Hub(const HubOptions& options, Console& console)
 Hub::~Hub() {
     try {
         impl_->finish();
-    } catch (const std::exception&) {  // the end of the session tells it
+    } catch (const std::exception&) {  // the session's destructor tries again and reports it
     }
 }
 

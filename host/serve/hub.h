@@ -1,18 +1,19 @@
-// One running module behind any number of clients: who wants to hear an input listens, who wants to
-// talk is given the output, and all see the same state.
+// Shares one running module among any number of clients. Many can listen to an input, one at a time
+// can talk on an output, and all see the same state.
 //
 //     Hub hub(options, console);
 //     auto listening = hub.listen(0, [&](const FramePointer& frame) { queue.push(frame); });
 //     if (const TalkAnswer answer = hub.beginTalk(1); answer.talk)
 //         answer.talk->append(codes);
 //
-// Threads: all functions may be called on any thread, and none waits for the module, but for the
-// construction, finish and the destruction. These belong to the main thread. Callbacks come on the
-// module's threads, several at once, and on threads that call the hub. They must return at once and
-// must not call the hub or end what they belong to: they hand the work on (host/serve/main_loop.h
-// has `post`). Once a Listening or an Observing is gone its callback is not called any more.
+// Threads: all functions may be called on any thread. Only the constructor, finish and the
+// destructor wait for the module; these belong to the main thread. Callbacks run on the module's
+// threads, several at once, and on threads that call the hub. They must return at once, and must
+// not call the hub or destroy the object that they belong to: they pass the work on, for instance
+// with `post` (host/serve/main_loop.h). A Listening or Observing makes no call after its
+// destruction.
 //
-// Ownership: Listenings, Observings and Talks must be gone before the hub.
+// Ownership: all Listenings, Observings and Talks must be destroyed before the hub.
 #pragma once
 
 #include <cstdint>
@@ -31,8 +32,8 @@
 
 struct HubOptions {
     SessionOptions session;
-    // An input that was enabled for its clients is disabled when the last one has left. Else it
-    // stays enabled until the hub ends.
+    // If true, an input that was enabled for its clients is disabled when the last one has left. If
+    // false, it stays enabled until the hub ends.
     bool stopIdleInputs = false;
 };
 
@@ -41,11 +42,11 @@ struct ServedFrame {
     int64_t milliseconds = 0;    // Unix time of its first sample's capture
     bool followsGap = false;     // sound was lost before it, or it is the first one
 };
-// One frame for all who listen.
+// All listeners share one frame.
 using FramePointer = std::shared_ptr<const ServedFrame>;
 using OnServedFrame = std::function<void(const FramePointer& frame)>;
 
-// A channel and what has become of it since the hub began.
+// A channel, its state, and its figures since the hub began.
 struct ChannelState {
     ChannelDescription channel;
     uint64_t frames = 0;
@@ -53,15 +54,15 @@ struct ChannelState {
     uint64_t restarts = 0;   // of the stream, by the module's watchdog
     double level = 0;        // peak of the last frame, 0 to 1; 0 when none came for three seconds
     int64_t lastFrame = 0;   // Unix time (ms) of its capture; 0: none came yet
-    int clients = 0;         // who listen to an input, or talk on an output
-    bool isKeptOff = false;  // disabled by a `change`: clients do not enable it
+    int clients = 0;         // clients that listen to the input or talk on the output
+    bool isKeptOff = false;  // disabled by `change`, so that listening does not enable it
 };
 
 struct HubLogLine {
-    uint64_t number = 0;  // counts all lines from 1; those kept are the last ones
+    uint64_t number = 0;  // counts all lines from 1; only the last ones are kept
     int64_t milliseconds = 0;
     int32_t level = 0;
-    std::string text;  // anybody's: escape it
+    std::string text;  // may come from outside, so escape it
 };
 
 struct HubState {
@@ -73,10 +74,10 @@ struct HubState {
 };
 
 enum class HubEvent {
-    Channels,  // a description came: names, devices, states
-    Status,    // the device status
-    Log,       // a line
-    Clients,   // somebody came or left
+    Channels,  // the module has described its channels: names, devices, states
+    Status,    // the module has reported the device status
+    Log,       // a log line was kept
+    Clients,   // a client came or left
 };
 using OnHubEvent = std::function<void(HubEvent event)>;
 
@@ -85,13 +86,14 @@ struct ChannelChange {
     std::optional<bool> enabled;
 };
 enum class ChangeAnswer { Asked, NoSuchChannel, BadName, Refused };
-// Told once: true when the module has described its channels after the change, false when the hub
-// ended before.
+// Called once: with true when the module has described its channels after the change, with false
+// when the hub ended before that.
 using OnApplied = std::function<void(bool isApplied)>;
 
 class HubImpl;
 
-// Who listens. Its destruction waits for a call in progress, which returns at once.
+// The right to an input's frames, until it is destroyed. The destructor waits for a callback in
+// progress.
 class Listening {
   public:
     Listening(std::shared_ptr<HubImpl> hub, uint64_t key) : hub_(std::move(hub)), key_(key) {}
@@ -99,7 +101,8 @@ class Listening {
     Listening(const Listening&) = delete;
     Listening& operator=(const Listening&) = delete;
 
-    // How many clients there are behind it, 1 at first. Without any the input may become idle.
+    // Sets the number of clients that share this object, 1 at first. With 0 the input may be
+    // disabled (HubOptions::stopIdleInputs).
     void setClients(int clients);
 
   private:
@@ -119,8 +122,8 @@ class Observing {
     const uint64_t key_;
 };
 
-// The right to an output, until it is destroyed. What was put before is played to its end then.
-// One thread at a time.
+// The right to an output, until it is destroyed. Sound that was put before is still played then.
+// Used by one thread at a time.
 class Talk {
   public:
     Talk(std::shared_ptr<HubImpl> hub, int number) : hub_(std::move(hub)), number_(number) {}
@@ -128,13 +131,14 @@ class Talk {
     Talk(const Talk&) = delete;
     Talk& operator=(const Talk&) = delete;
 
-    // Sound (mu-law) of a sender who tells its time, `position` samples after a beginning of its
-    // own, which must not go back. What is missing since the codes before becomes silence. Never
-    // waits; false when they are dropped, as more than `Hub::MostTalkAhead` samples wait already.
+    // Adds mu-law codes with the sender's time: `position` counts samples from any beginning. A gap
+    // after the previous codes becomes silence. Never waits. Returns false and drops the codes when
+    // three seconds of sound wait already.
     bool put(int64_t position, std::span<const uint8_t> codes);
-    // Sound that follows what was put before.
+    // Adds mu-law codes directly after the previous ones. Never waits. Returns false and drops the
+    // codes when they do not fit `room`.
     bool append(std::span<const uint8_t> codes);
-    // Samples that append takes now: for a sender who is faster than the sound.
+    // Returns the number of samples that append takes now, for senders faster than real time.
     size_t room() const;
 
   private:
@@ -161,27 +165,27 @@ class Hub {
     Hub(const Hub&) = delete;
     Hub& operator=(const Hub&) = delete;
 
-    // Restores the inputs that were enabled for clients, stops the module, and answers the final
-    // account, in which as many buffers have returned as were lent. Nothing can be asked of the hub
-    // afterwards.
+    // Disables the inputs that were enabled for clients, stops the module, and returns the account
+    // of all buffers. The hub may only be destroyed afterwards.
     BufferAccount finish();
 
     HubState state() const;
-    // The module's description of its channels (XML).
+    // Returns the module's description of its channels (XML).
     std::string description() const;
-    // By its number, or else by its name.
+    // Finds a channel by its number, or else by its name.
     std::optional<ChannelDescription> find(std::string_view numberOrName, bool isOutput) const;
 
-    // False when there is no such input, it has no device or is kept off.
+    // Returns false when there is no such input, when it has no device or when it is kept off.
     bool mayListen(int number) const;
-    // Each captured frame of an input from now on. The first one who listens enables the input,
-    // unless it is kept off. Null when there is no such input or it has no device.
+    // Calls `onFrame` with each captured frame of an input from now on. Enables the input, unless
+    // it is kept off. Returns null when there is no such input or it has no device.
     std::unique_ptr<Listening> listen(int number, OnServedFrame onFrame);
-    // What changes from now on; ask for the state then.
+    // Calls `onEvent` at each change from now on. The new state is in `state`.
     std::unique_ptr<Observing> observe(OnHubEvent onEvent);
-    // One talks on an output at a time.
+    // Gives an output to one talker at a time, or says why not.
     TalkAnswer beginTalk(int number);
-    // A disabled channel is kept off its clients until it is enabled again, or the hub ends.
+    // Asks the module to rename, enable or disable a channel. A channel that was disabled here is
+    // kept off: clients cannot use it until it is enabled here, or the hub ends.
     ChangeAnswer change(int number, const ChannelChange& change, OnApplied onApplied);
 
   private:

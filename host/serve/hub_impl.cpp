@@ -10,12 +10,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto AnswerPatience = 5s;
+constexpr auto AnswerPatience = 5s;  // for the module to apply the last changes, at the end
 
 bool isGoodName(const std::string& name) {
-    std::string sound = name;
-    makeUtf8(sound);
-    return !name.empty() && name.size() <= Hub::MostNameBytes && sound == name &&
+    std::string valid = name;
+    makeUtf8(valid);
+    return !name.empty() && name.size() <= Hub::MostNameBytes && valid == name &&
            std::ranges::none_of(name,
                                 [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; });
 }
@@ -26,7 +26,7 @@ HubImpl::HubImpl(const HubOptions& options, Console& console)
     : options_(options),
       session_(options.session, console, endProcess, moduleListener(), LogFactLevel) {}
 
-// On the module's threads, also while this is being constructed.
+// Its functions run on the module's threads, also during the construction of this object.
 ModuleListener HubImpl::moduleListener() {
     return {.onLog =
                 [this](int32_t level, std::string_view text) {
@@ -161,7 +161,7 @@ int HubImpl::clientsOf(int number) const {
     return clients;
 }
 
-// Enables an input that somebody wants to hear, or lets it rest.
+// Enables an input that has clients. Disables one that has none any more, if the options say so.
 void HubImpl::adaptToClients(int number) {
     const std::lock_guard asking(askMutex_);
     const int clients = clientsOf(number);
@@ -186,7 +186,7 @@ void HubImpl::adaptToClients(int number) {
     tell(HubEvent::Clients);
 }
 
-// With `askMutex_` held.
+// Sends the change to the module. The caller holds `askMutex_`.
 bool HubImpl::ask(int number, const ChannelChange& change, OnApplied onApplied) {
     {
         const std::lock_guard held(mutex_);
@@ -276,7 +276,7 @@ BufferAccount HubImpl::finish() {
             enabled.assign(enabledForClients_.begin(), enabledForClients_.end());
         hasEnded_ = true;
     }
-    for (const auto& [number, line] : lines_)  // there are no new ones any more
+    for (const auto& [number, line] : lines_)  // no line is made once hasEnded_ is set
         line->stop();
     {
         std::unique_lock held(mutex_);

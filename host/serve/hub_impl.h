@@ -1,4 +1,4 @@
-// What stands behind the hub (host/serve/hub.h), whose comments say what it does.
+// The implementation of the hub. Functions are described in host/serve/hub.h.
 #pragma once
 
 #include <condition_variable>
@@ -10,24 +10,25 @@
 #include "host/serve/hub.h"
 #include "host/serve/talk_line.h"
 
-// Keeps an account of what the module says, under a lock of its own. Any thread.
+// Keeps the figures, the status and the log that follow from the module's records. All functions
+// may be called on any thread.
 class HubLedger {
   public:
     void hearFrame(const CapturedFrame& frame, ServedFrame& served);
-    // True when the line is kept.
+    // Returns true when the line is kept.
     bool hearLog(int32_t level, std::string_view text);
-    // What it tells of.
+    // Returns the event that the document causes, if any.
     std::optional<HubEvent> hearDocument(std::string_view xml, int64_t kind);
-    // All but clients and buffers.
+    // Returns the state, in which `clients`, `isKeptOff` and `buffers` are not set.
     HubState state(const std::vector<ChannelDescription>& channels) const;
 
   private:
     struct Track {
         ChannelState state;
         int64_t arrival = 0;    // of the last frame, steady ms
-        int64_t expected = 0;   // when the next frame is due, steady ms; 0: none came yet
-        int64_t lateSince = 0;  // steady ms; 0: the last one was not late
-        int64_t leastLate = 0;  // ms, since then
+        int64_t expected = 0;   // when the next frame is due, steady ms; 0: no frame came yet
+        int64_t lateSince = 0;  // steady ms; 0: the last frame was not late
+        int64_t leastLate = 0;  // ms, the smallest lateness since `lateSince`
     };
 
     static bool followsGap(Track& track, int64_t arrival);
@@ -56,7 +57,7 @@ class HubImpl : public std::enable_shared_from_this<HubImpl> {
     void endObserving(uint64_t key);
     TalkAnswer beginTalk(int number);
     void endTalk(int number);
-    // Lines are never removed.
+    // Returns the line of an output that has had a talk. Lines are never removed.
     TalkLine& line(int number);
     ChangeAnswer change(int number, const ChannelChange& change, OnApplied onApplied);
 
@@ -79,24 +80,24 @@ class HubImpl : public std::enable_shared_from_this<HubImpl> {
     const HubOptions options_;
     HubLedger ledger_;
 
-    // Listeners are called under this one; whoever holds it calls nothing else.
+    // Guards the listeners, which are called while it is held. Nothing else is called then.
     mutable std::mutex listenersMutex_;
     std::map<uint64_t, Listener> listeners_;
     uint64_t lastKey_ = 0;
 
-    std::mutex observersMutex_;  // the same for observers
+    std::mutex observersMutex_;  // guards the observers in the same way
     std::map<uint64_t, OnHubEvent> observers_;
     uint64_t lastObserver_ = 0;
 
-    mutable std::mutex mutex_;  // guards what follows; the module is not called under it
+    mutable std::mutex mutex_;  // guards what follows; the module is not called while it is held
     std::map<int, std::unique_ptr<TalkLine>> lines_;
     std::set<int> enabledForClients_;
     std::set<int> keptOff_;
-    std::deque<OnApplied> asked_;   // in the order of the documents, each of which has one answer
-    std::map<int, bool> askedFor_;  // what will be enabled or disabled when all are answered
+    std::deque<OnApplied> asked_;   // in the order of the documents; the module answers each once
+    std::map<int, bool> askedFor_;  // enabled or disabled by documents not answered yet
     std::condition_variable answered_;
     bool hasEnded_ = false;
 
     std::mutex askMutex_;  // keeps documents in the order of `asked_`
-    Session session_;      // the last, as it calls what is above
+    Session session_;      // the last member, because its callbacks use the others
 };

@@ -7,10 +7,10 @@
 
 namespace {
 
-constexpr int64_t LateTolerance = 200;   // ms; frames arrive when they are sent, and that wanders
-constexpr int64_t DecisionTime = 2000;   // ms that late frames get to catch up
-constexpr int64_t CertainGap = 1000;     // ms, so late that sound is lost for sure
-constexpr int64_t Gentleness = 8;        // the sound's clock is not the machine's
+constexpr int64_t LateTolerance = 200;  // ms; the module sends frames at uneven intervals
+constexpr int64_t DecisionTime = 2000;  // ms that late frames get to catch up
+constexpr int64_t CertainGap = 1000;    // ms; a frame that is later follows lost sound
+constexpr int64_t ShiftDivisor = 8;     // a frame shifts the next ones by this part of its lateness
 constexpr int64_t LevelLifetime = 3000;  // ms, as long as the module's watchdog waits
 constexpr size_t MostLineBytes = 1000;   // of a log line that is kept
 
@@ -18,9 +18,9 @@ int64_t durationOf(size_t samples) { return static_cast<int64_t>(samples) * 1000
 
 }  // namespace
 
-// A late frame may follow lost sound, or only have been sent late: then the next ones catch up. So
-// a short gap is told two seconds late, where its frame follows. `track.expected` is when the frame
-// is due.
+// Returns true when sound was lost before this frame. A frame that is a little late may follow lost
+// sound, or was only sent late: then the next ones catch up. So a gap of less than CertainGap is
+// reported only DecisionTime later. `track.expected` is the time when the frame is due.
 bool HubLedger::followsGap(Track& track, int64_t arrival) {
     const int64_t late = arrival - track.expected;
     if (track.expected == 0 || late > CertainGap) {
@@ -30,7 +30,7 @@ bool HubLedger::followsGap(Track& track, int64_t arrival) {
     }
     if (late <= LateTolerance) {
         track.lateSince = 0;
-        track.expected += late / Gentleness;
+        track.expected += late / ShiftDivisor;
         return false;
     }
     if (track.lateSince == 0) {

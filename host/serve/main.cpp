@@ -1,4 +1,4 @@
-// tamborin-host-serve: what `tamborin-host serve` and `tamborin-host password` run.
+// tamborin-host-serve: the program that `tamborin-host serve` and `tamborin-host password` start.
 #include <gst/gst.h>
 
 #include <cstdio>
@@ -62,7 +62,7 @@ int serve(const ServeOptions& options, Console& console) {
     return Failed;
 }
 
-int serveOrTell(const ServeCommandLine& line) {
+int runServe(const ServeCommandLine& line) {
     gst_init(nullptr, nullptr);
     const StopSignals signals;
     std::optional<LibraryNoise> noise;
@@ -91,7 +91,7 @@ int main(int argc, char** argv) {
     try {
         const ServeCommandLine line = parseServeCommandLine(argc, argv);
         if (line.command == ServeCommandLine::Command::Serve)
-            return serveOrTell(line);
+            return runServe(line);
         if (line.command == ServeCommandLine::Command::Password)
             setPassword(line.passwordFile, line.user, askPassword(line.user));
         return 0;

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr guint LookInterval = 100;  // ms, for signals
+constexpr guint SignalInterval = 100;  // ms between looks for a signal
 
 }  // namespace
 
@@ -17,7 +17,7 @@ MainLoop::~MainLoop() { g_main_loop_unref(loop_); }
 
 void MainLoop::run() {
     const guint look = g_timeout_add(
-        LookInterval,
+        SignalInterval,
         [](gpointer self) -> gboolean {
             if (stopAsked())
                 static_cast<MainLoop*>(self)->quit();

@@ -1,11 +1,11 @@
-// The one GLib main loop, on which the servers run.
+// The GLib main loop that both servers run on.
 #pragma once
 
 #include <glib.h>
 
 #include <functional>
 
-// One in a process; the main thread's, where not said.
+// At most one object in a process. Used on the main thread, unless a function says otherwise.
 class MainLoop {
   public:
     MainLoop();
@@ -22,7 +22,7 @@ class MainLoop {
     GMainLoop* const loop_;
 };
 
-// Does the work on the main loop, soon. Any thread.
+// Runs the work on the main loop as soon as it is free. Any thread.
 void post(std::function<void()> work);
-// The same after so many seconds. Main thread.
+// Runs the work on the main loop after so many seconds. Main thread.
 void after(unsigned seconds, std::function<void()> work);

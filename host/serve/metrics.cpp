@@ -6,7 +6,7 @@
 
 namespace {
 
-// Names are anybody's: a line's end in one must not begin a metric of its own.
+// Escapes a name, which may come from outside: a newline in it must not begin another metric.
 std::string escaped(std::string text) {
     makeUtf8(text);
     std::string result;
@@ -67,7 +67,7 @@ const ChannelFamily ChannelFamilies[] = {
      [](const ChannelState& state) { return number(state.level); }},
     {{"last_frame_timestamp_seconds", "gauge", "Capture time of the last frame; 0: none yet."},
      [](const ChannelState& state) { return std::to_string(state.lastFrame / 1000); }},
-    {{"clients", "gauge", "Who listen to an input or talk on an output."},
+    {{"clients", "gauge", "Clients that listen to an input or talk on an output."},
      [](const ChannelState& state) { return std::to_string(state.clients); }},
 };
 

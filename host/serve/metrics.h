@@ -1,4 +1,4 @@
-// The hub's figures in Prometheus' text format.
+// The hub's figures in the text format of Prometheus.
 #pragma once
 
 #include <cstddef>
@@ -8,5 +8,5 @@
 
 constexpr const char* MetricsType = "text/plain; version=0.0.4; charset=utf-8";
 
-// `connections` are those of the HTTP server.
+// `connections` is the number of the HTTP server's connections.
 std::string metricsText(const HubState& state, size_t connections);

@@ -9,5 +9,5 @@ struct PageFile {
     std::string_view content;
 };
 
-// Null when there is none at this path.
+// Returns the page's file at this path, or null.
 const PageFile* findPageFile(std::string_view path);

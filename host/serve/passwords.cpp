@@ -49,7 +49,8 @@ std::string hashOf(const std::string& user, const std::string& realm, const std:
     return hash.get();
 }
 
-// Names stand between quotation marks in headers, and between colons in the file.
+// Refuses characters that end a name: headers have it between quotation marks, the file in front of
+// a colon.
 bool isGoodUser(const std::string& user) {
     return !user.empty() && user.size() <= MostNameBytes &&
            std::ranges::all_of(user, [](unsigned char byte) {
@@ -89,7 +90,8 @@ Passwords readPasswords(const std::filesystem::path& file) {
     struct stat status {};
     if (stat(file.c_str(), &status) != 0)
         refuse(file, "cannot be read: " + std::generic_category().message(errno));
-    // A group may read it: that is how the access list of a credential of systemd shows.
+    // The group may read it, because systemd gives its credentials to a service by an access list,
+    // which shows as the group's permission.
     if ((status.st_mode & (S_IWGRP | S_IRWXO)) != 0)
         refuse(file, "may be used by others than its owner; chmod 600 it");
     Passwords passwords = parse(file);

@@ -1,6 +1,6 @@
-// The password file: a line "user:realm:hash" for each user, as both servers' digest authentication
-// reads it. The realm is the salt of all hashes: it has a random part, chosen when the file is
-// made.
+// The password file: a line "user:realm:hash" for each user, the format of digest authentication,
+// which both servers use. The realm is the salt of all hashes. Its random part is chosen when the
+// file is made.
 #pragma once
 
 #include <filesystem>
@@ -12,11 +12,11 @@ struct Passwords {
     std::map<std::string, std::string> hashes;  // MD5 of "user:realm:password", by user
 };
 
-// Throws std::runtime_error with one line for the user, also when everybody may read
-// the file or when it has no user.
+// Reads the file. Throws std::runtime_error with one line for the user, also when its group may
+// write it, when others may use it, or when it has no user.
 Passwords readPasswords(const std::filesystem::path& file);
 
-// Adds or changes the user, in a file that only its owner may read, made when it is missing. The
-// file is the old one or the new one at any moment. Throws std::runtime_error.
+// Adds the user, or changes the password, in a file that only its owner may read. Makes the file
+// when it is missing. A crash leaves the old file or the new one, whole. Throws std::runtime_error.
 void setPassword(const std::filesystem::path& file, const std::string& user,
                  const std::string& password);

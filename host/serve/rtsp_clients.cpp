@@ -15,7 +15,7 @@ std::string decoded(std::string_view segment) {
     return plain != nullptr ? plain.get() : "";
 }
 
-// The library asks a client for some requests, the mount points for others.
+// GStreamer asks the client for the path in some requests, and the mount points in others.
 template <typename Asked>
 gchar* makePath(Asked* asked, const GstRTSPUrl* url) {
     const auto* hub = static_cast<const Hub*>(g_object_get_data(G_OBJECT(asked), HubKey));
@@ -24,7 +24,7 @@ gchar* makePath(Asked* asked, const GstRTSPUrl* url) {
 
 GstRTSPClient* createClient(GstRTSPServer* server);
 
-// The classes are GObject's: the base's, but for one function each.
+// GObject classes that override one function of their base class.
 
 void initClientClass(gpointer type, gpointer /*data*/) {
     static_cast<GstRTSPClientClass*>(type)->make_path_from_uri = makePath<GstRTSPClient>;

@@ -1,4 +1,4 @@
-// The RTSP server's clients, who name inputs by number or by name.
+// Lets the RTSP server's clients name an input by its number or its name.
 #pragma once
 
 #include <gst/rtsp-server/rtsp-server.h>
@@ -7,11 +7,11 @@
 
 #include "host/serve/hub.h"
 
-// A server for such clients. The hub outlives it and them.
+// Returns a server for such clients. The hub must outlive the server and its clients.
 GstRTSPServer* newRtspServer(const Hub& hub);
 
-// Where the input is mounted.
+// Returns the path at which the input is mounted.
 std::string mountPath(int number);
-// The mount path of what a URL names, with what follows the input's name there; "/-" when there is
-// no such input. Names are percent-encoded, in one segment of the path.
+// Returns the mount path for the path of a URL: replaces its first segment, an input's number or
+// percent-encoded name, by the input's number, or by "-" when there is no such input.
 std::string pathOfUrl(const Hub& hub, std::string_view urlPath);

@@ -6,7 +6,7 @@
 #include "host/session/sound_format.h"
 #include "host/system/steady_time.h"
 
-// 32 ms are an eighth of a frame: a packet never waits for the next frame.
+// A packet has 32 ms, an eighth of a frame, so that no packet waits for the next frame.
 const char* const CaptureLaunch =
     "( appsrc name=source is-live=true format=time caps=audio/x-mulaw,rate=8000,channels=1 "
     "max-buffers=16 max-bytes=0 max-time=0 leaky-type=downstream ! "
@@ -19,12 +19,13 @@ const char* const BackchannelLaunch =
 namespace {
 
 constexpr const char* FeedKey = "tamborin-feed";
-constexpr int64_t MostAge = 5000;  // ms, of a frame when it comes; more means that a clock was set
+constexpr int64_t MostAge = 5000;  // ms from capture to here; more means that the clock was set
 
 constexpr int64_t PacketDuration = 32 * int64_t{GST_MSECOND};
-constexpr int64_t MostAhead = int64_t{GST_SECOND};  // of the sound, before the time
+constexpr int64_t MostAhead = int64_t{GST_SECOND};  // that packets may be ahead of the time
 
-// The pipeline's time begins so much before it starts, as the first frame was captured before.
+// The pipeline's time begins this much before its start, because the first frame may have been
+// captured before the start.
 constexpr GstClockTime TimeAhead = 2 * MostAge * GST_MSECOND;
 
 void beginTimeEarlier(GstElement* pipeline) {
@@ -34,7 +35,7 @@ void beginTimeEarlier(GstElement* pipeline) {
     gst_element_set_base_time(pipeline, gst_clock_get_time(clock.get()) - TimeAhead);
 }
 
-// Lets the sender's reports tell when the sound was captured, not when it was sent.
+// Makes RTCP's sender reports contain the time of capture instead of the time of sending.
 void tellCaptureTime(GstBin* /*pipeline*/, GstElement* element, gpointer /*data*/) {
     if (g_str_has_prefix(GST_ELEMENT_NAME(element), "rtpbin"))
         g_object_set(element, "rtcp-sync-send-time", FALSE, nullptr);
@@ -132,11 +133,12 @@ void RtspFeed::setClients(int clients) {
         listening_->setClients(clients);
 }
 
-// On the module's thread. RTP counts samples, and only after a gap it goes by the time again, but
-// not back. The queue never waits: when it is full its oldest frame is dropped. Packets whose time
-// goes back would end the process, in the library's queue of a client: frames that come all at once
-// follow each other by all of their packets but one, until time has caught up. Sound that goes on
-// coming faster than it sounds is dropped.
+// Runs on the module's thread. RTP's time stamps count samples. Only after a gap they follow the
+// time of capture again, and never go back. When the queue is full its oldest frame is dropped.
+//
+// The buffers' times must not go back either: GStreamer's queue of a client would end the process.
+// When frames come all at once, each therefore begins at the time of the last packet of the one
+// before, until the clock has caught up. Frames that would be too far ahead are dropped.
 void RtspFeed::give(const FramePointer& frame) {
     const ObjectPointer<GstClock> clock(gst_element_get_clock(source_.get()));
     if (clock == nullptr)

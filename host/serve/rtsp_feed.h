@@ -1,4 +1,4 @@
-// The sound of one RTSP medium: an input to its clients, and back from a client to an output.
+// Feeds one RTSP medium: sends an input's sound to the clients, and a client's sound to an output.
 #pragma once
 
 #include <gst/app/app.h>
@@ -14,12 +14,12 @@
 
 class RtspFeed;
 
-// All feeds there are. Any thread.
+// All feeds that exist. All functions may be called on any thread.
 class RtspFeeds {
   public:
     void add(RtspFeed& feed);
     void remove(RtspFeed& feed);
-    // Ends them all; one that is added later ends at once.
+    // Ends all feeds. A feed that is added later ends at once.
     void end();
 
   private:
@@ -28,7 +28,7 @@ class RtspFeeds {
     bool hasEnded_ = false;
 };
 
-// An input as it is mounted.
+// What a mounted input needs to make its feeds.
 struct RtspInput {
     Hub& hub;
     int number;
@@ -36,16 +36,17 @@ struct RtspInput {
     std::shared_ptr<RtspFeeds> feeds;
 };
 
-// GStreamer's description of what a medium is made of: mu-law as it was captured.
+// Pipelines in GStreamer's notation: captured mu-law to RTP, and a client's RTP to mu-law.
 extern const char* const CaptureLaunch;
 extern const char* const BackchannelLaunch;
 
-// Lives as long as its medium, which owns it. Any thread.
+// The medium owns its feed. All functions may be called on any thread.
 class RtspFeed {
   public:
-    // For the signal "media-configure" of a factory whose input is `input` (RtspInput).
+    // Handles a factory's signal "media-configure": makes the medium's feed. `input` is the
+    // factory's RtspInput.
     static void attach(GstRTSPMediaFactory* factory, GstRTSPMedia* medium, gpointer input);
-    // Null when the medium has none.
+    // Returns the medium's feed, or null.
     static RtspFeed* of(GstRTSPMedia* medium);
 
     RtspFeed(RtspInput input, GstRTSPMedia* medium);
@@ -53,10 +54,11 @@ class RtspFeed {
     RtspFeed(const RtspFeed&) = delete;
     RtspFeed& operator=(const RtspFeed&) = delete;
 
-    // Gives the output to who is about to set its backchannel up; false when another has it.
+    // Takes the output for a client that sets its backchannel up. Returns false when there is none
+    // or another talker has it.
     bool takeOutput();
     void setClients(int clients);
-    // Neither gives nor takes sound any more.
+    // Stops both directions for good, and gives the output back.
     void end();
 
   private:
@@ -66,9 +68,9 @@ class RtspFeed {
     const RtspInput input_;
     const ObjectPointer<GstElement> source_;
     ObjectPointer<GstElement> sink_;  // null: without a backchannel
-    int64_t soundEnd_ = 0;    // of the sound so far, as RTP counts it; the module's thread's
-    int64_t lastPacket_ = 0;  // when the last packet began; the module's thread's
-    std::mutex mutex_;        // guards what follows
+    int64_t soundEnd_ = 0;            // ns of the pipeline's time; used by the module's thread only
+    int64_t lastPacket_ = 0;          // when the last packet begins, in the same time and thread
+    std::mutex mutex_;                // guards what follows
     std::unique_ptr<Listening> listening_;
     std::unique_ptr<Talk> talk_;
 };

@@ -9,14 +9,15 @@
 
 namespace {
 
-constexpr guint MostClients = 200;       // connections, as many sessions, and all may come at once
-constexpr guint MostBodyBytes = 4096;    // of a request
-constexpr guint SessionTimeout = 30;     // s, without a sign of life
-constexpr guint HouseInterval = 1000;    // ms
-constexpr int MostIdleLooks = 30;        // at a connection without a session
-constexpr gint SendBufferBytes = 16384;  // of a connection: two seconds; a client who takes nothing
-                                         // is found out when it and the library's queue are full
-constexpr guint JitterLatency = 100;     // ms, for what clients say
+constexpr guint MostClients = 200;     // connections, as many sessions, and all may come at once
+constexpr guint MostBodyBytes = 4096;  // of a request
+constexpr guint SessionTimeout = 30;   // s, without a sign of life
+constexpr guint HouseInterval = 1000;  // ms
+constexpr int MostIdleLooks = 30;      // a connection without a session is closed after these
+// Two seconds of a connection's sound. A client that reads nothing is noticed when this and
+// GStreamer's queue are full.
+constexpr gint SendBufferBytes = 16384;
+constexpr guint JitterLatency = 100;  // ms, to sort and smooth the packets of clients that talk
 constexpr guint FirstUdpPort = 50000;
 constexpr guint LastUdpPort = 50999;
 constexpr const char* Role = "user";
@@ -35,7 +36,7 @@ std::optional<int> outputToTalkTo(const Hub& hub, const std::string& named) {
     return std::nullopt;
 }
 
-// Sound goes and comes where the requests do.
+// Sends and receives sound only at the address that requests come to.
 void bindSound(GstRTSPMediaFactory* factory, const std::string& address) {
     const ObjectPointer<GInetAddress> parsed(g_inet_address_new_from_string(address.c_str()));
     if (g_inet_address_get_is_any(parsed.get()) != FALSE)
@@ -46,7 +47,8 @@ void bindSound(GstRTSPMediaFactory* factory, const std::string& address) {
     gst_rtsp_media_factory_set_address_pool(factory, pool.get());
 }
 
-// A backchannel is the stream that goes into the medium.
+// Before a client sets a stream up: if it is the backchannel, which alone has a sink pad, the
+// client must get the output.
 GstRTSPStatusCode beforeSetup(GstRTSPClient* /*client*/, GstRTSPContext* context,
                               gpointer /*data*/) {
     const ObjectPointer<GstPad> in(gst_rtsp_stream_get_sinkpad(context->stream));
@@ -57,8 +59,8 @@ GstRTSPStatusCode beforeSetup(GstRTSPClient* /*client*/, GstRTSPContext* context
                                                  : GST_RTSP_STS_SERVICE_UNAVAILABLE;
 }
 
-// The library keeps what a client leaves without saying so until it times out, and there may be
-// only so many sessions.
+// Removes a session when its client's connection ends. GStreamer would keep the session until it
+// times out, and the number of sessions is limited.
 void endWithConnection(GstRTSPSession* session, GstRTSPClient* client) {
     g_signal_connect_data(
         client, "closed", G_CALLBACK(+[](GstRTSPClient* closed, gpointer left) {
@@ -70,8 +72,9 @@ void endWithConnection(GstRTSPSession* session, GstRTSPClient* client) {
         GConnectFlags{});
 }
 
-// Its own thread notices. The library's timer for this ("post-session-timeout") is a trap: when one
-// client's session ends while another client leaves, it may end the process.
+// Shuts a connection down that has had no session for long; the client's thread then closes it.
+// GStreamer's own timer for this ("post-session-timeout") may end the process when one client's
+// session ends while another client leaves.
 GstRTSPFilterResult hangUpIfIdle(GstRTSPServer* /*server*/, GstRTSPClient* client,
                                  gpointer /*data*/) {
     constexpr const char* LooksKey = "tamborin-idle-looks";
@@ -102,7 +105,7 @@ RtspServer::RtspServer(Hub& hub, const ServeOptions& options, const Access& acce
     gst_rtsp_server_set_content_length_limit(server_.get(), MostBodyBytes);
     gst_rtsp_session_pool_set_max_sessions(sessions_.get(), MostClients);
     gst_rtsp_server_set_session_pool(server_.get(), sessions_.get());
-    // A thread for each client: one who waits for an input to start keeps nobody else waiting.
+    // Each client has a thread, so that one which waits for an input to start delays no other.
     const ObjectPointer<GstRTSPThreadPool> threads(gst_rtsp_thread_pool_new());
     gst_rtsp_thread_pool_set_max_threads(threads.get(), -1);
     gst_rtsp_server_set_thread_pool(server_.get(), threads.get());
@@ -183,7 +186,7 @@ void RtspServer::mount(const ChannelDescription& input, std::optional<int> talkO
     if (talkOutput)
         gst_rtsp_onvif_media_factory_set_backchannel_launch(GST_RTSP_ONVIF_MEDIA_FACTORY(factory),
                                                             BackchannelLaunch);
-    // All who only listen share one medium.
+    // All clients that only listen share one medium.
     gst_rtsp_media_factory_set_shared(factory, TRUE);
     gst_rtsp_media_factory_set_protocols(
         factory,
@@ -199,7 +202,7 @@ void RtspServer::mount(const ChannelDescription& input, std::optional<int> talkO
     gst_rtsp_mount_points_add_factory(mounts.get(), mountPath(input.number).c_str(), factory);
 }
 
-// On the main thread, before the client's first request.
+// Runs on the main thread, before the client's first request.
 void RtspServer::welcome(GstRTSPClient* client) {
     GSocket* socket = gst_rtsp_connection_get_write_socket(gst_rtsp_client_get_connection(client));
     g_socket_set_option(socket, SOL_SOCKET, SO_SNDBUF, SendBufferBytes, nullptr);
@@ -232,7 +235,7 @@ void RtspServer::welcome(GstRTSPClient* client) {
     g_list_free_full(clients, g_object_unref);
 }
 
-// Drops those who gave no sign of life, and counts the others.
+// Drops sessions without a sign of life, and tells each feed the number of its clients.
 void RtspServer::keepHouse() {
     gst_rtsp_session_pool_cleanup(sessions_.get());
     gst_rtsp_server_client_filter(server_.get(), hangUpIfIdle, nullptr);

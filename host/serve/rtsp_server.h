@@ -1,4 +1,4 @@
-// The inputs as RTSP sources, rtsp://ADDRESS:PORT/CHANNEL, with an ONVIF backchannel to an output.
+// Serves the inputs by RTSP at rtsp://ADDRESS:PORT/CHANNEL, with an ONVIF backchannel to an output.
 #pragma once
 
 #include <gst/rtsp-server/rtsp-server.h>
@@ -11,7 +11,7 @@
 #include "host/serve/rtsp_feed.h"
 #include "host/serve/serve_options.h"
 
-// Main thread; its clients have threads of their own.
+// All functions run on the main thread. GStreamer gives each client a thread of its own.
 class RtspServer {
   public:
     // Serves on the main loop until it is destroyed. Throws std::runtime_error. The hub outlives
@@ -22,7 +22,7 @@ class RtspServer {
     RtspServer(const RtspServer&) = delete;
     RtspServer& operator=(const RtspServer&) = delete;
 
-    // "rtsp://127.0.0.1:8554/".
+    // Returns the URL before the channels, such as "rtsp://127.0.0.1:8554/".
     std::string url() const;
 
   private:

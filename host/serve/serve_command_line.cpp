@@ -32,17 +32,20 @@ CLI::App& addServe(CLI::App& app, ServeOptions& options) {
     CLI::App& serve = *app.add_subcommand("serve", "serve inputs and outputs on the network");
     serve
         .add_option("--listen", options.listenAddress,
-                    "the address to listen on; elsewhere than on this machine it takes --passwords")
+                    "the address to listen on; one that other machines can reach needs --passwords")
         ->capture_default_str();
     serve.add_option("--rtsp-port", options.rtspPort, "0 for any")->capture_default_str();
     serve.add_option("--http-port", options.httpPort, "0 for any")->capture_default_str();
-    serve.add_option("--passwords", options.passwords, "who may come in; 'password' makes it");
-    serve.add_option("--certificate", options.certificate, "for TLS, with its chain (PEM)");
+    serve.add_option("--passwords", options.passwords,
+                     "the file of users and passwords, made by 'tamborin-host password'");
+    serve.add_option("--certificate", options.certificate,
+                     "the certificate for TLS, with its chain (PEM)");
     serve.add_option("--key", options.key, "the certificate's private key (PEM)");
     serve.add_option("--talk-output", options.talkOutput,
-                     "where RTSP clients talk, by number or name; the first with a device if none");
+                     "the output on which RTSP clients talk, by number or name; if not given, the "
+                     "first with a device");
     serve.add_flag("--stop-idle-inputs", options.hub.stopIdleInputs,
-                   "disable inputs again when nobody hears them any more");
+                   "disable inputs again when their last client has left");
     return serve;
 }
 

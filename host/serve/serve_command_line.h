@@ -1,4 +1,4 @@
-// The command line of the server, which is that of tamborin-host with these two commands.
+// The command line of the server: that of tamborin-host with the commands serve and password.
 #pragma once
 
 #include <filesystem>
@@ -9,7 +9,7 @@
 
 struct ServeCommandLine {
     enum class Command { None, Serve, Password };
-    Command command = Command::None;  // none: a help text was asked for, and printed
+    Command command = Command::None;  // None: a help text was printed
     ServeOptions serve;
     ConsoleOptions console;
     std::filesystem::path folder = ".";  // of the settings file; absolute

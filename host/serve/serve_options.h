@@ -1,4 +1,4 @@
-// What the server was asked to do.
+// The options of the server.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 #include "host/serve/hub.h"
 
-// The options contradict each other: one line for the user, and nothing was done.
+// The command line is wrong, and nothing was done. The text is one line for the user.
 struct MisuseError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -17,8 +17,8 @@ struct MisuseError : std::runtime_error {
 struct ServeOptions {
     HubOptions hub;
     std::string listenAddress = "127.0.0.1";  // numeric
-    uint16_t rtspPort = 8554;                 // 0: any that is free
-    uint16_t httpPort = 8080;                 // the same
+    uint16_t rtspPort = 8554;                 // 0: any free port
+    uint16_t httpPort = 8080;                 // 0: any free port
     std::filesystem::path passwords;
     std::filesystem::path certificate;
     std::filesystem::path key;

@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr int64_t SilenceTime = 3500;  // ms without a frame; the module's watchdog waits 3000
+constexpr int64_t SilenceTime = 3500;  // ms without a frame, a little more than the watchdog waits
 
 bool isRecording(const ChannelState& channel, int64_t now) {
     return channel.lastFrame > 0 && now < channel.lastFrame + SilenceTime;

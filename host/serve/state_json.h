@@ -1,16 +1,17 @@
-// The hub's state as the API tells it.
+// The hub's state as the API's JSON.
 #pragma once
 
 #include <nlohmann/json.hpp>
 
 #include "host/serve/hub.h"
 
-// What a channel does, in one word: missing (its device), disabled (for its clients, too), ready or
-// talking (an output), idle (an input that nobody has enabled), waiting (for sound), recording.
+// Returns a channel's state in one word: "missing" (its device), "disabled" (by a client's
+// request), "ready" or "talking" (an output), "idle" (an input that is not enabled), "waiting" (for
+// sound) or "recording".
 const char* stateWord(const ChannelState& channel, int64_t now);
 nlohmann::json channelJson(const ChannelState& channel, int64_t now);
-// All but the log.
+// Returns the state without the log.
 nlohmann::json stateJson(const HubState& state, int64_t now);
 nlohmann::json logJson(const HubLogLine& line);
-// Null when there is none of this number.
+// Returns the channel of this number, or null.
 const ChannelState* findChannel(const HubState& state, int number);

@@ -16,6 +16,6 @@ TalkBeginning tryTalk(Hub& hub, int number) {
         case TalkRefusal::KeptOff:
             return {nullptr, SOUP_STATUS_CONFLICT, output + " is disabled; enable it first."};
         default:
-            return {nullptr, SOUP_STATUS_CONFLICT, "Another client talks on it."};
+            return {nullptr, SOUP_STATUS_CONFLICT, "Another client is talking on it."};
     }
 }

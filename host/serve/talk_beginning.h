@@ -1,4 +1,4 @@
-// Whether a client may talk on an output, and what it is told when not.
+// Gives a client an output to talk on, or a refusal to send.
 #pragma once
 
 #include <memory>
@@ -8,7 +8,7 @@
 
 struct TalkBeginning {
     std::unique_ptr<Talk> talk;  // null: refused
-    unsigned status = 0;         // of the refusal, as HTTP counts them
-    std::string sentence;
+    unsigned status = 0;         // HTTP status of the refusal
+    std::string sentence;        // for the client
 };
 TalkBeginning tryTalk(Hub& hub, int number);

@@ -10,17 +10,18 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr uint8_t SilenceCode = 0xFF;
-constexpr auto Interval = 50ms;  // of looks at what the module has left
-// A device asks for three blocks at once when it starts. One more has to be there always, and one
-// makes up for packets that come late.
+constexpr auto WriteInterval = 50ms;
+// A device asks for three blocks at once when it starts. One more has to be queued at any time, and
+// one makes up for late packets.
 constexpr size_t FirstSilence = 5 * BlockSamples;
 constexpr size_t LastSilence = size_t{2} * SampleRate;
 constexpr size_t MostLent = size_t{2} * SampleRate;
-// A sender whose clock is fast comes no further ahead.
+// The sound of `put` that may wait. A sender with a fast clock loses what is beyond it.
 constexpr size_t MostLiveAhead = size_t{3} * SampleRate;
-// No packet is shorter than this: the times of packets wander with the sender's clock.
+// A shorter gap is ignored, because the times of packets vary with the sender's clock. No packet is
+// that short.
 constexpr int64_t LeastGap = SampleRate / 100;
-// What is missing longer than this is no gap in the sound but a pause, which need not be played.
+// A longer gap is a pause of the talker. Only this much of it is played as silence.
 constexpr int64_t MostGap = int64_t{2} * SampleRate;
 
 }  // namespace
@@ -104,12 +105,13 @@ void TalkLine::run() {
             held.unlock();
             sounding = writeSome();
             held.lock();
-            wake_.wait_for(held, Interval, [this] { return isEnding_; });
+            wake_.wait_for(held, WriteInterval, [this] { return isEnding_; });
         }
     }
 }
 
-// False once the end of the last talk has been pushed through the device.
+// Writes blocks until the module has two seconds of sound. Returns false once enough silence has
+// followed the last talk, so that the device has played all of it.
 bool TalkLine::writeSome() {
     for (size_t lent = module_.lentSamples(channelId_); lent < MostLent;) {
         std::vector<uint8_t> block = nextBlock();

@@ -1,5 +1,5 @@
-// The way of a talker's sound to one output: in order, without gaps, and never far ahead of what
-// the device plays.
+// Brings a talker's sound to one output in order, without gaps, and never far ahead of what the
+// device plays.
 #pragma once
 
 #include <condition_variable>
@@ -12,9 +12,9 @@
 
 #include "host/session/module_host.h"
 
-// Writes on a thread of its own, as a write may wait for a sound server. While somebody talks, and
-// for two seconds after, silence fills what he leaves empty: the module closes a stream whose queue
-// runs dry, and drops what the device still holds.
+// Writes on a thread of its own, because a write may wait for a sound server. While somebody talks,
+// and for two seconds afterwards, it writes silence when the talker's sound is used up: the module
+// closes a stream whose queue is empty, and drops what the device still holds.
 class TalkLine {
   public:
     TalkLine(ModuleHost& module, int32_t channelId, size_t mostAhead);
@@ -22,16 +22,17 @@ class TalkLine {
     TalkLine(const TalkLine&) = delete;
     TalkLine& operator=(const TalkLine&) = delete;
 
-    // Drops what waits, and takes nothing any more. One thread.
+    // Drops the waiting sound and ends the thread. After that `begin` is refused. Called by one
+    // thread only.
     void stop();
 
-    // What follows: any thread, never waits.
+    // The following functions may be called on any thread and never wait.
 
-    // False when somebody else has it.
+    // Takes the line for a talker. Returns false when another has it.
     bool begin();
     void end();
     bool isTaken() const;
-    // As Talk has them (host/serve/hub.h).
+    // See Talk (host/serve/hub.h).
     bool put(int64_t position, std::span<const uint8_t> codes);
     bool append(std::span<const uint8_t> codes);
     size_t room() const;
@@ -50,8 +51,8 @@ class TalkLine {
     bool isTaken_ = false;
     bool isEnding_ = false;
     std::vector<uint8_t> waiting_;
-    int64_t end_ = 0;  // samples, with all silence, since the line began to sound
-    std::optional<int64_t> senderAhead_;  // of the sender's time before `end_`
+    int64_t end_ = 0;  // end of the sound so far: counts all samples, also of silence
+    std::optional<int64_t> senderAhead_;  // `end_` minus the sender's time, in samples
     size_t silenceSinceTalk_ = 0;         // samples
 
     std::thread thread_;

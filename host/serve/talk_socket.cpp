@@ -7,9 +7,9 @@
 
 namespace {
 
-constexpr guint Patience = 10;  // seconds
+constexpr guint Patience = 10;  // seconds without a message
 constexpr guint64 MostMessageBytes = 8192;
-constexpr gushort Refused = 4000;  // plus HTTP's status: a code of our own, as the standard allows
+constexpr gushort Refused = 4000;  // plus the HTTP status: WebSocket leaves 4000 to 4999 to us
 
 }  // namespace
 
@@ -60,7 +60,7 @@ class TalkSockets::Socket {
         gsize size = 0;
         const void* const data = g_bytes_get_data(message, &size);
         hasSpoken_ = true;
-        // Who is faster than the sound loses what is too much.
+        // A client that sends faster than real time loses what does not fit.
         if (talk_ != nullptr)
             talk_->append({static_cast<const uint8_t*>(data), size});
     }
@@ -69,7 +69,7 @@ class TalkSockets::Socket {
         if (std::exchange(hasSpoken_, false))
             return true;
         timer_ = 0;
-        close(SOUP_WEBSOCKET_CLOSE_NORMAL, "Nothing was said for ten seconds.");
+        close(SOUP_WEBSOCKET_CLOSE_NORMAL, "Nothing was sent for ten seconds.");
         return false;
     }
 

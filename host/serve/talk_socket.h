@@ -1,6 +1,6 @@
-// Sound that a client sends to an output by a WebSocket, as it is spoken.
+// Live sound that a client sends to an output by a WebSocket.
 //
-// All on the main loop's thread.
+// All functions run on the main loop's thread.
 #pragma once
 
 #include <libsoup/soup.h>
@@ -19,8 +19,9 @@ class TalkSockets {
     TalkSockets(const TalkSockets&) = delete;
     TalkSockets& operator=(const TalkSockets&) = delete;
 
-    // Binary messages are mu-law codes. A text message tells the client when it has the output; a
-    // refusal closes the socket with its sentence, and so does silence of ten seconds.
+    // Takes binary messages as mu-law codes. Sends a text message when the client has the output.
+    // Closes the socket with a sentence when the talk is refused, or after ten seconds without a
+    // message.
     void add(SoupWebsocketConnection* socket, int number, std::shared_ptr<Connection> connection);
 
   private:

@@ -88,7 +88,7 @@ class TalkUploads::Upload {
         connection_->allow(Patience);
     }
 
-    // True while something waits; then the request is read no further.
+    // Returns true while sound waits. Until then the request is not read further.
     bool flowOn() {
         flow();
         if (!waiting_.empty())

@@ -1,6 +1,6 @@
-// Sound that a client sends to an output with one request, of any length.
+// Sound of any length that a client sends to an output in one request.
 //
-// All on the main loop's thread.
+// All functions run on the main loop's thread.
 #pragma once
 
 #include <libsoup/soup.h>
@@ -18,10 +18,10 @@ class TalkUploads {
     TalkUploads(const TalkUploads&) = delete;
     TalkUploads& operator=(const TalkUploads&) = delete;
 
-    // Begins a request's talk, or refuses it, when its headers have come. Its body is read no
-    // faster than it is played. A client that sends nothing for ten seconds is dropped.
+    // Called when the request's headers have come. Begins its talk, or refuses it. The body is read
+    // no faster than it is played. A client that sends nothing for ten seconds is dropped.
     void begin(SoupServerMessage* message, int number);
-    // Answers when the body has come.
+    // Called when the whole body has come. Answers the request.
     void end(SoupServerMessage* message);
 
   private:

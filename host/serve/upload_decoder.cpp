@@ -48,7 +48,7 @@ void UploadDecoder::take(std::span<const uint8_t> bytes, std::vector<uint8_t>& c
         takeSome(bytes, codes);
 }
 
-// Takes what belongs to one place.
+// Takes the bytes that belong to the current place in the file.
 void UploadDecoder::takeSome(std::span<const uint8_t>& bytes, std::vector<uint8_t>& codes) {
     switch (place_) {
         case Place::FileHead:
@@ -80,7 +80,7 @@ void UploadDecoder::end() const {
         throw UploadError("The WAV file ends before its sound.");
 }
 
-// True when `count` bytes are together.
+// Collects bytes. Returns true when it has `count` of them.
 bool UploadDecoder::collect(std::span<const uint8_t>& bytes, size_t count) {
     const size_t some = std::min(count - collected_.size(), bytes.size());
     collected_.insert(collected_.end(), bytes.begin(), bytes.begin() + static_cast<long>(some));
@@ -105,12 +105,12 @@ void UploadDecoder::readChunkHead() {
     left_ = uint64_t{size} + size % 2;  // chunks begin at even places
     if (isFormat) {
         if (size < FormatBytes || size > MostFormatBytes)
-            throw UploadError("The WAV file's format is of a wrong size.");
+            throw UploadError("The WAV file's format has a wrong size.");
         place_ = Place::Format;
     } else if (isSound) {
         if (!hasFormat_)
-            throw UploadError("The WAV file tells no format before its sound.");
-        // Whoever writes to a pipe does not know the length.
+            throw UploadError("The WAV file has no format before its sound.");
+        // A program that writes to a pipe does not know the length.
         left_ = size == 0 || size == UINT32_MAX ? Endless : size;
         place_ = Place::Sound;
     } else {

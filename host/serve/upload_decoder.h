@@ -1,4 +1,4 @@
-// Sound as a client sends it, piece by piece, made into mu-law codes.
+// Decodes the sound that a client sends, piece by piece, into mu-law codes.
 #pragma once
 
 #include <cstddef>
@@ -9,13 +9,13 @@
 #include <string_view>
 #include <vector>
 
-// A sentence for the client.
+// The sound cannot be decoded. The text is a sentence for the client.
 struct UploadError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
 enum class UploadType {
-    None,  // not known
+    None,  // not supported
     Raw,   // mu-law codes, 8000 a second
     Wav,   // a WAV file of mu-law or of 16-bit samples, mono, 8000 Hz, also without a known length
 };
@@ -25,9 +25,9 @@ class UploadDecoder {
   public:
     explicit UploadDecoder(UploadType type) : isRaw_(type == UploadType::Raw) {}
 
-    // Appends the codes of the next bytes. Throws UploadError when they are no such sound.
+    // Appends the codes of the next bytes. Throws UploadError when they are not of the type.
     void take(std::span<const uint8_t> bytes, std::vector<uint8_t>& codes);
-    // Throws UploadError when the sound had not begun yet.
+    // Call at the end of the bytes. Throws UploadError when the sound has not begun by then.
     void end() const;
 
   private:
@@ -41,7 +41,7 @@ class UploadDecoder {
 
     const bool isRaw_;
     Place place_ = Place::FileHead;
-    std::vector<uint8_t> collected_;  // of what has to be whole
+    std::vector<uint8_t> collected_;  // the bytes of a header or a sample that is not complete yet
     uint64_t left_ = 0;               // bytes of this chunk
     bool hasFormat_ = false;
     bool isLinear_ = false;

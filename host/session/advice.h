@@ -1,4 +1,4 @@
-// What the user is advised to do, where several parts of the tool say the same.
+// Advice to the user that several messages share.
 #pragma once
 
 #include <string>

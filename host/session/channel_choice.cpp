@@ -18,7 +18,7 @@ std::string listed(const std::vector<ChannelDescription>& channels, bool outputs
     return list;
 }
 
-// By number or name, else by the name of a device that only one channel has.
+// Finds a channel by its number or name, else by a device that only one channel has.
 ChannelDescription findChannel(const std::vector<ChannelDescription>& channels,
                                const std::string& name, bool outputs) {
     auto found = std::ranges::find_if(channels, [&](const ChannelDescription& channel) {
@@ -34,7 +34,8 @@ ChannelDescription findChannel(const std::vector<ChannelDescription>& channels,
     if (found == channels.end())
         throw std::runtime_error(
             "there is no " + kindOf(outputs) + " '" + name + "'; " +
-            (known.empty() ? "there is none at all: " + DoctorTells : "choose one of " + known));
+            (known.empty() ? "the module found no " + kindOf(outputs) + "; " + DoctorTells
+                           : "choose one of " + known));
     if (!found->hasDevice)
         throw std::runtime_error(kindOf(outputs) + " '" + name + "' has no device; " + DoctorTells);
     return *found;

@@ -1,4 +1,4 @@
-// Which channels the user means.
+// Finds the channels that the user names.
 #pragma once
 
 #include <string>
@@ -6,10 +6,10 @@
 
 #include "host/session/documents.h"
 
-// Returns the inputs, or outputs, with these numbers, names or devices; without any named, all that
-// have a device. A device's name is enough when only one channel of the direction has the device.
-// Throws std::runtime_error, which tells what there is, when one is unknown or has no device, or
-// when there is none.
+// Returns the inputs, or outputs, with these numbers, names or devices. If `named` is empty,
+// returns all that have a device. A device chooses a channel only when no other channel of the
+// direction has the device. Throws std::runtime_error, which lists the choices, when a channel is
+// unknown or has no device, or when no channel has a device.
 std::vector<ChannelDescription> chooseInputs(const std::vector<ChannelDescription>& channels,
                                              const std::vector<std::string>& named);
 std::vector<ChannelDescription> chooseOutputs(const std::vector<ChannelDescription>& channels,

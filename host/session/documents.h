@@ -1,4 +1,4 @@
-// The module's channels as its description document tells them, and documents that change them.
+// The module's channels as its description document lists them, and documents that change them.
 #pragma once
 
 #include <cstdint>
@@ -22,16 +22,16 @@ struct Description {
     std::vector<ChannelDescription> channels;
 };
 
-// False when `xml` is no description (the announcement and the status are none).
+// Reads a description document. Returns false when `xml` is another one, such as the announcement.
 bool parseDescription(std::string_view xml, Description& description);
 
-// The version that an announcement tells; empty when `xml` is none.
+// Returns the module's version from the announcement; empty when `xml` is another document.
 std::string announcedVersion(std::string_view xml);
-// The alarm that a status document tells; nothing when `xml` is none.
+// Returns whether a status document reports an alarm; nothing when `xml` is another document.
 std::optional<bool> reportedAlarm(std::string_view xml);
 
-// A configuration that enables or disables channels and, when positive, sets the buffering (ms).
+// Returns a configuration that enables or disables channels. A positive `bufferLength` (ms) is set.
 std::string enablingDocument(const std::vector<int>& numbers, bool enabled, int bufferLength);
-// One that names a channel or enables or disables it, or both.
+// Returns a configuration that names a channel, enables or disables it, or does both.
 std::string changingDocument(int number, const std::optional<std::string>& name,
                              std::optional<bool> enabled);

@@ -75,6 +75,6 @@ std::string jsonLine(const HostMessage& message, int32_t answer, bool isAscii) {
     addContent(record, message);
     if (message.type == TypeLogLevelQuery)
         record["answer"] = answer;
-    // A name in the settings need not be UTF-8.
+    // Bytes that are not UTF-8 are replaced. A name in the settings may contain such bytes.
     return record.dump(-1, ' ', isAscii, Json::error_handler_t::replace) + "\n";
 }

@@ -6,6 +6,7 @@
 
 #include "plugin/tamborin.h"
 
-// The record and the host's answer to it. Samples are not told, only how many there are and their
-// peak. Of ASCII, if so, else of UTF-8. Any thread.
+// Returns the record and the host's answer to it as one line. Of sound it tells the number of
+// samples and their peak. With `isAscii` all other characters are escaped, else the line is UTF-8.
+// Any thread.
 std::string jsonLine(const HostMessage& message, int32_t answer, bool isAscii);

@@ -18,7 +18,7 @@ std::optional<LogFact> restart(std::string_view line) {
     return std::nullopt;
 }
 
-// What follows the name of a device that is not used, which may hold brackets itself.
+// The text that follows the name of an ignored device. The name itself may contain brackets.
 struct Ending {
     std::string_view text;
     Kind kind;
@@ -41,7 +41,7 @@ std::optional<LogFact> ignoredDevice(std::string_view rest) {
     return std::nullopt;
 }
 
-// "input device 0 [default] (default)"
+// Reads a text such as "input device 0 [default] (default)".
 LogFact foundDevice(std::string_view rest) {
     const size_t begin = rest.find('[') + 1;
     return {.kind = Kind::DeviceFound,

@@ -1,4 +1,4 @@
-// What the module's log lines mean. The only place of the tool that knows their texts.
+// Understands the module's log lines. Only this part of the tool knows their texts.
 #pragma once
 
 #include <cstdint>
@@ -11,24 +11,24 @@
 struct LogFact {
     enum class Kind {
         StreamRestarted,   // the channel's stream was silent for too long
-        DeviceFound,       // used for one direction
-        DeviceNotAllowed,  // its name is none of those that the module opens
-        DeviceOfOtherApi,  // not of PortAudio's default host API
-        FormatRefused,     // no mono at 8000 Hz; `reason` has PortAudio's words
+        DeviceFound,       // the module uses the device for one direction
+        DeviceNotAllowed,  // the module does not open devices of this name
+        DeviceOfOtherApi,  // the device is not of PortAudio's default host API
+        FormatRefused,     // the device has no mono at 8000 Hz; `reason` is PortAudio's text
         PortAudioFailed,
     };
     Kind kind;
-    int32_t channelId = 0;   // of a restart
-    std::string device{};    // of the kinds named after one, and of a refused format
-    bool isInput = false;    // of a device found
-    bool isDefault = false;  // of a device found
-    std::string reason{};    // of a refused format
+    int32_t channelId = 0;   // set for StreamRestarted
+    std::string device{};    // set for Device... and FormatRefused
+    bool isInput = false;    // set for DeviceFound
+    bool isDefault = false;  // set for DeviceFound
+    std::string reason{};    // set for FormatRefused
 
     bool operator==(const LogFact&) const = default;
 };
 
-// The lowest level at which the module tells all of them.
+// The log level from which the module logs all of these facts.
 constexpr int32_t LogFactLevel = LogDetail;
 
-// Returns nothing when the line says none of that. Any thread.
+// Returns the fact that a line tells, or nothing when it tells none of the above. Any thread.
 std::optional<LogFact> understandLogLine(std::string_view line);

@@ -1,4 +1,4 @@
-// What befalls the module while it runs, read from its log and its status documents.
+// Collects restarts and alarms from the module's log and status documents.
 #pragma once
 
 #include <cstdint>
@@ -12,10 +12,10 @@ struct ModuleEvent {
     enum class Kind { Restart, Alarm, AllClear };
     Kind kind;
     int32_t channelId;     // of a restart, else 0
-    int64_t milliseconds;  // steady
+    int64_t milliseconds;  // by steadyMilliseconds
 };
 
-// Any thread.
+// All functions may be called on any thread.
 class ModuleEvents {
   public:
     void hearLog(std::string_view text);

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Where the module's callback finds its host.
+// The object that the module's callback is for.
 std::atomic<ModuleHost*> current{nullptr};
 
 }  // namespace
@@ -79,7 +79,7 @@ bool ModuleHost::configure(std::string_view xml) {
     request.data = lend(xml, 0);
     IoctlResult result{};
     ioctl_(&request, &result);
-    return settle(request.data, 0, result.accepted == 1);
+    return concludeLoan(request.data, 0, result.accepted == 1);
 }
 
 bool ModuleHost::play(int32_t channelId, std::span<const uint8_t> codes) {
@@ -90,7 +90,7 @@ bool ModuleHost::play(int32_t channelId, std::span<const uint8_t> codes) {
     record.type = TypeAudio;
     WriteResult result{};
     write_(&record, &result);
-    return settle(record.data, channelId, result.accepted == 1);
+    return concludeLoan(record.data, channelId, result.accepted == 1);
 }
 
 BufferAccount ModuleHost::buffers() const {
@@ -119,7 +119,7 @@ size_t ModuleHost::lentSamples(int32_t channelId) const {
     return samples;
 }
 
-// The loan is on record before the module sees the buffer: it may hand it back at once.
+// Records the loan before the module sees the buffer, which it may hand back at once.
 const void* ModuleHost::lend(std::string_view bytes, int32_t channelId) {
     Loan loan{std::make_unique<uint8_t[]>(bytes.size()), channelId, bytes.size()};
     std::ranges::copy(bytes, loan.bytes.get());
@@ -131,8 +131,8 @@ const void* ModuleHost::lend(std::string_view bytes, int32_t channelId) {
     return address;
 }
 
-// A buffer that was not accepted is ours as if it had never been lent.
-bool ModuleHost::settle(const void* buffer, int32_t channelId, bool accepted) {
+// Undoes the loan of a buffer that the module has not accepted.
+bool ModuleHost::concludeLoan(const void* buffer, int32_t channelId, bool accepted) {
     if (accepted)
         return true;
     const std::lock_guard held(mutex_);
@@ -153,19 +153,19 @@ void ModuleHost::takeBack(const void* buffer) {
     loans_.erase(loan);
 }
 
-// Nothing may be thrown through the module.
+// No exception may pass into the module.
 int32_t ModuleHost::receive(const HostMessage* message, int32_t /*reserved*/) noexcept {
     ModuleHost* host = current;
     if (host == nullptr)
         return 0;
     const int32_t answer = message->type == TypeLogLevelQuery ? host->logThreshold_ : 0;
-    // First, as what follows may fail, and this must not be missed.
+    // This comes first, because the listener may throw and every returned buffer must be counted.
     if (message->kind == KindBufferRelease)
         host->takeBack(message->data);
     try {
         host->listener_.onRecord(*message, answer);
         host->passOn(*message);
-    } catch (const std::exception&) {  // memory is short: this one record is not heard
+    } catch (const std::exception&) {  // out of memory: the listener misses this record
     }
     return answer;
 }

@@ -1,5 +1,5 @@
-// The host's side of the contract, faithfully: loads a module, gives it a thread, keeps an account
-// of every buffer that it lends, and passes on what the module says. Copy this into your own host.
+// The host's side of the contract: loads a module, gives it a thread, keeps an account of every
+// buffer that it lends, and passes on the module's records. Copy this into your own host.
 #pragma once
 
 #include <atomic>
@@ -24,16 +24,17 @@ struct CapturedFrame {
     int64_t milliseconds;            // Unix time of capture
 };
 
-// The library cannot be loaded, or is another.
+// The library cannot be loaded, or is another module.
 struct ModuleLoadError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// What the module says. Called on the module's threads, several at once; what a call refers to is
-// gone when it returns. Must not call back into the ModuleHost, but for lending.
+// Receives the module's records. Called on the module's threads, on several at once. Arguments are
+// valid only during the call. Of the functions that change the ModuleHost it may call only
+// `configure` and `play`, and `play` not while it gets a log line.
 struct ModuleListener {
-    // Every record as it is, and what the host answers to it. A buffer that it returns is gone
-    // already.
+    // Gets every record, unparsed, with the host's answer to it. The buffer of a
+    // KindBufferRelease record is freed before the call.
     std::function<void(const HostMessage& message, int32_t answer)> onRecord = [](auto...) {};
     std::function<void(int32_t level, std::string_view text)> onLog = [](auto...) {};
     std::function<void(std::string_view xml, int64_t kind)> onDocument = [](auto...) {};
@@ -43,37 +44,37 @@ struct ModuleListener {
 struct BufferAccount {
     uint64_t lent = 0;      // accepted by the module
     uint64_t returned = 0;  // of those, handed back
-    uint64_t faults = 0;    // handed back though not lent, or twice
+    uint64_t faults = 0;    // handed back twice, or without a loan
 };
 
-// One at a time in a process: the module's callback carries no pointer of ours. Not shared between
-// threads, except where said.
+// At most one object in a process, because the module's callback has no argument for it. Only the
+// functions that say so may be called on any thread, the others on one thread.
 class ModuleHost {
   public:
-    // Loads and announces the module. A path without a slash is looked for as the dynamic linker
-    // does. `logThreshold` is the lowest level that the module shall log. Throws
+    // Loads and opens the module, which announces itself. The dynamic linker searches for a path
+    // without a slash. `logThreshold` is the lowest level of the log lines that are wanted. Throws
     // ModuleLoadError.
     ModuleHost(const std::filesystem::path& library, ModuleListener listener, int32_t logThreshold);
-    // Stops and unloads it.
+    // Stops and unloads the module.
     ~ModuleHost();
     ModuleHost(const ModuleHost&) = delete;
     ModuleHost& operator=(const ModuleHost&) = delete;
 
-    // Starts the module's thread, in which it finds the devices and describes its channels.
+    // Starts the module's thread, on which the module finds the devices and describes its channels.
     void start();
     // Closes the module, waits for its thread and unloads it, which returns every buffer.
     void stop();
 
-    // Lends a configuration document; false when it is refused. Any thread.
+    // Lends a configuration document. Returns false when the module refuses it. Any thread.
     bool configure(std::string_view xml);
-    // Lends mu-law audio for an output channel; false when it is refused. Any thread.
+    // Lends mu-law audio for an output. Returns false when the module refuses it. Any thread.
     bool play(int32_t channelId, std::span<const uint8_t> codes);
-    // Of all loans. Any thread.
+    // Returns the account of all loans. Any thread.
     BufferAccount buffers() const;
-    // Of what was lent for one channel; documents have channel 0. A fault is no channel's, and is
-    // counted in the account of all loans only. Any thread.
+    // Returns the account of the loans for one channel; documents have channel 0. Only the account
+    // of all loans counts faults. Any thread.
     BufferAccount buffers(int32_t channelId) const;
-    // Samples lent for this output that have not come back. Any thread.
+    // Returns the samples lent for this output that have not come back. Any thread.
     size_t lentSamples(int32_t channelId) const;
 
   private:
@@ -87,7 +88,7 @@ class ModuleHost {
     static int32_t receive(const HostMessage* message, int32_t reserved) noexcept;
     void passOn(const HostMessage& message);
     const void* lend(std::string_view bytes, int32_t channelId);
-    bool settle(const void* buffer, int32_t channelId, bool accepted);
+    bool concludeLoan(const void* buffer, int32_t channelId, bool accepted);
     void takeBack(const void* buffer);
 
     struct LibraryCloser {

@@ -19,7 +19,7 @@ std::string nameAt(std::string_view text, size_t begin) {
     return fitted(name, std::min(columnsOf(name), LongestName));
 }
 
-// "line 7: element 'a' is nested deeper than 256 levels"
+// Returns lines such as "line 7: element 'a' is nested deeper than 256 levels".
 std::vector<std::string> describe(const std::vector<Excess>& excess, std::string_view text) {
     std::vector<std::string> lines;
     for (const Excess& element : excess) {

@@ -1,4 +1,4 @@
-// What the module does not take of an XML text.
+// Parses an XML text as the module does, and tells which parts the module does not read.
 #pragma once
 
 #include <tinyxml.h>
@@ -8,9 +8,9 @@
 
 struct DocumentFlaws {
     std::string end;  // why the module does not read the text to its end; empty when it does
-    // Elements that it leaves out with all that is in them: the first ones, and how many more.
+    // A line for each element that it leaves out with its content; the last line may count others.
     std::vector<std::string> leftOut;
 };
 
-// Fills `document` as the module would, and makes `text` what the module lets its parser see.
+// Fills `document` as the module would. Changes `text` to the UTF-8 that the module's parser reads.
 DocumentFlaws parseAsModule(TiXmlDocument& document, std::string& text);

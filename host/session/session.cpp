@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 constexpr auto ModuleTimeout = 20s;
 constexpr auto StopPatience = 1s;
 constexpr auto LookInterval = 100ms;
-constexpr auto SoundTimeout = 10s;  // an input may take two to start, or be silent for good
+constexpr auto SoundTimeout = 10s;  // an input may need two seconds to start; some stay silent
 
 }  // namespace
 
@@ -32,7 +32,7 @@ Session::Session(const SessionOptions& options, Console& console, ProcessEnd end
       module_(options.module, composed(listener), std::min(options.logLevel, listenerLevel)),
       firstBufferLength_(startModule()) {}
 
-// Answers the buffering (ms) that the settings give.
+// Returns the buffering (ms) from the settings.
 int Session::startModule() {
     module_.start();
     awaitModule("starting the module", [&] { return signalCame() || isDescribed(1); });
@@ -42,7 +42,7 @@ int Session::startModule() {
     return latest_.bufferLength;
 }
 
-// A module that waits for the sound server cannot be stopped.
+// Stops the module, or ends the process when the module is blocked in a call to the sound server.
 void Session::throwStopped() {
     const std::string line = "stopped while starting the module";
     const auto stopping = std::async(std::launch::async, [this] { module_.stop(); });
@@ -64,7 +64,7 @@ ModuleListener Session::composed(const ModuleListener& listener) {
     if (console_.wantsRecords())
         all.onRecord = [this, heard = listener.onRecord](const HostMessage& message,
                                                          int32_t answer) {
-            // A terminal would obey what is neither ASCII nor escaped.
+            // Only ASCII on a terminal, which would obey control characters beyond ASCII.
             console_.record(jsonLine(message, answer, isatty(STDOUT_FILENO) != 0));
             heard(message, answer);
         };
@@ -87,19 +87,19 @@ void Session::onDocument(std::string_view xml) {
     const std::lock_guard held(mutex_);
     latest_ = std::move(description);
     latestXml_ = xml;
-    ++generation_;
+    ++descriptions_;
     described_.notify_all();
 }
 
-// Waits for it, though not for long.
-bool Session::isDescribed(int generation) {
+// Returns true once the module has described itself so many times. Waits LookInterval at most.
+bool Session::isDescribed(int times) {
     std::unique_lock held(mutex_);
-    return described_.wait_for(held, LookInterval, [&] { return generation_ >= generation; });
+    return described_.wait_for(held, LookInterval, [&] { return descriptions_ >= times; });
 }
 
-// The module's thread is inside a library that waits for the sound server, without a limit, and
-// cannot be stopped. To unwind would be to wait for it. Files of recordings are whole at any
-// moment.
+// Ends the process. The module's thread is in a library that waits for the sound server without a
+// limit, and destructors would wait for that thread. Recordings are complete files at any moment,
+// so that none is lost.
 void Session::giveUp(const std::string& line) {
     endProcess_(console_, line);
     std::abort();
@@ -120,7 +120,7 @@ void Session::send(const std::string& document) {
     int next = 0;
     {
         const std::lock_guard held(mutex_);
-        next = generation_ + 1;
+        next = descriptions_ + 1;
     }
     if (!module_.configure(document))
         throw std::runtime_error("the module refuses a configuration");

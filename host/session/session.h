@@ -1,4 +1,4 @@
-// One run of the tool: the module loaded and described, until the time is up or the user stops it.
+// One run of the module in the tool, until the time is up or the user stops it.
 #pragma once
 
 #include <chrono>
@@ -19,42 +19,42 @@ struct SessionOptions {
     double seconds = 0;            // 0: until stopped
 };
 
-// Ends the process, with a line for the user; does not return.
+// Prints a line for the user and ends the process; does not return.
 using ProcessEnd = void (*)(Console& console, const std::string& line);
 
 class Session {
   public:
     // Loads and starts the module, which finds its settings in the working directory, and waits for
-    // its description. `listener` is called on the module's threads, for log lines from
-    // `listenerLevel` on. Throws std::runtime_error, also when a signal comes meanwhile. Calls
-    // `endProcess` when the module hangs, here and in enable, send, finish and the destructor.
+    // its description. `listener` is called on the module's threads, at least with the log lines of
+    // `listenerLevel` and above. Throws std::runtime_error, also when a signal comes meanwhile.
+    // Calls `endProcess` when the module hangs, as do enable, send, finish and the destructor.
     Session(const SessionOptions& options, Console& console, ProcessEnd endProcess,
             const ModuleListener& listener = {}, int32_t listenerLevel = LogError);
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    // The channels as last described.
+    // Returns the channels of the module's latest description.
     std::vector<ChannelDescription> channels() const;
-    // The description itself.
+    // Returns the latest description itself.
     std::string descriptionXml() const;
 
-    // Enables channels, sets the buffering when positive, and waits for the module's answer.
-    // The time to run begins then.
+    // Enables channels, raises the buffering to `bufferLength` (ms) if it is shorter, and waits
+    // until the module has applied that. The time to run begins then.
     void enable(const std::vector<ChannelDescription>& channels, int bufferLength);
-    // Waits until a first sound is heard, though not for long; the time to run begins anew.
+    // Waits until `isHeard` returns true, for ten seconds at most. The time to run begins anew.
     void awaitSound(const std::function<bool()>& isHeard);
     // Sends a configuration document and waits for the description that answers it.
     void send(const std::string& document);
-    // Restores what enable has changed, stops the module, and returns the final account.
+    // Restores what enable has changed, stops the module, and returns the account of all buffers.
     BufferAccount finish();
 
     ModuleHost& module() { return module_; }
     const ModuleHost& module() const { return module_; }
-    // False once the time is up or the user has stopped the tool.
+    // Returns false once the time is up or the user has stopped the tool.
     bool running() const;
     double elapsedSeconds() const;
-    // Of the time to run; 0 without an end.
+    // Returns the part of the time to run that is over; 0 when the session has no end.
     double fractionDone() const;
 
   private:
@@ -62,18 +62,18 @@ class Session {
     int startModule();
     void onDocument(std::string_view xml);
     void awaitModule(const std::string& what, const std::function<bool()>& isDone);
-    bool isDescribed(int generation);
+    bool isDescribed(int times);
     [[noreturn]] void throwStopped();
     [[noreturn]] void giveUp(const std::string& line);
 
     const SessionOptions options_;
     Console& console_;
     const ProcessEnd endProcess_;
-    mutable std::mutex mutex_;  // guards what the module's thread writes
-    std::condition_variable described_;
+    mutable std::mutex mutex_;           // guards the three members about descriptions
+    std::condition_variable described_;  // signalled at each description
     Description latest_;
     std::string latestXml_;
-    int generation_ = 0;
+    int descriptions_ = 0;  // received so far
     ModuleHost module_;
     const int firstBufferLength_;
     std::vector<int> enabledHere_;

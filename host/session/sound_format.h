@@ -1,4 +1,4 @@
-// The sound that the module takes and gives: mu-law codes, one for each sample.
+// The sound format of the module: mu-law, one code for each sample.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 #include "plugin/tamborin.h"
 
 constexpr int SampleRate = AudioSampleRate;         // Hz
-constexpr size_t BlockSamples = AudioFrameSamples;  // the most that one write plays
+constexpr size_t BlockSamples = AudioFrameSamples;  // the most that one call of Write can play
 
-// The highest sample, 0 to 1.
+// Returns the largest magnitude of a sample, 0 to 1.
 double peakOf(std::span<const uint8_t> codes);

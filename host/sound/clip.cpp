@@ -25,8 +25,8 @@ void encode(std::span<const float> sound, std::vector<uint8_t>& codes) {
             linearToUlaw(static_cast<int16_t>(std::clamp(sample, -1.0F, 1.0F) * FullScale)));
 }
 
-// No sample is more than full scale: a resampler would spread what is infinite, or no number, over
-// all samples around it.
+// Limits samples to full scale and silences NaN, because a resampler would spread an infinity or
+// NaN over all samples around it.
 std::vector<float> toMono(std::span<const float> interleaved, size_t channels) {
     std::vector<float> mono(interleaved.size() / channels);
     for (size_t i = 0; i < mono.size(); ++i) {
@@ -42,7 +42,7 @@ struct ResamplerCloser {
     void operator()(SRC_STATE* state) const { src_delete(state); }
 };
 
-// Makes codes at SampleRate of a sound that comes in pieces.
+// Turns a sound that comes in pieces into mu-law codes at SampleRate.
 class Encoder {
   public:
     explicit Encoder(int rate) : ratio_(static_cast<double>(SampleRate) / rate) {
@@ -50,8 +50,8 @@ class Encoder {
             state_.reset(src_new(SRC_SINC_BEST_QUALITY, 1, &error_));
     }
 
-    // An empty piece ends the sound.
-    void take(std::span<const float> sound) {
+    // Adds a piece. An empty one ends the sound.
+    void add(std::span<const float> sound) {
         if (!state_ && error_ == 0)
             return encode(sound, codes_);
         static constexpr float None = 0;  // a null pointer would not end the sound
@@ -77,7 +77,7 @@ class Encoder {
   private:
     const double ratio_;
     int error_ = 0;
-    std::unique_ptr<SRC_STATE, ResamplerCloser> state_;  // none: the rate is right
+    std::unique_ptr<SRC_STATE, ResamplerCloser> state_;  // null: the rate is SampleRate already
     std::vector<float> resampled_ = std::vector<float>(65536);
     std::vector<uint8_t> codes_;
 };
@@ -100,7 +100,7 @@ std::vector<uint8_t> loadClip(const std::filesystem::path& file, double seconds,
     const auto most = static_cast<sf_count_t>(std::ceil((isWhole ? LongestClip : seconds) * rate));
     const std::string tooLong = "it is longer than " + std::to_string(LongestClip / 3600) +
                                 " hours; play the beginning of it with --for";
-    // A file that was written to a pipe need not tell its length.
+    // A file that was written to a pipe may not state its length; then frames() is SF_COUNT_MAX.
     if (isWhole && handle.frames() > most && handle.frames() < SF_COUNT_MAX)
         refuse(tooLong);
 
@@ -111,14 +111,14 @@ std::vector<uint8_t> loadClip(const std::filesystem::path& file, double seconds,
     sf_count_t taken = 0;
     sf_count_t read = 0;
     while ((read = handle.readf(interleaved.data(), std::min(step, most - taken))) > 0) {
-        encoder.take(toMono({interleaved.data(), static_cast<size_t>(read) * channels}, channels));
+        encoder.add(toMono({interleaved.data(), static_cast<size_t>(read) * channels}, channels));
         taken += read;
         onProgress(static_cast<double>(taken) /
                    static_cast<double>(std::min(handle.frames(), most)));
     }
     if (isWhole && taken == most && handle.readf(interleaved.data(), 1) > 0)
         refuse(tooLong);
-    encoder.take({});
+    encoder.add({});
     std::vector<uint8_t> codes = std::move(encoder).codes();
     if (codes.empty())
         refuse("it holds no sound");

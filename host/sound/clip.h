@@ -6,15 +6,15 @@
 #include <functional>
 #include <vector>
 
-// Told how much of a work is done, 0 to 1.
+// Called with the part of the work that is done, 0 to 1.
 using OnProgress = std::function<void(double fraction)>;
 
-// Reads the first so many seconds, 0 for all, of any file that libsndfile knows, mixes them to mono
-// and resamples them; samples that are no number are silence. Throws std::runtime_error, also when
-// there is no sound, or more than one keeps in memory.
+// Reads the first `seconds` (0: all) of any file that libsndfile reads, mixes them to mono and
+// resamples them. NaN samples become silence. Throws std::runtime_error, also when the file holds
+// no sound, or when more than four hours of it would be read.
 std::vector<uint8_t> loadClip(const std::filesystem::path& file, double seconds,
                               const OnProgress& onProgress);
 
-// A few rising chirps: sounds that cannot be mistaken for another, nor for a later part of
-// themselves.
+// Returns four rising chirps. They resemble neither each other nor other sounds, so that their
+// place in a recording is certain.
 std::vector<uint8_t> builtInClip();

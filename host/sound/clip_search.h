@@ -1,4 +1,4 @@
-// Whether a recording holds what was played.
+// Finds a played clip in a recording.
 #pragma once
 
 #include <cstdint>
@@ -9,14 +9,14 @@
 #include "host/sound/clip.h"
 
 struct ClipFound {
-    double correlation = 0;  // 1: the very same sound
+    double correlation = 0;  // 1: identical except for loudness
     double seconds = 0;      // where in the recording
     bool isFound() const { return correlation >= 0.7; }
 };
 
-// Looks for a second out of the clip's middle in the recording (mu-law).
+// Looks in the recording for the second in the middle of the clip. Both are mu-law.
 ClipFound findClip(std::span<const uint8_t> clip, std::span<const uint8_t> recording,
                    const OnProgress& onProgress);
 
-// The codes of a recorded file. Throws std::runtime_error.
+// Returns the mu-law codes of a recorded file. Throws std::runtime_error.
 std::vector<uint8_t> readCodes(const std::filesystem::path& file);

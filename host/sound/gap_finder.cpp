@@ -7,10 +7,10 @@
 
 namespace {
 
-constexpr int64_t LateTolerance = 200;  // ms; frames arrive when they are sent, and that wanders
+constexpr int64_t LateTolerance = 200;  // ms; the module sends frames at uneven intervals
 constexpr int64_t DecisionTime = 2000;  // ms that late frames get to catch up
-constexpr int64_t EndTolerance = 3000;  // ms; the last frame is that late without any harm
-constexpr int64_t Gentleness = 8;       // frames that one which wanders moves the axis by
+constexpr int64_t EndTolerance = 3000;  // ms after the last frame that count as no gap
+constexpr int64_t ShiftDivisor = 8;     // a frame shifts the next ones by this part of its lateness
 
 int64_t durationOf(size_t samples) { return static_cast<int64_t>(samples) * 1000 / SampleRate; }
 
@@ -22,7 +22,7 @@ std::vector<Stretch> GapFinder::place(size_t samples, int64_t arrival) {
     const int64_t late = arrival - *expectedMs_ - durationOf(waitingSamples_);
     if (waitingSamples_ == 0) {
         if (late <= LateTolerance) {
-            *expectedMs_ += late / Gentleness;
+            *expectedMs_ += late / ShiftDivisor;
             return {advance(durationOf(samples), samples)};
         }
         waitingSinceMs_ = arrival;

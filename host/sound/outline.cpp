@@ -10,11 +10,11 @@ OutlineBuilder::OutlineBuilder(const ChannelDescription& channel, int64_t beginM
 }
 
 void OutlineBuilder::add(std::span<const uint8_t> codes, int64_t arrival) {
-    undrawn_.insert(undrawn_.end(), codes.begin(), codes.end());
-    draw(gapFinder_.place(codes.size(), arrival));
+    waiting_.insert(waiting_.end(), codes.begin(), codes.end());
+    addStretches(gapFinder_.place(codes.size(), arrival));
 }
 
-void OutlineBuilder::finish(int64_t endMs) { draw(gapFinder_.finish(endMs)); }
+void OutlineBuilder::finish(int64_t endMs) { addStretches(gapFinder_.finish(endMs)); }
 
 double OutlineBuilder::gapSeconds() const {
     int64_t milliseconds = 0;
@@ -23,14 +23,14 @@ double OutlineBuilder::gapSeconds() const {
     return static_cast<double>(milliseconds) / 1000;
 }
 
-void OutlineBuilder::draw(const std::vector<Stretch>& stretches) {
+void OutlineBuilder::addStretches(const std::vector<Stretch>& stretches) {
     for (const auto& [begin, end, samples] : stretches) {
         if (samples == 0) {
             outline_.gaps.push_back({begin, end});
             continue;
         }
         const int64_t position = std::max<int64_t>(begin - beginMs_, 0) * SampleRate / 1000;
-        outline_.envelope.add(position, std::span(undrawn_).first(samples));
-        undrawn_.erase(undrawn_.begin(), undrawn_.begin() + static_cast<ptrdiff_t>(samples));
+        outline_.envelope.add(position, std::span(waiting_).first(samples));
+        waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<ptrdiff_t>(samples));
     }
 }

@@ -1,4 +1,4 @@
-// What a channel's recording looks like over the steady time: what one needs to draw it.
+// The outline of a channel's recording over the steady time, from which its picture is drawn.
 #pragma once
 
 #include <cstdint>
@@ -16,29 +16,29 @@ struct Gap {
 
 struct Outline {
     ChannelDescription channel;
-    Envelope envelope;  // begins when the recording did
+    Envelope envelope;  // begins with the recording
     std::vector<Gap> gaps;
 };
 
-// Draws frames where the gap finder places them. Not shared between threads.
+// Adds frames to an outline where the gap finder places them. Not for several threads at once.
 class OutlineBuilder {
   public:
-    // Of a recording that begins at a steady time (ms).
+    // Begins the outline of a recording at a steady time (ms).
     OutlineBuilder(const ChannelDescription& channel, int64_t beginMs);
 
-    // Mu-law codes that arrived at a steady time (ms).
+    // Adds mu-law codes that arrived at a steady time (ms).
     void add(std::span<const uint8_t> codes, int64_t arrival);
-    // Of the recording, at a steady time (ms).
+    // Ends the recording at a steady time (ms).
     void finish(int64_t endMs);
 
     const Outline& outline() const { return outline_; }
     double gapSeconds() const;
 
   private:
-    void draw(const std::vector<Stretch>& stretches);
+    void addStretches(const std::vector<Stretch>& stretches);
 
     const int64_t beginMs_;
     Outline outline_;
     GapFinder gapFinder_;
-    std::vector<uint8_t> undrawn_;  // codes that have no place yet
+    std::vector<uint8_t> waiting_;  // codes of frames that wait in the gap finder
 };

@@ -13,23 +13,23 @@
 // once when it starts.
 constexpr int GaplessBufferLength = 1000;
 
-// Reads so many seconds of a clip (host/sound/clip.h), showing how far it is. Throws
-// std::runtime_error; ends the process when the user stops it meanwhile.
+// Calls loadClip (host/sound/clip.h) and shows its progress. Throws std::runtime_error. Ends the
+// process when the user stops the tool meanwhile.
 std::vector<uint8_t> readClip(const std::filesystem::path& file, double seconds, Console& console);
 
 class Player {
   public:
-    // `clip` is played on the channel, followed by silence that pushes its end through the
-    // device's own buffer, which is dropped when a stream closes.
+    // Plays `clip` on the channel, and then two seconds of silence. A stream that closes drops what
+    // is left in the device's buffer: then this is silence, and not the end of the clip.
     Player(ModuleHost& module, int32_t channelId, std::vector<uint8_t> clip);
 
-    // Lends what the module may have by now; call it some times a second. False once all has been
-    // played, or nothing was for a long time.
+    // Lends the module the next blocks, up to two seconds ahead. Call it several times a second.
+    // Returns false once all has been played, or when nothing was for ten seconds.
     bool feed();
-    // Whether the whole clip came back played.
+    // Returns true when the module has returned every block of clip and silence.
     bool isDone() const { return position_ == codes_.size() && outstanding() == 0; }
     double playedSeconds() const;
-    // Of clip and silence.
+    // Returns the part of clip and silence that has been played, 0 to 1.
     double fractionPlayed() const;
 
   private:

@@ -1,4 +1,4 @@
-// Records inputs: each channel's sound to WAV files, with what there is to know about it.
+// Records each input to WAV files of its own, and keeps figures and an outline of its sound.
 #pragma once
 
 #include <cstdint>
@@ -16,43 +16,43 @@
 
 struct Recording {
     ChannelDescription channel;
-    std::filesystem::path firstFile;  // the first of
+    std::filesystem::path firstFile;
     size_t files = 0;
     uint64_t frames = 0;
     uint64_t samples = 0;
     uint64_t gaps = 0;  // where sound is missing
     double gapSeconds = 0;
     double peak = 0;   // 0 to 1
-    double level = 0;  // of the last frame: its peak, 0 to 1
+    double level = 0;  // peak of the last frame, 0 to 1
     double seconds() const { return static_cast<double>(samples) / SampleRate; }
 };
 
 class Recorder {
   public:
-    // Readies the folder for a recording that begins at a steady time (ms). Files end after so
-    // many seconds of sound, 0 for as many as a file may have (host/sound/wav_files.h). Throws
-    // std::runtime_error when the folder cannot be written.
+    // Makes the folder for a recording that begins at a steady time (ms). A file ends after
+    // `secondsPerFile` of sound; 0 stands for the most that a file may hold
+    // (host/sound/wav_files.h). Throws std::runtime_error when the folder cannot be written.
     Recorder(const std::vector<ChannelDescription>& channels, const std::filesystem::path& folder,
              double secondsPerFile, int64_t beginMs);
 
-    // Appends a frame that arrived at a steady time (ms); frames of other channels are passed over.
-    // Its own stamp, by a clock that may be set, names files only. Module's thread.
+    // Appends a frame that arrived at a steady time (ms). Ignores frames of other channels. The
+    // frame's own time only names files, because its clock may be set. Module's thread.
     void onFrame(const CapturedFrame& frame, int64_t arrival);
-    // Closes the files at a steady time (ms); frames that come later are passed over. Any thread.
+    // Closes the files at a steady time (ms). Ignores all later frames. Any thread.
     void finish(int64_t endMs);
 
-    // Whether a frame was recorded. Any thread.
+    // Returns true once a frame was recorded. Any thread.
     bool hasSound() const;
-    // One line for the user once something could not be written; empty before. Any thread.
+    // Returns a line for the user once something could not be written; empty before. Any thread.
     std::string failure() const;
-    // How things stand. Any thread.
+    // Returns the figures of each channel so far. Any thread.
     std::vector<Recording> recordings() const;
-    // What there is to draw, once finished. Any thread.
+    // Returns the outline of each channel, complete after finish. Any thread.
     std::vector<Outline> outlines() const;
 
   private:
     struct Track {
-        Recording recording;  // but for what the other two know
+        Recording recording;  // without what is asked of `files` and `outline`
         WavFiles files;
         OutlineBuilder outline;
     };

@@ -21,8 +21,8 @@ struct NewFile {
     int error;       // errno then
 };
 
-// Makes an empty file under a name that is not taken, so that neither a clock that is set back nor
-// another process overwrites a recording.
+// Makes an empty file under a new name, so that no recording is overwritten, by another process or
+// after the clock was set back.
 NewFile makeFile(const std::filesystem::path& folder, int number, int64_t milliseconds) {
     const std::string stem =
         "channel" + std::to_string(number) + "-" + localTime(milliseconds, "%Y%m%d-%H%M%S");
@@ -72,7 +72,7 @@ void WavFiles::open(int64_t milliseconds) {
         fail(sf_strerror(nullptr));
         return removeEmptyFile();
     }
-    // The header tells the length after every frame, so that a player needs no end.
+    // Updates the length in the header after every frame, so that players can read the file.
     sf_command(file_.get(), SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
 }
 

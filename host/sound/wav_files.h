@@ -13,28 +13,30 @@
 #include "host/session/sound_format.h"
 
 // A file is made when its first sample comes, and is named by channel and time, as in
-// "channel0-20261124-093000.wav". It can be played at any moment. Not shared between threads.
+// "channel0-20261124-093000.wav". It can be played while it is written. Not for several threads at
+// once.
 class WavFiles {
   public:
-    // The sizes in a WAV file have 32 bits, which is less than a week of sound.
+    // The sizes in a WAV file have 32 bits: at 8000 bytes a second, less than a week of sound.
     static constexpr uint64_t MostSamplesPerFile = uint64_t{5} * 24 * 3600 * SampleRate;
 
-    // A file ends after so many samples, 0 for as many as a file may have, which is `mostPerFile`.
+    // A file ends after `samplesPerFile`, or after `mostPerFile` if that is less. 0 samples per
+    // file stand for `mostPerFile`.
     WavFiles(std::filesystem::path folder, int channelNumber, uint64_t samplesPerFile,
              uint64_t mostPerFile = MostSamplesPerFile);
 
-    // Appends mu-law codes that were captured from this Unix time (ms) on, which names files only.
+    // Appends mu-law codes. The Unix time (ms) of their capture only names files.
     // Does nothing after a failure.
     void append(std::span<const uint8_t> codes, int64_t milliseconds);
     void close() { file_.reset(); }
 
-    // One line for the user once something could not be written; empty before.
+    // Returns a line for the user once something could not be written; empty before.
     const std::string& failure() const { return failure_; }
-    // Those that hold sound.
+    // Returns the number of files that hold sound.
     size_t files() const { return files_; }
-    // Empty without any.
+    // Returns the first file that holds sound; empty when there is none.
     const std::filesystem::path& firstFile() const { return firstFile_; }
-    // Written, in all files.
+    // Returns the samples that all files hold together.
     uint64_t samples() const { return samples_; }
 
   private:

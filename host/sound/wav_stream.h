@@ -1,7 +1,7 @@
-// Sound as a WAV file that is read while it is written, and has no known length.
+// A WAV file of unknown length, which is read while it is written, as from a pipe.
 #pragma once
 
 #include <string>
 
-// What comes before the mu-law codes.
+// Returns the bytes that come before the mu-law codes.
 std::string wavStreamHeader();

@@ -1,5 +1,5 @@
-// The outline of a sound over time, in memory that does not grow with its length: what one needs to
-// draw it.
+// The envelope of a sound over time, from which it is drawn. Its memory is limited, whatever the
+// sound's length.
 #pragma once
 
 #include <cstdint>
@@ -15,13 +15,14 @@ class Envelope {
         double squares = 0;  // sum of the samples' squares
     };
 
+    // Adds the samples that `other` stands for to `bucket`.
     static void include(Bucket& bucket, const Bucket& other);
 
-    // Mu-law codes, the first of them so many samples after the beginning; never before it.
+    // Adds mu-law codes, the first of them `position` samples after the beginning (not negative).
     void add(int64_t position, std::span<const uint8_t> codes);
 
     const std::vector<Bucket>& buckets() const { return buckets_; }
-    // Samples that a bucket stands for.
+    // Returns the number of samples that a bucket stands for.
     int64_t bucketWidth() const { return width_; }
 
   private:

@@ -25,7 +25,7 @@ int opened(const std::filesystem::path& folder) {
     return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 }
 
-// The folder as /proc/locks names it.
+// Returns the folder's device and inode as /proc/locks writes them.
 std::string placeOf(int folder) {
     struct stat status {};
     fstat(folder, &status);
@@ -35,7 +35,8 @@ std::string placeOf(int folder) {
     return place.data();
 }
 
-// The system tells it in a list only, and some file systems have other numbers there.
+// Returns the name of the process that locks the folder. Only /proc/locks tells it. Some file
+// systems have other device numbers there: then the name stays unknown.
 std::string processThatLocks(int folder) {
     const std::string wanted = placeOf(folder);
     std::ifstream locks("/proc/locks");
@@ -58,7 +59,7 @@ std::string processThatLocks(int folder) {
 }  // namespace
 
 FolderLock::FolderLock(const std::filesystem::path& folder) : folder_(opened(folder)) {
-    // Whoever asks for the holder takes the lock for a moment.
+    // Tries again, because `holderOf` in another process takes the lock for a moment.
     for (int tries = 10; flock(folder_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK; --tries) {
         if (tries == 0) {
             const std::string holder = processThatLocks(folder_);

@@ -1,5 +1,5 @@
-// Keeps the settings folder to one process of the tool at a time: two would each restore what they
-// found, and the last would find what the first has changed.
+// Lets only one process of the tool use a settings folder at a time. Each process restores at its
+// end the settings that it found, and a second one would find the first one's temporary changes.
 #pragma once
 
 #include <filesystem>
@@ -7,14 +7,15 @@
 
 class FolderLock {
   public:
-    // Throws std::runtime_error, which tells who has the folder. One that the user may not read, or
-    // whose file system knows no locks, is not kept.
+    // Throws std::runtime_error, which names the process that uses the folder. A folder that the
+    // user may not read, or whose file system has no locks, is used without a lock.
     explicit FolderLock(const std::filesystem::path& folder);
     ~FolderLock();
     FolderLock(const FolderLock&) = delete;
     FolderLock& operator=(const FolderLock&) = delete;
 
-    // "tamborin-host (process 123)"; empty when nobody has the folder.
+    // Returns the process that uses the folder, such as "tamborin-host (process 123)"; an empty
+    // text when no process does.
     static std::string holderOf(const std::filesystem::path& folder);
 
   private:

@@ -8,8 +8,9 @@
 // another folder, when that fails or the folder cannot be written.
 void readyFolder(const std::filesystem::path& folder, const char* option);
 
-// The same for a file that is to be written, in the folder where it will be.
+// Makes the file's folder if it is missing, and checks that the file can be written. Leaves no new
+// file behind. Throws like readyFolder.
 void readyFile(const std::filesystem::path& file, const char* option);
 
-// Returns what the file holds; nothing when it cannot be read.
+// Returns the file's bytes, or an empty text when it cannot be read.
 std::string contentOf(const std::filesystem::path& file);

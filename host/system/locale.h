@@ -1,5 +1,5 @@
 #pragma once
 
-// Chooses the user's locale for characters and their widths. Names are UTF-8, and so are the
-// terminals of users whose locale knows ASCII only: these get C.UTF-8.
+// Sets the user's locale for characters and their widths (LC_CTYPE). A locale that knows only ASCII
+// is replaced by C.UTF-8, because channel names are UTF-8 and terminals show it.
 void chooseCharacters();

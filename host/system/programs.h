@@ -1,8 +1,8 @@
-// Where the parts of the tool lie.
+// Finds the files that belong to the tool.
 #pragma once
 
 #include <filesystem>
 
-// The file beside the running program, as the tree is built, or else where `installed` leads from
-// the program's folder. Where there is no /proc to tell, the name alone.
+// Returns the path of the file `name`: beside the running program if it is there (in a build tree),
+// else in the folder `installed`, relative to the program's. Without /proc it returns `name` alone.
 std::filesystem::path partOfTool(const char* name, const char* installed);

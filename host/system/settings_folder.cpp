@@ -20,19 +20,19 @@ const std::filesystem::path& readied(const std::filesystem::path& folder) {
 }  // namespace
 
 SettingsFolder::SettingsFolder(const std::filesystem::path& folder)
-    : lock_(readied(folder)), before_(open(".", O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+    : lock_(readied(folder)), previous_(open(".", O_PATH | O_DIRECTORY | O_CLOEXEC)) {
     if (chdir(folder.c_str()) == 0)
         return;
     const std::string reason = std::strerror(errno);
-    if (before_ >= 0)
-        close(before_);
+    if (previous_ >= 0)
+        close(previous_);
     throw std::runtime_error("cannot enter the folder " + folder.string() + ": " + reason +
                              "; choose another with --dir");
 }
 
 SettingsFolder::~SettingsFolder() {
-    if (before_ < 0)
+    if (previous_ < 0)
         return;
-    [[maybe_unused]] const int changed = fchdir(before_);
-    close(before_);
+    [[maybe_unused]] const int changed = fchdir(previous_);
+    close(previous_);
 }

@@ -3,14 +3,14 @@
 
 #include <vector>
 
-// Where descriptor 0, 1 or 2 is closed, the next file or socket that is opened would get its
-// number, and what is written to the stream would land there.
+// If descriptor 0, 1 or 2 is closed at the start, the next file or socket that is opened would get
+// its number, and text for stdout or stderr would be written into it.
 class StandardStreams {
   public:
-    // Fills each gap with /dev/null, opened so that using it as meant fails. Before anything else
-    // is opened.
+    // Opens /dev/null for each closed one, in the wrong direction, so that using the stream fails.
+    // Called before anything else is opened.
     StandardStreams();
-    // Closes what it has opened.
+    // Closes those that the constructor has opened.
     ~StandardStreams();
     StandardStreams(const StandardStreams&) = delete;
     StandardStreams& operator=(const StandardStreams&) = delete;

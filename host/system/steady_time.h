@@ -3,10 +3,10 @@
 
 #include <cstdint>
 
-// Unix time in ms, as the clock tells it now. For what a person compares with a clock.
+// Returns the Unix time in ms by the system's clock, for times that a person compares with a clock.
 int64_t clockMilliseconds();
 
-// Unix time in ms, counted on from what the clock told when this was first asked: whoever sets the
-// clock does not move it, and it goes on while the machine sleeps. For what lies between two times.
-// Any thread.
+// Returns a Unix time in ms for measuring intervals. The system's clock sets it at the first call.
+// From then on it runs steadily: setting the clock does not change it, and it counts the time that
+// the machine sleeps. Any thread.
 int64_t steadyMilliseconds();

@@ -21,11 +21,11 @@ StopSignals::StopSignals() {
     const auto stop = handling([](int) { signalled = true; }, static_cast<int>(SA_RESETHAND));
     for (size_t i = 0; i < Signals.size(); ++i)
         sigaction(Signals[i], &stop, &before_[i]);
-    // An ignored signal would stay so in a sound server that a library starts; a handled one does
-    // not.
-    const auto pass = handling([](int) {}, 0);
+    // Not SIG_IGN, which a sound server that a library starts would inherit. A handler is not
+    // inherited.
+    const auto doNothing = handling([](int) {}, 0);
     for (const int signal : {SIGPIPE, SIGXFSZ})
-        sigaction(signal, &pass, nullptr);
+        sigaction(signal, &doNothing, nullptr);
 }
 
 StopSignals::~StopSignals() {

@@ -1,17 +1,17 @@
-// What ends the tool's work before its time: the user's signals, and a reader of the results who
-// leaves.
+// The two events that end the tool's work early: a signal from the user, and a reader of stdout
+// that closes its end of the pipe.
 #pragma once
 
 #include <array>
 #include <csignal>
 
-// Makes SIGINT, SIGTERM and SIGHUP end the running session; a second one ends the process. A broken
-// pipe and a file that grows beyond its limit become failed writes, and stay so: stdio writes its
-// last after main. One at a time, made before any thread is started.
+// Makes SIGINT, SIGTERM and SIGHUP end the running session; a second one of the same kind ends the
+// process. SIGPIPE and SIGXFSZ only make the write fail, also after this object is destroyed,
+// because stdio flushes after main. At most one object, made before any thread is started.
 class StopSignals {
   public:
     StopSignals();
-    // Gives the first three back what they did before.
+    // Restores what the first three did before.
     ~StopSignals();
     StopSignals(const StopSignals&) = delete;
     StopSignals& operator=(const StopSignals&) = delete;
@@ -22,12 +22,12 @@ class StopSignals {
     std::array<struct sigaction, Signals.size()> before_{};
 };
 
-// Whether one of the first three came. Any thread.
+// Returns true once SIGINT, SIGTERM or SIGHUP came. Any thread.
 bool signalCame();
 
-// Nobody reads stdout any more, which ends the running session, too. Any thread.
+// Notes that nobody reads stdout any more, which also ends the running session. Any thread.
 void noteReaderLeft();
 bool readerHasLeft();
 
-// Whether the user wants no more of it. Any thread.
+// Returns true once a signal came or the reader of stdout has left. Any thread.
 bool stopAsked();

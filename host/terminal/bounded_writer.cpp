@@ -20,7 +20,8 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr auto Patience = 1s;
+constexpr auto Patience =
+    1s;  // with a reader that takes nothing, once the user has stopped the tool
 constexpr auto LookInterval = 100ms;
 
 }  // namespace
@@ -37,13 +38,13 @@ struct BoundedWriter::Shared {
     std::condition_variable changed;
     std::deque<std::string> texts;  // the first is being written
     size_t bytes = 0;               // of the texts
-    Clock::time_point progress{};   // when there last was some
+    Clock::time_point progress{};   // when the reader last took bytes, or the first text was queued
     uint64_t lost = 0;
     uint64_t lostBytes = 0;  // accepted, but not written because of a failure
     bool failed = false;
     bool closed = false;
 
-    // In pieces that show how a slow reader gets on. Answers an errno.
+    // Writes in pieces, so that `progress` follows a slow reader. Returns 0 or an errno.
     int writeAll(std::string_view text) {
         while (!text.empty()) {
             const ssize_t written =

@@ -1,4 +1,4 @@
-// Writes texts on a thread of its own, so that a reader who stalls holds up nobody.
+// Writes texts on a thread of its own, so that a slow reader does not delay the caller.
 #pragma once
 
 #include <cstddef>
@@ -10,29 +10,30 @@
 
 class BoundedWriter {
   public:
-    // The descriptor stays open while this lives. So many bytes may wait; a text that is longer
-    // waits alone. `onFailure` is told, on the thread of this, the errno of a write that failed,
-    // after which nothing is written any more.
+    // The descriptor must stay open while this lives. At most `mostBytes` wait to be written; a
+    // longer text is taken only when nothing else waits. `onFailure` gets the errno of a failed
+    // write, on the writing thread. Nothing is written after a failure.
     BoundedWriter(
         int descriptor, size_t mostBytes, std::function<void(int)> onFailure = [](int) {});
-    // Settles.
+    // Calls settle. A write that is still blocked then stays behind on its thread.
     ~BoundedWriter();
     BoundedWriter(const BoundedWriter&) = delete;
     BoundedWriter& operator=(const BoundedWriter&) = delete;
 
-    // False when there is no room for the text, which is lost then. Never waits. Any thread.
+    // Queues the text. Returns false and drops it when there is no room or after a failure. Never
+    // waits. Any thread.
     bool write(std::string text);
-    // Waits until all is written or nothing can be. Once the user has stopped the tool, a reader
-    // who takes nothing for a second is not waited for.
+    // Waits until all is written or a write has failed. Once the user has stopped the tool, it also
+    // gives up when the reader takes nothing for a second.
     void settle();
     bool isSettled() const;
-    // Texts that were not written, or not wholly.
+    // Returns the number of texts that are not written to their end, the waiting ones included.
     uint64_t lost() const;
     // Bytes of the texts that were accepted and are not, or not wholly, written.
     uint64_t unwrittenBytes() const;
 
   private:
-    // The thread keeps it, too: a write that waits for a reader outlives this.
+    // Shared with the thread, because a blocked write may outlive this object.
     struct Shared;
     static void run(const std::shared_ptr<Shared>& shared);
 

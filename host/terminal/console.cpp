@@ -40,7 +40,8 @@ size_t widthOf(FILE* terminal) {
     return ioctl(fileno(terminal), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : Usual;
 }
 
-// A quarter of an hour of records of ten inputs, and of messages what a person may want to read.
+// Room for a quarter of an hour of records of ten inputs, and for more messages than a person
+// reads.
 constexpr size_t MostRecordBytes = size_t{8} << 20;
 constexpr size_t MostMessageBytes = size_t{1} << 20;
 
@@ -68,7 +69,7 @@ Console::Console(const ConsoleOptions& options, FILE* messages)
       out_(options.json || options.soundOnStdout ? err_ : stdout),
       outColours_(showsColours(out_)),
       errColours_(showsColours(err_)),
-      // Records on the same terminal would run into the lines.
+      // Records on the same terminal would mix with the status lines.
       statusLive_(isTerminal(err_) && !(options.json && isTerminal(stdout))),
       messages_(fileno(err_), MostMessageBytes),
       records_(options.json ? std::make_unique<BoundedWriter>(STDOUT_FILENO, MostRecordBytes,
@@ -108,11 +109,11 @@ void Console::status(const std::vector<std::string>& lines) {
     if (options_.quiet)
         return;
     const std::lock_guard held(mutex_);
-    // What is past when it is read need not be written.
+    // A status that waits behind earlier messages would be out of date when it is read.
     if (!messages_.isSettled())
         return;
     eraseStatus();
-    // A line that wraps could not be erased.
+    // A line that wraps takes two rows, and eraseStatus would erase only one of them.
     const size_t width = widthOf(err_) - 1;
     std::string text;
     for (const std::string& line : lines)
@@ -135,7 +136,7 @@ void Console::finishResults() {
                                  " records were left out, as stdout did not take them");
 }
 
-// Results go behind the messages before them, as both may go to one terminal.
+// A result on stdout waits for the messages before it, because both may go to one terminal.
 void Console::writeLine(FILE* file, const Line& line) {
     const bool isColoured = file == out_ ? outColours_ : errColours_;
     const std::string text = shown(line, isColoured) + "\n";

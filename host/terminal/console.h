@@ -1,8 +1,8 @@
-// Where the tool speaks to its user.
+// The tool's output to its user.
 //
-// What was asked for and remarks go to stdout (to stderr when stdout belongs to records or sound),
-// errors, log lines and progress to stderr. Only results wait for who reads them: the rest is
-// written by threads of its own, and left out where a reader stalls.
+// Results and remarks go to stdout, or to stderr when stdout carries records or sound. Errors, log
+// lines and progress go to stderr. Text on stdout waits for its reader. Everything else is written
+// by other threads, and dropped when its reader stalls.
 #pragma once
 
 #include <atomic>
@@ -22,30 +22,31 @@ struct ConsoleOptions {
     bool soundOnStdout = false;
 };
 
-// What the user's environment says, whatever the terminal can do.
+// Returns false when NO_COLOR is set in the environment. Does not look at the terminal.
 bool areColoursWanted();
 
 enum class Colour { None = 0, Red = 31, Green = 32, Yellow = 33 };
 
-// Pieces of a line, coloured where it goes to a terminal that shows colours. Their texts may be
-// anybody's: nothing in them commands the terminal.
+// A part of a line. Its colour is seen only on a terminal that has colours. The text may come from
+// outside: control characters in it are replaced.
 struct Piece {
     std::string text;
     Colour colour = Colour::None;
 };
 using Line = std::vector<Piece>;
 
-// Throws std::runtime_error when stdout could not take what was printed there; a reader who has
-// left had enough.
+// Throws std::runtime_error when writing to stdout has failed, unless its reader has closed the
+// pipe (as `| head` does).
 void checkResultsWritten();
 
-// Any thread.
+// All functions may be called on any thread.
 class Console {
   public:
     // `messages`, the user's stderr, must outlive this.
     Console(const ConsoleOptions& options, FILE* messages);
 
-    // Every record of the module is wanted, as a text with its line's end.
+    // Returns true with --json: then `record` gets every record of the module, as a text that ends
+    // with a newline.
     bool wantsRecords() const { return records_ != nullptr; }
     void record(std::string line);
     void result(const Line& line);
@@ -54,20 +55,20 @@ class Console {
     void remark(const std::string& line) { remark(Line{{line}}); }
     void error(std::string_view line);
     void logLine(int32_t level, std::string_view text);
-    // Lines at the bottom of the terminal, which replace the last ones; without a terminal they are
-    // simply written.
+    // Shows lines at the bottom of the terminal, in place of the previous ones. Without a terminal
+    // they are printed like other messages.
     void status(const std::vector<std::string>& lines);
     void clearStatus();
-    // Waits for who reads the results. Throws std::runtime_error when not all could be written.
+    // Waits until all results are written. Throws std::runtime_error when some could not be.
     void finishResults();
-    // Waits for who reads records and messages; once the user has stopped the tool, not for those
-    // who stall.
+    // Waits until all records and messages are written. Once the user has stopped the tool, it does
+    // not wait for a reader that stalls.
     void settle();
 
     bool isQuiet() const { return options_.quiet; }
-    // Whether status lines can replace each other.
+    // Returns true when status lines replace each other.
     bool isStatusLive() const { return statusLive_; }
-    // The stream of results.
+    // Returns the stream that results go to.
     FILE* stream() const { return out_; }
 
   private:

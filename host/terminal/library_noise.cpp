@@ -11,7 +11,8 @@ namespace {
 
 int abortFd = STDERR_FILENO;
 
-// PortAudio has assertions; what one said went nowhere.
+// Handles the abort of a library, such as by a failed assertion of PortAudio, whose text went to
+// /dev/null.
 void tellOfAbort(int /*signal*/) {
     constexpr std::string_view Message =
         "tamborin-host: an audio library gave up; see what it says with --library-noise\n";
@@ -29,7 +30,7 @@ LibraryNoise::LibraryNoise() {
         std::setvbuf(messages_, nullptr, _IOLBF, 0);
         dup2(nowhere, STDERR_FILENO);
         abortFd = user;
-        abortBefore_ = std::signal(SIGABRT, tellOfAbort);
+        previousAbort_ = std::signal(SIGABRT, tellOfAbort);
     } else if (user >= 0)
         close(user);
     if (nowhere >= 0)
@@ -39,7 +40,7 @@ LibraryNoise::LibraryNoise() {
 LibraryNoise::~LibraryNoise() {
     if (messages_ == nullptr)
         return;
-    std::signal(SIGABRT, abortBefore_);
+    std::signal(SIGABRT, previousAbort_);
     std::fflush(messages_);
     dup2(fileno(messages_), STDERR_FILENO);
     // The stream stays open: a writer that is stuck on it may outlive this.

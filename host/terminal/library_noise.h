@@ -1,24 +1,24 @@
-// Keeps what the audio libraries write to stderr from the user.
+// Hides from the user what the audio libraries write to stderr.
 #pragma once
 
 #include <cstdio>
 
-// The libraries write pages while they look for devices, and C offers no other way to stop them
-// than to turn descriptor 2 away. One at a time, made before any thread is started.
+// The libraries write pages of text while they look for devices. The only way to silence them all
+// is to redirect descriptor 2. At most one object, made before any thread is started.
 class LibraryNoise {
   public:
-    // Silences the libraries, unless descriptors are short. When one of them ends the process, the
-    // user is told.
+    // Redirects descriptor 2 to /dev/null, unless no descriptor is free. When a library then aborts
+    // the process, the user is told.
     LibraryNoise();
-    // Descriptor 2 is the user's stderr again.
+    // Makes descriptor 2 the user's stderr again.
     ~LibraryNoise();
     LibraryNoise(const LibraryNoise&) = delete;
     LibraryNoise& operator=(const LibraryNoise&) = delete;
 
-    // The user's stderr, until this ends.
+    // Returns the user's stderr, valid while this object lives.
     FILE* messages() const { return messages_ != nullptr ? messages_ : stderr; }
 
   private:
     FILE* messages_ = nullptr;
-    void (*abortBefore_)(int) = nullptr;  // what SIGABRT did
+    void (*previousAbort_)(int) = nullptr;  // the previous handler of SIGABRT
 };

@@ -1,4 +1,4 @@
-// Work that may wait for others without a limit, such as for who writes to a pipe.
+// Runs work that may block without a limit, such as reading from a pipe.
 #pragma once
 
 #include <chrono>
@@ -7,14 +7,14 @@
 
 #include "host/system/stop.h"
 
-// Returns what the work returns, or throws what it throws. It is done on a thread of its own. When
-// a signal comes meanwhile, calls `endProcess`, which must not return: nothing else could end the
-// work.
+// Runs the work on a thread of its own. Returns what it returns, or throws what it throws. When a
+// signal comes meanwhile, calls `endProcess`, which must not return, because blocked work cannot be
+// stopped.
 template <typename Work, typename End>
 auto awaited(Work work, End endProcess) {
-    auto answer = std::async(std::launch::async, std::move(work));
-    while (answer.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready)
+    auto result = std::async(std::launch::async, std::move(work));
+    while (result.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready)
         if (signalCame())
             endProcess();
-    return answer.get();
+    return result.get();
 }

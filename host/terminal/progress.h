@@ -1,4 +1,4 @@
-// How far a work of some time has come.
+// Shows the progress of work that takes a while.
 #pragma once
 
 #include <chrono>
@@ -17,7 +17,8 @@ class Progress {
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    // `fraction` is done, 0 when that cannot be told. Call it as often as you like.
+    // `fraction` is the part that is done, 0 to 1, or 0 when unknown. May be called often: it
+    // prints at most ten times a second.
     void show(double fraction, const std::vector<std::string>& details = {});
 
   private:

@@ -16,14 +16,15 @@ struct Character {
     std::string_view shown;
 };
 
-// Whether it turns the direction of the text around it, which would show other texts falsely.
+// Returns true for a character that changes the writing direction of the text around it, which
+// would make other text look wrong.
 bool turnsDirection(wchar_t character) {
     static constexpr std::wstring_view Turning =
         L"\u061C\u200E\u200F\u202A\u202B\u202C\u202D\u202E\u2066\u2067\u2068\u2069";
     return Turning.find(character) != std::wstring_view::npos;
 }
 
-// What the locale does not know is taken byte by byte.
+// Returns the first character. A byte that is no character of the locale counts as one.
 Character firstOf(std::string_view text) {
     wchar_t wide = 0;
     std::mbstate_t state{};

@@ -1,4 +1,4 @@
-// A picture to draw on, and the shapes of which ours are made. Pixels, from the top left corner.
+// A bitmap and the shapes that are drawn on it. Coordinates are pixels from the top left corner.
 #pragma once
 
 #include <cairo.h>
@@ -20,14 +20,14 @@ class Canvas {
 
     void fillRectangle(const Paint& paint, double left, double top, double width, double height);
     void line(const Paint& paint, double x1, double y1, double x2, double y2);
-    // A triangle that points down at (x, y).
+    // Draws a triangle that points down at (x, y).
     void marker(const Paint& paint, double x, double y);
 
     double textWidth(const std::string& content, double size);
-    // `align` is 0 for a text that begins at x, 0.5 for one centred there, 1 for one that ends.
+    // `align` is 0 for a text that begins at x, 0.5 for one centred at x, 1 for one that ends at x.
     void text(const std::string& content, double x, double baseline, double align, double size,
               const Paint& paint);
-    // A small text on a pale ground, in the middle of a width; none where it has no room.
+    // Draws a small text on a pale ground in the middle of a width, or nothing if it does not fit.
     void label(const std::string& content, double left, double width, double baseline,
                const Paint& paint);
 

@@ -102,7 +102,7 @@ class Panel {
         return top + LevelHeight * value / LevelFloor;
     }
 
-    // Until the first frame, and for a channel that never had one.
+    // Marks the time before the first frame, or the whole time of a channel without any.
     void drawWaiting(double top) {
         const auto& buckets = outline_.envelope.buckets();
         const auto first = std::ranges::find_if(
@@ -117,7 +117,7 @@ class Panel {
         canvas_.label("no sound yet", Left, width, top + WaveHeight / 2 - 10, Faint);
     }
 
-    // What a column of pixels stands for.
+    // Returns the sound that a column of pixels stands for.
     Envelope::Bucket columnAt(const Envelope& envelope, double x) const {
         const double samplesPerPixel =
             static_cast<double>(axis_.span()) * SampleRate / 1000 / (Right - Left);
@@ -164,7 +164,7 @@ class Panel {
         }
     }
 
-    // Over whatever else is drawn there.
+    // Called last, so that labels lie above everything else.
     void labelGaps(double top) {
         for (const Gap& gap : outline_.gaps) {
             const double left = xOf(gap.begin);

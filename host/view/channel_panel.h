@@ -5,6 +5,6 @@
 #include "host/view/picture.h"
 #include "host/view/time_axis.h"
 
-// Draws the panel from `top` (pixels) on. `outline` is one of the content's.
+// Draws the panel with its upper edge at `top` (pixels). `outline` is one of `content.channels`.
 void drawChannelPanel(Canvas& canvas, const TimeAxis& axis, const PictureContent& content,
                       const Outline& outline, double top);

@@ -47,7 +47,7 @@ class Drawing {
              Left, 36, 0, 19);
     }
 
-    // The device status, ok until the module says otherwise.
+    // Draws the device status, which is ok until the module reports an alarm.
     void drawStatus(double top) {
         text("devices", Left - 10, top + 14, 1);
         canvas_.fillRectangle(Healthy, Left, top, Right - Left, StatusHeight);

@@ -1,4 +1,4 @@
-// A recording at a glance: sound, level, gaps, stream restarts and device alarms over the time of
+// A picture of a recording: sound, level, gaps, stream restarts and device alarms over the time of
 // day.
 #pragma once
 
@@ -15,5 +15,5 @@ struct PictureContent {
     int64_t endMs = 0;
 };
 
-// Writes a PNG. Throws std::runtime_error.
+// Writes the picture as a PNG file. Throws std::runtime_error.
 void drawPicture(const std::filesystem::path& file, const PictureContent& content);

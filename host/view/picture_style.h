@@ -3,7 +3,7 @@
 
 #include "host/view/canvas.h"
 
-// All in pixels.
+// Lengths, all in pixels.
 constexpr double Width = 1600;
 constexpr double Left = 96;
 constexpr double Right = Width - 32;

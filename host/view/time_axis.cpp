@@ -11,7 +11,7 @@ namespace {
 constexpr double RoomForLabel = 110;  // px
 constexpr int64_t Day = 86'400'000;   // ms
 
-// What the local clock is ahead of Unix time, in ms.
+// Returns how far local time is ahead of Unix time, in ms.
 int64_t localOffset(int64_t time) {
     const auto seconds = static_cast<std::time_t>(time / 1000);
     std::tm local{};
@@ -19,7 +19,7 @@ int64_t localOffset(int64_t time) {
     return int64_t{local.tm_gmtoff} * 1000;
 }
 
-// The smallest round time that is at least so long, or so many weeks; ms.
+// Returns the shortest step of the list that is at least `least` ms, or else whole weeks, in ms.
 int64_t roundStep(double least) {
     constexpr std::array<int64_t, 19> Seconds{1,     2,     5,     10,    15,    30,   60,
                                               120,   300,   600,   900,   1800,  3600, 7200,

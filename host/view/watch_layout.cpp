@@ -9,7 +9,7 @@ WatchLayout::WatchLayout(size_t terminalWidth) {
     constexpr size_t LeastDevice = 12;
     constexpr size_t MostDevice = 32;
     constexpr size_t Fixed = Number + Gap + State + Gap;
-    // No gap follows the last.
+    // No gap follows the last column.
     size_t left = terminalWidth + Gap > Fixed ? terminalWidth + Gap - Fixed : 0;
     const auto grant = [&left](size_t wanted) {
         if (left < wanted + Gap)

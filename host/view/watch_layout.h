@@ -1,11 +1,11 @@
-// Which columns of a channel's line a terminal has room for, and how wide they are.
+// Chooses the columns of a channel's line that fit a terminal, and their widths.
 #pragma once
 
 #include <cstddef>
 
 // Widths in terminal columns; 0: left out. Number and state are always shown.
 struct WatchLayout {
-    static constexpr size_t Gap = 2;  // behind each column but the last
+    static constexpr size_t Gap = 2;  // after each column except the last
     static constexpr size_t Number = 3;
     static constexpr size_t State = 9;
 

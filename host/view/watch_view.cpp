@@ -28,7 +28,7 @@ void line(int row, const std::string& text, attr_t attributes = A_NORMAL) {
     attrset(A_NORMAL);
 }
 
-// Over what the line already shows.
+// Overwrites a part of a line.
 void piece(int row, size_t column, const std::string& text, attr_t attributes) {
     const auto width = static_cast<size_t>(COLS);
     if (row >= LINES || column >= width)
@@ -107,13 +107,13 @@ void checkTerminal(FILE* out) {
     if (isatty(fileno(out)) == 0 || isatty(STDIN_FILENO) == 0 || name == nullptr ||
         tgetent(nullptr, name) != 1)
         throw std::runtime_error(
-            "watch needs a terminal that TERM names; for scripts there is "
+            "watch needs a terminal, and TERM must name its type; scripts can use "
             "'tamborin-host record --json'");
 }
 
 WatchView::WatchView(FILE* out) : out_(fileno(out)), screen_(newterm(nullptr, out, stdin)) {
     if (screen_ == nullptr)
-        throw std::runtime_error("the terminal cannot be drawn on");
+        throw std::runtime_error("this terminal cannot show the live view");
     cbreak();
     noecho();
     keypad(stdscr, TRUE);
@@ -141,7 +141,7 @@ void WatchView::draw(const WatchContent& content) {
     int row = 1;
     if (LINES > 4)
         line(row++, heading(layout), A_BOLD);
-    // The channels come first; what room they leave is the log's.
+    // The log gets the room that the channels leave.
     const int footer = LINES > 3 ? LINES - 1 : LINES;
     const int room = footer - row;
     const auto count = static_cast<int>(content.channels.size());

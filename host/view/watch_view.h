@@ -1,4 +1,4 @@
-// The live view on a terminal.
+// The live view of the command `watch` on a terminal.
 #pragma once
 
 #include <cstdint>
@@ -35,18 +35,18 @@ struct WatchContent {
 // Throws std::runtime_error when there is no terminal to draw on.
 void checkTerminal(FILE* out);
 
-// Has the terminal from construction to destruction. One at a time.
+// Uses the terminal from construction to destruction. At most one object.
 class WatchView {
   public:
-    // The terminal has been checked.
+    // Call checkTerminal before.
     explicit WatchView(FILE* out);
     ~WatchView();
     WatchView(const WatchView&) = delete;
     WatchView& operator=(const WatchView&) = delete;
 
     void draw(const WatchContent& content);
-    // Waits a moment for a key; whether it asked to quit, or no key can come any more, as the
-    // terminal is gone. A resized terminal ends the wait, too.
+    // Waits 100 ms for a key. Returns true when the user wants to quit, or when the terminal is
+    // gone. A change of the terminal's size also ends the wait.
     bool quitAsked();
 
   private:

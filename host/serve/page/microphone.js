@@ -1,5 +1,5 @@
-// Brings the microphone's samples to 8000 a second and posts them in blocks of 64 ms. Each sample
-// is the mean of those that it stands for.
+// Resamples the microphone to 8000 Hz and posts blocks of 64 ms. Each sample is the mean of the
+// microphone's samples in its time.
 const RATE = 8000;
 const BLOCK = 512;
 

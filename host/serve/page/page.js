@@ -7,10 +7,10 @@ const GOOD = ["recording", "talking"];
 
 const cards = new Map();  // by a channel's number
 const find = (id) => document.getElementById(id);
-let clockAhead = null;  // the server's clock before ours, ms
+let clockAhead = null;  // how far the server's clock is ahead of ours, ms
 let listening = null;
 
-// The least delayed event tells best how the clocks differ.
+// Learns the difference of the clocks from the event with the least delay so far.
 function hearTime(time) {
   clockAhead = Math.max(clockAhead ?? -Infinity, time - Date.now());
 }
@@ -74,7 +74,7 @@ class Card {
       counted(channel.frames, "frame"), counted(channel.gaps, "gap"),
       counted(channel.restarts, "restart"), counted(channel.clients, "client"),
     ].join(", ");
-    // Outputs need not be enabled to be heard.
+    // Outputs also play while they are disabled in the module. Here disabled means kept off.
     this.isEnabled = this.isOutput ? !channel.keptOff : channel.enabled;
     enable.textContent = this.isEnabled ? "Disable" : "Enable";
     enable.disabled = !channel.hasDevice;
@@ -102,7 +102,7 @@ class Card {
     (isShown ? input : rename).focus();
   }
 
-  // The first is read aloud when it changes.
+  // A screen reader reads `text` aloud when it changes, but not `more`.
   hint(text, more = "") {
     const {hint, more: detail} = this.parts;
     if (hint.textContent !== text) hint.textContent = text;
@@ -179,7 +179,7 @@ class Card {
 
 function showStatus(text, kind) {
   const status = find("status");
-  if (status.textContent !== text) status.textContent = text;  // it is read aloud at each change
+  if (status.textContent !== text) status.textContent = text;  // a screen reader reads each change
   status.className = kind;
 }
 
@@ -228,6 +228,6 @@ on("levels", showLevels);
 on("log", showLine);
 events.onerror = () => {
   clockAhead = null;
-  find("log").replaceChildren();  // the last lines are told again
+  find("log").replaceChildren();  // the server sends the last lines again
   showStatus("no connection to the server", "bad");
 };

@@ -1,7 +1,7 @@
-// Hears an input, talks on an output. Sound is mu-law at 8000 Hz both ways.
+// Plays an input, and sends the microphone to an output. Both are mu-law at 8000 Hz.
 const RATE = 8000;
-const AHEAD = 0.15;  // seconds that are ready before they are due
-const MOST_AHEAD = 1;  // more has piled up while the page slept: it is left out
+const AHEAD = 0.15;  // seconds of sound that are scheduled ahead, to bridge late frames
+const MOST_AHEAD = 1;  // seconds; frames beyond it piled up while the page slept, and are left out
 
 const decoded = Float32Array.from({length: 256}, (_, i) => {
   const code = ~i & 0xff;
@@ -37,8 +37,8 @@ async function* frames(reader) {
   }
 }
 
-// Plays an input until it is stopped. `now()` is the server's time (ms); `onLatency` is told for
-// each frame how many seconds it takes from its capture to the loudspeaker.
+// Plays an input until it is stopped. `now()` returns the server's time (ms). `onLatency` is called
+// for each frame with the seconds from its capture to the loudspeaker.
 export class Listener {
   constructor(number, now, onLatency) {
     this.number = number;
@@ -49,7 +49,7 @@ export class Listener {
     this.due = 0;
   }
 
-  // Resolves when it has been stopped; rejects when the sound ends otherwise.
+  // Resolves when it has been stopped. Rejects when the sound ends for another reason.
   async run() {
     try {
       const answer = await fetch(`${location.origin}/api/channels/${this.number}/audio.frames`, {signal: this.abort.signal});
@@ -87,11 +87,11 @@ export class Listener {
 export class Talker {
   constructor(number) { this.number = number; }
 
-  // Resolves when it has been stopped; rejects when one cannot talk. `onTalking` is told when the
-  // output is ours.
+  // Resolves when it has been stopped. Rejects when talking is impossible or ends for another
+  // reason. `onTalking` is called when the output is ours.
   async run(onTalking) {
     if (!navigator.mediaDevices)
-      throw new Error("The browser gives a page the microphone by HTTPS or on localhost only.");
+      throw new Error("Browsers allow the microphone only by HTTPS or on localhost.");
     try {
       this.stream = await navigator.mediaDevices.getUserMedia({audio: {channelCount: 1}});
       if (this.isStopped) return;
