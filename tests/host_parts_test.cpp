@@ -57,20 +57,21 @@ TEST_F(HostParts, RecordingsAreWholeHoweverTheClockIsSet) {
 
 // No sample is lost by rotation, by the size limit of a WAV file, or when a name is already used.
 TEST_F(HostParts, FilesRotateWithoutLoss) {
-    using Case = std::array<uint64_t, 3>;  // samplesPerFile, mostPerFile, number of files
+    struct Case {
+        uint64_t perFile, mostPerFile, files;
+    };
     std::vector<uint8_t> sound(80'000);
     for (size_t i = 0; i < sound.size(); ++i)
         sound[i] = static_cast<uint8_t>(i % 251);
-    for (const auto& [perFile, mostPerFile, count] :
-         {Case{0, WavFiles::MostSamplesPerFile, 1}, Case{0, 30'000, 3}, Case{9000, 30'000, 9},
-          Case{50'000, 20'000, 4}}) {
-        const std::filesystem::path folder = folder_ / std::to_string(count);
+    for (const Case& row : {Case{0, WavFiles::MostSamplesPerFile, 1}, Case{0, 30'000, 3},
+                            Case{9000, 30'000, 9}, Case{50'000, 20'000, 4}}) {
+        const std::filesystem::path folder = folder_ / std::to_string(row.files);
         create_directory(folder);
         const auto record = [&](std::span<const uint8_t> codes) {
-            WavFiles files(folder, 3, perFile, mostPerFile);
+            WavFiles files(folder, 3, row.perFile, row.mostPerFile);
             for (size_t i = 0; i < codes.size(); i += 2000)
                 files.append(codes.subspan(i, 2000), static_cast<int64_t>(i) / 8);
-            EXPECT_EQ(files.files(), count);
+            EXPECT_EQ(files.files(), row.files);
         };
         record(sound);
         const std::filesystem::directory_iterator inFolder(folder);

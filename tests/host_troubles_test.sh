@@ -52,8 +52,9 @@ for streams in "stalled err 1" "out stalled 0"; do
     ! grep 'Channel.* Enabled="1"' tamborin.xml || fail "a reader who stalls leaves an input enabled"
 done
 grep -q "^tamborin-host: [0-9]* records were left out" err || fail "records left out: $(cat err)"
+rm err
 timeout --foreground -k 60 120 "$host" record --input 0 --out - >stalled 2>err & recorder=$!
-until grep -q "^recording" err; do sleep 0.1; done
+until grep -qs "^recording" err; do sleep 0.1; done
 kill -TERM $recorder
 status=0
 wait $recorder || status=$?

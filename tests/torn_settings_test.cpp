@@ -135,7 +135,7 @@ TEST_F(TornSettings, NothingIsSavedThatALoadRefuses) {
         SaveXmlFile(makeDocument("<a>" + std::string(LargestXmlFile, 'x') + "</a>"), Target));
     EXPECT_TRUE(lastXmlSaveFailure().starts_with("too large: 67108")) << lastXmlSaveFailure();
     EXPECT_EQ(fileContent(Target), "<Old/>");
-    for (const size_t excess : {0, 1}) {
+    for (const size_t excess : {size_t{0}, size_t{1}}) {
         put(Target, "<a/>" + std::string(LargestXmlFile - 4 + excess, ' '));
         TiXmlDocument loaded;
         EXPECT_EQ(LoadXmlFile(loaded, Target), excess == 0);
