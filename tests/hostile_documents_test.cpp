@@ -98,8 +98,8 @@ TEST_F(HostileDocuments, HugeButHarmless) {
 }
 
 // A name in any encoding becomes UTF-8. A byte of another encoding would swallow the quote behind
-// it when the settings are read again, and all settings would be lost. A declaration's values, which
-// TinyXML prints unescaped, would do the same.
+// it when the settings are read again, and all settings would be lost. A declaration's values,
+// which TinyXML prints unescaped, would do the same.
 TEST_F(HostileDocuments, NamesOutliveTheNextStart) {
     for (const std::string declaration : {"", "<?xml ?>", "<?xml encoding='ISO-8859-1'?>"})
         for (const auto& [sent, kept] :

@@ -141,17 +141,29 @@ TEST_F(TornSettings, NothingIsSavedThatALoadRefuses) {
         EXPECT_EQ(LoadXmlFile(loaded, Target), excess == 0);
     }
 
+    constexpr size_t Tags = 8;  // and the line's end
+    EXPECT_TRUE(SaveXmlFile(makeDocument("<a>" + std::string(LargestXmlFile - Tags, 'x') + "</a>"),
+                            Target));
+    put(Target, "<a b='x\ny\r\nz\rw'/>");
+    TiXmlDocument lines;
+    ASSERT_TRUE(LoadXmlFile(lines, Target));
+    EXPECT_STREQ(lines.RootElement()->Attribute("b"), "x\ny\nz\nw");
+
     // A week by the minute is kept. A schedule that is mostly indentation when printed is not.
     const std::string week =
         repeat("<Entry FirstMinute='0' LastMinute='10079' Record='0'/>", 10'080);
     const std::string deep = repeat("<d>", 50) + repeat("<e/>", 300'000) + repeat("</d>", 50);
-    fakeClock.onPause = [&, schedules = std::vector{week, deep}, next = 0U]() mutable {
+    const std::string small = repeat("<d>", 50) + repeat("<f/>", 12'000) + repeat("</d>", 50);
+    bool isSmallKept = false;
+    fakeClock.onPause = [&, schedules = std::vector{small, week, deep}, next = 0U]() mutable {
+        isSmallKept = isSmallKept || description.find("<f />") != std::string::npos;
         if (next == schedules.size())
             return void(Close());
         configure("<Varo><Devices ID='1310720'><Device><Audio><Input Number='0'><Schedule>" +
                   schedules[next++] + "</Schedule></Input></Audio></Device></Devices></Varo>");
     };
     run();
+    EXPECT_TRUE(isSmallKept);
     EXPECT_GT(description.size(), week.size());
     EXPECT_LT(fileContent("tamborin.xml").size(), 2 * week.size());
     EXPECT_EQ(description.find("<e />"), std::string::npos);
