@@ -167,3 +167,8 @@ std::shared_ptr<Connection> Connections::of(SoupServerMessage* message) {
     void* const data = remote == nullptr ? nullptr : g_object_get_data(G_OBJECT(remote), DataName);
     return data == nullptr ? nullptr : *static_cast<std::shared_ptr<Connection>*>(data);
 }
+
+void Connections::forget(SoupServerMessage* message) {
+    if (GSocketAddress* const remote = soup_server_message_get_remote_address(message))
+        g_object_set_data(G_OBJECT(remote), DataName, nullptr);
+}

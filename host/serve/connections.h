@@ -60,6 +60,9 @@ class Connections {
     size_t count() const;
     // Returns the connection of a request; null when it is gone.
     static std::shared_ptr<Connection> of(SoupServerMessage* message);
+    // Gives up what `of` returns, for a connection that is taken away from libsoup, which would
+    // keep it until the end.
+    static void forget(SoupServerMessage* message);
 
   private:
     void accept(GSocketConnection* accepted);
