@@ -247,10 +247,12 @@ TalkAnswer HubImpl::beginTalk(int number) {
         const std::lock_guard held(mutex_);
         if (keptOff_.contains(number))
             return {nullptr, TalkRefusal::KeptOff};
+        if (hasEnded_)
+            return {nullptr, TalkRefusal::Busy};
         auto& line = lines_[number];
-        if (!hasEnded_ && line == nullptr)
+        if (line == nullptr)
             line = std::make_unique<TalkLine>(session_.module(), channel->id, Hub::MostTalkAhead);
-        if (line == nullptr || !line->begin())
+        if (!line->begin())
             return {nullptr, TalkRefusal::Busy};
     }
     tell(HubEvent::Clients);
@@ -276,7 +278,8 @@ BufferAccount HubImpl::finish() {
             enabled.assign(enabledForClients_.begin(), enabledForClients_.end());
         hasEnded_ = true;
     }
-    for (const auto& [number, line] : lines_)  // no line is made once hasEnded_ is set
+    for (const auto& [number, line] :
+         lines_)  // without a lock: no line is made once hasEnded_ is set
         line->stop();
     {
         std::unique_lock held(mutex_);
