@@ -48,10 +48,19 @@ void bindSound(GstRTSPMediaFactory* factory, const std::string& address) {
     gst_rtsp_media_factory_set_address_pool(factory, pool.get());
 }
 
+GstRTSPStatusCode beforeDescribe(GstRTSPClient* /*client*/, GstRTSPContext* context, gpointer hub) {
+    const Hub& served = *static_cast<const Hub*>(hub);
+    const std::string path = pathOfUrl(served, context->uri->abspath);
+    const auto input = served.find(path.substr(1, path.find('/', 1) - 1), false);
+    return input && !served.mayListen(input->number) ? GST_RTSP_STS_SERVICE_UNAVAILABLE
+                                                     : GST_RTSP_STS_OK;
+}
+
 // Before a client sets a stream up: if it is the backchannel, which alone has a sink pad, the
 // client must get the output.
-GstRTSPStatusCode beforeSetup(GstRTSPClient* /*client*/, GstRTSPContext* context,
-                              gpointer /*data*/) {
+GstRTSPStatusCode beforeSetup(GstRTSPClient* client, GstRTSPContext* context, gpointer hub) {
+    if (const auto status = beforeDescribe(client, context, hub); status != GST_RTSP_STS_OK)
+        return status;
     const ObjectPointer<GstPad> in(gst_rtsp_stream_get_sinkpad(context->stream));
     if (in == nullptr)
         return GST_RTSP_STS_OK;
@@ -216,17 +225,8 @@ void RtspServer::mount(const ChannelDescription& input, std::optional<int> talkO
 void RtspServer::welcome(GstRTSPClient* client) {
     GSocket* socket = gst_rtsp_connection_get_write_socket(gst_rtsp_client_get_connection(client));
     g_socket_set_option(socket, SOL_SOCKET, SO_SNDBUF, SendBufferBytes, nullptr);
-    g_signal_connect(client, "pre-setup-request", G_CALLBACK(beforeSetup), nullptr);
-    g_signal_connect(client, "pre-describe-request",
-                     G_CALLBACK(+[](GstRTSPClient*, GstRTSPContext* context, gpointer hub) {
-                         const Hub& served = *static_cast<const Hub*>(hub);
-                         const std::string path = pathOfUrl(served, context->uri->abspath);
-                         const auto input = served.find(path.substr(1), false);
-                         return input && !served.mayListen(input->number)
-                                    ? GST_RTSP_STS_SERVICE_UNAVAILABLE
-                                    : GST_RTSP_STS_OK;
-                     }),
-                     &hub_);
+    g_signal_connect(client, "pre-setup-request", G_CALLBACK(beforeSetup), &hub_);
+    g_signal_connect(client, "pre-describe-request", G_CALLBACK(beforeDescribe), &hub_);
     g_signal_connect(client, "new-session",
                      G_CALLBACK(+[](GstRTSPClient* owner, GstRTSPSession* session, gpointer) {
                          gst_rtsp_session_set_timeout(session, SessionTimeout);
