@@ -45,7 +45,7 @@ class Connection {
 class Connections {
   public:
     static constexpr size_t Most = 256;
-    // The time limit of a TLS handshake, and of a whole request.
+    // The time limit of a whole request, and of the silence before a TLS handshake.
     static constexpr std::chrono::seconds RequestTime{15};
 
     // Listens on the address and port. Throws std::runtime_error when that fails.
