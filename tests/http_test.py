@@ -19,7 +19,7 @@ def await_that(what, is_so):
         time.sleep(0.1)
 
 def with_server(test, *options):
-    global port
+    global port, server
     server = subprocess.Popen([host, "serve", "--dir", folder, "--rtsp-port=0", "--http-port=0", *options],
                               stdout=subprocess.PIPE, text=True)
     try:
@@ -50,7 +50,24 @@ def send(text):  # sends a part of a request, from a client that reads nothing
     client.sendall(text.encode())
     return client
 
+def descriptors():
+    return len(os.listdir(f"/proc/{server.pid}/fd"))
+
+def leave():  # clients who get events, listen, or are refused while they send, come and go
+    events, listener = (send(f"GET {path} HTTP/1.1\r\nHost: localhost\r\n\r\n")
+                        for path in ("/api/events", "/api/channels/0/audio.wav"))
+    assert events.recv(12) == listener.recv(12) == b"HTTP/1.1 200"
+    refused = send("POST /metrics HTTP/1.1\r\nHost: localhost\r\nTransfer-Encoding: chunked\r\n\r\n")
+    assert refused.recv(12) == b"HTTP/1.1 405"
+    events.close(), listener.close(), refused.close()
+
 def test_api():
+    leave()
+    await_that("the clients' end", lambda: not channel(0)["clients"])
+    before = descriptors()
+    for _ in range(8):
+        leave()
+    await_that(f"{before} descriptors again", lambda: descriptors() <= before)
     for status, path, *options in [
             (404, "nothing"), (404, "api/channels/9/audio.wav"), (404, "api/channels/9", *put('{"name": "a"}')),
             (404, "api/channels/0/audio", "-H", MULAW, "-d", "x"), (404, "api/channels/1/audio.wav"),
@@ -58,7 +75,9 @@ def test_api():
             (400, "api/channels/0", *put("[" * 4000)), (400, "api/channels/0", *put('{"enabled": 1}')),
             (400, "api/channels/0", *put('{"name": "a\\nb"}')), (400, "api/channels/0", *put('{"name": ""}')),
             (411, "api/channels/0", *put("{}", "-H", "Transfer-Encoding: chunked")),
-            (413, "api/channels/0", *put(" " * 5000)), (415, "api/channels/0", "-X", "PUT", "-d", "{}"),
+            (413, "api/channels/0", *put(" " * 5000)),
+            (413, "api/channels/0", *put("{}", "-H", f"Content-Length: {2**64 - 1}")),
+            (415, "api/channels/0", "-X", "PUT", "-d", "{}"),
             (415, "api/channels/1/audio", "-d", "x"), (415, "api/channels/1/audio", "-H", WAV, "-d", "RIFX" * 9),
             (403, "api/channels/0", *put('{"name": "theirs"}', "-H", "Origin: http://other.example")),
             (403, "api/channels/0/audio.wav", "-H", "Sec-Fetch-Site: cross-site"),

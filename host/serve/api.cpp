@@ -24,7 +24,8 @@ void expectChange(SoupServerMessage* message) {
     if (soup_message_headers_get_encoding(headers) != SOUP_ENCODING_CONTENT_LENGTH)
         return refuse(message, SOUP_STATUS_LENGTH_REQUIRED,
                       "The request must have a Content-Length.");
-    if (soup_message_headers_get_content_length(headers) > MostChangeBytes)
+    const goffset length = soup_message_headers_get_content_length(headers);
+    if (length < 0 || length > MostChangeBytes)  // 2^63 and more become negative
         return refuse(message, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE,
                       "The body is longer than 4096 bytes.");
     soup_message_body_set_accumulate(soup_server_message_get_request_body(message), TRUE);

@@ -27,6 +27,13 @@ ClientStream::ClientStream(ObjectPointer<GIOStream> stream, std::shared_ptr<Conn
     connection_->keepSendBufferSmall();
 }
 
+// Closes the stream itself, because libsoup keeps a reference to it after the connection was taken.
+// The socket is shut down first, so that TLS cannot wait for the client.
+ClientStream::~ClientStream() {
+    connection_->drop();
+    g_io_stream_close(stream_.get(), nullptr, nullptr);
+}
+
 // Returns a reference for a callback of GIO, which keeps this object alive until it is called.
 gpointer ClientStream::hold() {
     return std::make_unique<std::shared_ptr<ClientStream>>(shared_from_this()).release();

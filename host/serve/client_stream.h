@@ -29,6 +29,7 @@ class ClientStream : public std::enable_shared_from_this<ClientStream> {
     // dropped.
     ClientStream(ObjectPointer<GIOStream> stream, std::shared_ptr<Connection> connection,
                  size_t mostWaiting);
+    ~ClientStream();
     ClientStream(const ClientStream&) = delete;
     ClientStream& operator=(const ClientStream&) = delete;
 

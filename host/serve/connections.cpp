@@ -20,8 +20,13 @@ ObjectPointer<Object> shared(Object* object) {
                                                    : static_cast<Object*>(g_object_ref(object)));
 }
 
-// A TLS handshake in progress.
+constexpr std::chrono::seconds HandshakeTime{5};  // from the client's first bytes
+
+// A client on its way to the server. Without TLS only the last three are set.
 struct Handshake {
+    std::shared_ptr<Connection> connection;
+    ObjectPointer<GSocketConnection> accepted;
+    ObjectPointer<GTlsCertificate> certificate;
     ObjectPointer<SoupServer> server;
     ObjectPointer<GSocketAddress> local;
     ObjectPointer<GSocketAddress> remote;
@@ -37,6 +42,31 @@ void onHandshake(GObject* stream, GAsyncResult* result, gpointer data) {
     const ObjectPointer<GIOStream> owned(G_IO_STREAM(stream));
     if (g_tls_connection_handshake_finish(G_TLS_CONNECTION(stream), result, nullptr) != FALSE)
         serve(owned.get(), *client);
+}
+
+// Begins the handshake. It occupies one of GIO's few threads until its end, so silent clients must
+// not get as far as this.
+gboolean onFirstBytes(GSocket* /*socket*/, GIOCondition /*condition*/, gpointer data) {
+    auto& client = *static_cast<std::unique_ptr<Handshake>*>(data);
+    client->connection->allow(HandshakeTime);
+    GIOStream* secured = g_tls_server_connection_new(G_IO_STREAM(client->accepted.get()),
+                                                     client->certificate.get(), nullptr);
+    client->accepted.reset();
+    if (secured != nullptr)
+        g_tls_connection_handshake_async(G_TLS_CONNECTION(secured), G_PRIORITY_DEFAULT, nullptr,
+                                         onHandshake, client.release());
+    return G_SOURCE_REMOVE;
+}
+
+void awaitFirstBytes(std::unique_ptr<Handshake> client) {
+    GSocket* const socket = g_socket_connection_get_socket(client->accepted.get());
+    GSource* const source = g_socket_create_source(socket, G_IO_IN, nullptr);
+    using Held = std::unique_ptr<Handshake>;
+    g_source_set_callback(
+        source, G_SOURCE_FUNC(onFirstBytes), std::make_unique<Held>(std::move(client)).release(),
+        [](gpointer data) { const std::unique_ptr<Held> owned(static_cast<Held*>(data)); });
+    g_source_attach(source, nullptr);
+    g_source_unref(source);
 }
 
 }  // namespace
@@ -125,11 +155,10 @@ void Connections::accept(GSocketConnection* accepted) {
                            });
     if (certificate_ == nullptr)
         return serve(G_IO_STREAM(accepted), *handshake);
-    GIOStream* secured =
-        g_tls_server_connection_new(G_IO_STREAM(accepted), certificate_.get(), nullptr);
-    if (secured != nullptr)
-        g_tls_connection_handshake_async(G_TLS_CONNECTION(secured), G_PRIORITY_DEFAULT, nullptr,
-                                         onHandshake, handshake.release());
+    handshake->connection = client;
+    handshake->accepted = shared(accepted);
+    handshake->certificate = shared(certificate_.get());
+    awaitFirstBytes(std::move(handshake));
 }
 
 size_t Connections::count() const {
@@ -166,4 +195,9 @@ std::shared_ptr<Connection> Connections::of(SoupServerMessage* message) {
     GSocketAddress* const remote = soup_server_message_get_remote_address(message);
     void* const data = remote == nullptr ? nullptr : g_object_get_data(G_OBJECT(remote), DataName);
     return data == nullptr ? nullptr : *static_cast<std::shared_ptr<Connection>*>(data);
+}
+
+void Connections::forget(SoupServerMessage* message) {
+    if (GSocketAddress* const remote = soup_server_message_get_remote_address(message))
+        g_object_set_data(G_OBJECT(remote), DataName, nullptr);
 }

@@ -45,7 +45,7 @@ class Connection {
 class Connections {
   public:
     static constexpr size_t Most = 256;
-    // The time limit of a TLS handshake, and of a whole request.
+    // The time limit of a whole request, and of the silence before a TLS handshake.
     static constexpr std::chrono::seconds RequestTime{15};
 
     // Listens on the address and port. Throws std::runtime_error when that fails.
@@ -60,6 +60,9 @@ class Connections {
     size_t count() const;
     // Returns the connection of a request; null when it is gone.
     static std::shared_ptr<Connection> of(SoupServerMessage* message);
+    // Gives up what `of` returns, for a connection that is taken away from libsoup, which would
+    // keep it until the end.
+    static void forget(SoupServerMessage* message);
 
   private:
     void accept(GSocketConnection* accepted);

@@ -7,6 +7,7 @@
 namespace {
 
 constexpr size_t MostRefusalBytes = 4096;
+constexpr goffset MostIgnoredBytes = 65536;  // of a refused request's body
 
 // Headers that keep other sites from using our answers in a browser.
 constexpr std::pair<const char*, const char*> SafetyHeaders[] = {
@@ -36,11 +37,13 @@ std::string headOf(SoupServerMessage* message, unsigned status, const char* type
     return head + "\r\n";
 }
 
-bool hasBody(SoupServerMessage* message) {
+// Returns true when the request's body has more than MostIgnoredBytes, or tells no length.
+bool hasLongBody(SoupServerMessage* message) {
     SoupMessageHeaders* const headers = soup_server_message_get_request_headers(message);
-    const char* const length = soup_message_headers_get_one(headers, "Content-Length");
-    return soup_message_headers_get_one(headers, "Transfer-Encoding") != nullptr ||
-           (length != nullptr && std::string_view(length) != "0");
+    if (soup_message_headers_get_encoding(headers) != SOUP_ENCODING_CONTENT_LENGTH)
+        return soup_message_headers_get_one(headers, "Transfer-Encoding") != nullptr;
+    const goffset length = soup_message_headers_get_content_length(headers);
+    return length < 0 || length > MostIgnoredBytes;
 }
 
 // Takes the connection later, from the main loop, because libsoup still uses the message now.
@@ -85,7 +88,9 @@ void answerError(SoupServerMessage* message, unsigned status, const std::string&
 }
 
 void refuse(SoupServerMessage* message, unsigned status, const std::string& sentence) {
-    if (!hasBody(message))
+    // libsoup never frees what it keeps of a connection that was taken away from it. Who has no
+    // password must not cause that.
+    if (status == SOUP_STATUS_UNAUTHORIZED || !hasLongBody(message))
         return answerError(message, status, sentence);
     const std::string text =
         headOf(message, status, "application/json") + asText({{"error", sentence}}) + "\n";
@@ -121,7 +126,11 @@ PausedRequest::PausedRequest(SoupServerMessage* message)
 ObjectPointer<GIOStream> PausedRequest::takeConnection() {
     if (std::exchange(hasFinished_, true))
         return nullptr;
-    return ObjectPointer<GIOStream>(soup_server_message_steal_connection(message_.get()));
+    Connections::forget(message_.get());
+    ObjectPointer<GIOStream> stream(soup_server_message_steal_connection(message_.get()));
+    // libsoup does not tell the end of a request whose connection was taken.
+    g_signal_emit_by_name(message_.get(), "finished");
+    return stream;
 }
 
 PausedRequest::~PausedRequest() {

@@ -19,7 +19,8 @@ void answer(SoupServerMessage* message, unsigned status, const char* type, std::
 void answerJson(SoupServerMessage* message, unsigned status, const nlohmann::json& body);
 // Answers with {"error": sentence}.
 void answerError(SoupServerMessage* message, unsigned status, const std::string& sentence);
-// Answers with an error before the request's body has come, and does not read the body.
+// Answers with an error. Does not wait for a long body: it answers before the body has come and
+// does not read it, except to a client without a password.
 void refuse(SoupServerMessage* message, unsigned status, const std::string& sentence);
 
 // Returns the JSON text. Bytes that are not UTF-8 become U+FFFD.

@@ -88,6 +88,12 @@ void HttpServer::prepare(SoupServerMessage* message) {
 }
 
 void HttpServer::onHeaders(SoupServerMessage* message) {
+    SoupMessageHeaders* const asked = soup_server_message_get_request_headers(message);
+    // libsoup keeps no connection that it did not accept itself. A WebSocket's handshake has a
+    // Connection header of its own.
+    if (soup_message_headers_get_list(asked, "Upgrade") == nullptr)
+        soup_message_headers_replace(soup_server_message_get_response_headers(message),
+                                     "Connection", "close");
     const unsigned status = soup_server_message_get_status(message);
     if (status == SOUP_STATUS_UNAUTHORIZED)
         return refuse(message, status, "A user's name and password are needed.");

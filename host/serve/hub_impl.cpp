@@ -174,22 +174,28 @@ void HubImpl::adaptToClients(int number) {
                                : channel                ? channel->enabled
                                                         : true;
         if (!hasEnded_ && clients > 0 && !isEnabled && !keptOff_.contains(number)) {
-            enabledForClients_.insert(number);
             change.enabled = true;
         } else if (!hasEnded_ && clients == 0 && options_.stopIdleInputs &&
-                   enabledForClients_.erase(number) > 0) {
+                   enabledForClients_.contains(number)) {
             change.enabled = false;
         }
     }
-    if (change.enabled)
-        ask(number, change, [](bool) {});
+    if (change.enabled && ask(number, change, [](bool) {})) {
+        const std::lock_guard held(mutex_);
+        if (*change.enabled)
+            enabledForClients_.insert(number);
+        else
+            enabledForClients_.erase(number);
+    }
     tell(HubEvent::Clients);
 }
 
 // Sends the change to the module. The caller holds `askMutex_`.
 bool HubImpl::ask(int number, const ChannelChange& change, OnApplied onApplied) {
+    std::map<int, bool> askedBefore;
     {
         const std::lock_guard held(mutex_);
+        askedBefore = askedFor_;
         asked_.push_back(std::move(onApplied));
         if (change.enabled)
             askedFor_[number] = *change.enabled;
@@ -198,6 +204,9 @@ bool HubImpl::ask(int number, const ChannelChange& change, OnApplied onApplied) 
         return true;
     const std::lock_guard held(mutex_);
     asked_.pop_back();
+    askedFor_ = std::move(askedBefore);
+    if (asked_.empty())
+        askedFor_.clear();
     return false;
 }
 
@@ -226,15 +235,21 @@ ChangeAnswer HubImpl::change(int number, const ChannelChange& change, OnApplied 
         const std::lock_guard held(mutex_);
         if (hasEnded_)
             return ChangeAnswer::Refused;
-        if (change.enabled) {
-            enabledForClients_.erase(number);
-            if (*change.enabled)
-                keptOff_.erase(number);
-            else
-                keptOff_.insert(number);
-        }
     }
-    return ask(number, change, std::move(onApplied)) ? ChangeAnswer::Asked : ChangeAnswer::Refused;
+    if (!ask(number, change, std::move(onApplied)))
+        return ChangeAnswer::Refused;
+    if (change.enabled) {
+        const std::lock_guard held(mutex_);
+        enabledForClients_.erase(number);
+        if (*change.enabled)
+            keptOff_.erase(number);
+        else
+            keptOff_.insert(number);
+        const auto line = lines_.find(number);
+        if (line != lines_.end())
+            line->second->keepOff(!*change.enabled);
+    }
+    return ChangeAnswer::Asked;
 }
 
 TalkAnswer HubImpl::beginTalk(int number) {
@@ -247,10 +262,12 @@ TalkAnswer HubImpl::beginTalk(int number) {
         const std::lock_guard held(mutex_);
         if (keptOff_.contains(number))
             return {nullptr, TalkRefusal::KeptOff};
+        if (hasEnded_)
+            return {nullptr, TalkRefusal::Busy};
         auto& line = lines_[number];
-        if (!hasEnded_ && line == nullptr)
+        if (line == nullptr)
             line = std::make_unique<TalkLine>(session_.module(), channel->id, Hub::MostTalkAhead);
-        if (line == nullptr || !line->begin())
+        if (!line->begin())
             return {nullptr, TalkRefusal::Busy};
     }
     tell(HubEvent::Clients);
@@ -276,7 +293,8 @@ BufferAccount HubImpl::finish() {
             enabled.assign(enabledForClients_.begin(), enabledForClients_.end());
         hasEnded_ = true;
     }
-    for (const auto& [number, line] : lines_)  // no line is made once hasEnded_ is set
+    for (const auto& [number, line] :
+         lines_)  // without a lock: no line is made once hasEnded_ is set
         line->stop();
     {
         std::unique_lock held(mutex_);

@@ -1,5 +1,6 @@
 // tamborin-host-serve: the program that `tamborin-host serve` and `tamborin-host password` start.
 #include <gst/gst.h>
+#include <sys/resource.h>
 
 #include <cstdio>
 #include <optional>
@@ -62,7 +63,18 @@ int serve(const ServeOptions& options, Console& console) {
     return Failed;
 }
 
+// Lets the process have as many descriptors as it may. Each RTSP client that can talk needs seven,
+// and GStreamer ends the process when it gets none.
+void raiseDescriptorLimit() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return;
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 int runServe(const ServeCommandLine& line) {
+    raiseDescriptorLimit();
     gst_init(nullptr, nullptr);
     const StopSignals signals;
     std::optional<LibraryNoise> noise;

@@ -153,6 +153,8 @@ void RtspFeed::give(const FramePointer& frame) {
     GST_BUFFER_PTS(buffer) = static_cast<GstClockTime>(captured);
     GST_BUFFER_DURATION(buffer) =
         gst_util_uint64_scale(frame->codes.size(), GST_SECOND, SampleRate);
+    if (soundEnd_ == 0)
+        soundEnd_ = captured;
     if (frame->followsGap && captured > soundEnd_) {
         GST_BUFFER_FLAG_SET(buffer, GST_BUFFER_FLAG_DISCONT);
         soundEnd_ = captured;

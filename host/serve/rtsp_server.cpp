@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 
 #include <map>
+#include <vector>
 
 #include "host/serve/rtsp_clients.h"
 
@@ -47,10 +48,19 @@ void bindSound(GstRTSPMediaFactory* factory, const std::string& address) {
     gst_rtsp_media_factory_set_address_pool(factory, pool.get());
 }
 
+GstRTSPStatusCode beforeDescribe(GstRTSPClient* /*client*/, GstRTSPContext* context, gpointer hub) {
+    const Hub& served = *static_cast<const Hub*>(hub);
+    const std::string path = pathOfUrl(served, context->uri->abspath);
+    const auto input = served.find(path.substr(1, path.find('/', 1) - 1), false);
+    return input && !served.mayListen(input->number) ? GST_RTSP_STS_SERVICE_UNAVAILABLE
+                                                     : GST_RTSP_STS_OK;
+}
+
 // Before a client sets a stream up: if it is the backchannel, which alone has a sink pad, the
 // client must get the output.
-GstRTSPStatusCode beforeSetup(GstRTSPClient* /*client*/, GstRTSPContext* context,
-                              gpointer /*data*/) {
+GstRTSPStatusCode beforeSetup(GstRTSPClient* client, GstRTSPContext* context, gpointer hub) {
+    if (const auto status = beforeDescribe(client, context, hub); status != GST_RTSP_STS_OK)
+        return status;
     const ObjectPointer<GstPad> in(gst_rtsp_stream_get_sinkpad(context->stream));
     if (in == nullptr)
         return GST_RTSP_STS_OK;
@@ -72,7 +82,14 @@ void endWithConnection(GstRTSPSession* session, GstRTSPClient* client) {
         GConnectFlags{});
 }
 
-// Shuts a connection down that has had no session for long; the client's thread then closes it.
+// Shuts a connection down. The client's own thread then closes it. Another thread must not close
+// it, because the client's thread may be reading.
+void hangUp(GstRTSPClient* client) {
+    g_socket_shutdown(gst_rtsp_connection_get_read_socket(gst_rtsp_client_get_connection(client)),
+                      TRUE, TRUE, nullptr);
+}
+
+// Hangs a client up that has had no session for long.
 // GStreamer's own timer for this ("post-session-timeout") may end the process when one client's
 // session ends while another client leaves.
 GstRTSPFilterResult hangUpIfIdle(GstRTSPServer* /*server*/, GstRTSPClient* client,
@@ -85,9 +102,7 @@ GstRTSPFilterResult hangUpIfIdle(GstRTSPServer* /*server*/, GstRTSPClient* clien
     g_list_free_full(sessions, g_object_unref);
     g_object_set_data(G_OBJECT(client), LooksKey, GINT_TO_POINTER(looks));
     if (looks > MostIdleLooks)
-        g_socket_shutdown(
-            gst_rtsp_connection_get_read_socket(gst_rtsp_client_get_connection(client)), TRUE, TRUE,
-            nullptr);
+        hangUp(client);
     return GST_RTSP_FILTER_KEEP;
 }
 
@@ -178,8 +193,6 @@ void RtspServer::guard(const Access& access) {
 }
 
 void RtspServer::mount(const ChannelDescription& input, std::optional<int> talkOutput) {
-    inputs_.push_back(
-        std::make_unique<RtspInput>(RtspInput{hub_, input.number, talkOutput, feeds_}));
     GstRTSPMediaFactory* factory = gst_rtsp_onvif_media_factory_new();
     gst_rtsp_media_factory_set_media_gtype(factory, GST_TYPE_RTSP_ONVIF_MEDIA);
     gst_rtsp_media_factory_set_launch(factory, CaptureLaunch);
@@ -196,8 +209,14 @@ void RtspServer::mount(const ChannelDescription& input, std::optional<int> talkO
     gst_rtsp_media_factory_add_role(factory, Role, GST_RTSP_PERM_MEDIA_FACTORY_ACCESS,
                                     G_TYPE_BOOLEAN, TRUE, GST_RTSP_PERM_MEDIA_FACTORY_CONSTRUCT,
                                     G_TYPE_BOOLEAN, TRUE, nullptr);
-    g_signal_connect(factory, "media-configure", G_CALLBACK(RtspFeed::attach),
-                     inputs_.back().get());
+    // The factory owns the input, because clients' threads may use the factory after this server.
+    g_signal_connect_data(
+        factory, "media-configure", G_CALLBACK(RtspFeed::attach),
+        std::make_unique<RtspInput>(RtspInput{hub_, input.number, talkOutput, feeds_}).release(),
+        [](gpointer owned, GClosure*) {
+            const std::unique_ptr<RtspInput> ended(static_cast<RtspInput*>(owned));
+        },
+        GConnectFlags{});
     const ObjectPointer<GstRTSPMountPoints> mounts(gst_rtsp_server_get_mount_points(server_.get()));
     gst_rtsp_mount_points_add_factory(mounts.get(), mountPath(input.number).c_str(), factory);
 }
@@ -206,17 +225,8 @@ void RtspServer::mount(const ChannelDescription& input, std::optional<int> talkO
 void RtspServer::welcome(GstRTSPClient* client) {
     GSocket* socket = gst_rtsp_connection_get_write_socket(gst_rtsp_client_get_connection(client));
     g_socket_set_option(socket, SOL_SOCKET, SO_SNDBUF, SendBufferBytes, nullptr);
-    g_signal_connect(client, "pre-setup-request", G_CALLBACK(beforeSetup), nullptr);
-    g_signal_connect(client, "pre-describe-request",
-                     G_CALLBACK(+[](GstRTSPClient*, GstRTSPContext* context, gpointer hub) {
-                         const Hub& served = *static_cast<const Hub*>(hub);
-                         const std::string path = pathOfUrl(served, context->uri->abspath);
-                         const auto input = served.find(path.substr(1), false);
-                         return input && !served.mayListen(input->number)
-                                    ? GST_RTSP_STS_SERVICE_UNAVAILABLE
-                                    : GST_RTSP_STS_OK;
-                     }),
-                     &hub_);
+    g_signal_connect(client, "pre-setup-request", G_CALLBACK(beforeSetup), &hub_);
+    g_signal_connect(client, "pre-describe-request", G_CALLBACK(beforeDescribe), &hub_);
     g_signal_connect(client, "new-session",
                      G_CALLBACK(+[](GstRTSPClient* owner, GstRTSPSession* session, gpointer) {
                          gst_rtsp_session_set_timeout(session, SessionTimeout);
@@ -225,13 +235,7 @@ void RtspServer::welcome(GstRTSPClient* client) {
                      nullptr);
     GList* clients = gst_rtsp_server_client_filter(server_.get(), nullptr, nullptr);
     if (g_list_length(clients) > MostClients)
-        g_idle_add_full(
-            G_PRIORITY_DEFAULT,
-            [](gpointer closed) -> gboolean {
-                gst_rtsp_client_close(GST_RTSP_CLIENT(closed));
-                return G_SOURCE_REMOVE;
-            },
-            g_object_ref(client), g_object_unref);
+        hangUp(client);
     g_list_free_full(clients, g_object_unref);
 }
 

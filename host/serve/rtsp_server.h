@@ -4,7 +4,6 @@
 #include <gst/rtsp-server/rtsp-server.h>
 
 #include <memory>
-#include <vector>
 
 #include "host/serve/access.h"
 #include "host/serve/hub.h"
@@ -38,7 +37,6 @@ class RtspServer {
     const ObjectPointer<GstRTSPServer> server_;
     const ObjectPointer<GstRTSPSessionPool> sessions_;
     const std::shared_ptr<RtspFeeds> feeds_ = std::make_shared<RtspFeeds>();
-    std::vector<std::unique_ptr<RtspInput>> inputs_;
     guint listening_ = 0;
     guint housekeeping_ = 0;
 };

@@ -58,13 +58,20 @@ bool TalkLine::isTaken() const {
     return isTaken_;
 }
 
+void TalkLine::keepOff(bool isKeptOff) {
+    const std::lock_guard held(mutex_);
+    isKeptOff_ = isKeptOff;
+    if (isKeptOff)
+        waiting_.clear();
+}
+
 bool TalkLine::put(int64_t position, std::span<const uint8_t> codes) {
     const size_t lent = module_.lentSamples(channelId_);
     {
         const std::lock_guard held(mutex_);
         const int64_t missing = senderAhead_ ? position + *senderAhead_ - end_ : 0;
         const auto gap = missing < LeastGap ? 0 : static_cast<size_t>(std::min(missing, MostGap));
-        if (lent + waiting_.size() + gap + codes.size() > MostLiveAhead)
+        if (isKeptOff_ || lent + waiting_.size() + gap + codes.size() > MostLiveAhead)
             return false;
         waiting_.insert(waiting_.end(), gap, SilenceCode);
         waiting_.insert(waiting_.end(), codes.begin(), codes.end());
@@ -79,7 +86,7 @@ bool TalkLine::put(int64_t position, std::span<const uint8_t> codes) {
 bool TalkLine::append(std::span<const uint8_t> codes) {
     {
         const std::lock_guard held(mutex_);
-        if (waiting_.size() + codes.size() > mostAhead_)
+        if (isKeptOff_ || waiting_.size() + codes.size() > mostAhead_)
             return false;
         waiting_.insert(waiting_.end(), codes.begin(), codes.end());
         end_ += static_cast<int64_t>(codes.size());
@@ -90,7 +97,7 @@ bool TalkLine::append(std::span<const uint8_t> codes) {
 
 size_t TalkLine::room() const {
     const std::lock_guard held(mutex_);
-    return mostAhead_ - std::min(mostAhead_, waiting_.size());
+    return isKeptOff_ ? 0 : mostAhead_ - std::min(mostAhead_, waiting_.size());
 }
 
 void TalkLine::run() {

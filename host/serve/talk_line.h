@@ -32,6 +32,8 @@ class TalkLine {
     bool begin();
     void end();
     bool isTaken() const;
+    // While the output is kept off, drops all sound and takes no more.
+    void keepOff(bool isKeptOff);
     // See Talk (host/serve/hub.h).
     bool put(int64_t position, std::span<const uint8_t> codes);
     bool append(std::span<const uint8_t> codes);
@@ -50,6 +52,7 @@ class TalkLine {
     std::condition_variable wake_;
     bool isTaken_ = false;
     bool isEnding_ = false;
+    bool isKeptOff_ = false;
     std::vector<uint8_t> waiting_;
     int64_t end_ = 0;  // end of the sound so far: counts all samples, also of silence
     std::optional<int64_t> senderAhead_;  // `end_` minus the sender's time, in samples

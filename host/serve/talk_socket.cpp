@@ -22,6 +22,10 @@ class TalkSockets::Socket {
           connection_(std::move(connection)),
           talk_(std::move(beginning.talk)) {
         soup_websocket_connection_set_max_incoming_payload_size(socket, MostMessageBytes);
+        // Newer versions of libsoup limit a message of several frames as well.
+        constexpr const char* WholeLimit = "max-total-message-size";
+        if (g_object_class_find_property(G_OBJECT_GET_CLASS(socket), WholeLimit) != nullptr)
+            g_object_set(socket, WholeLimit, MostMessageBytes, nullptr);
         g_signal_connect(
             socket, "message",
             G_CALLBACK(+[](SoupWebsocketConnection*, gint type, GBytes* message, gpointer self) {

@@ -90,7 +90,12 @@ class TalkUploads::Upload {
 
     // Returns true while sound waits. Until then the request is not read further.
     bool flowOn() {
-        flow();
+        if (connection_->isDropped()) {  // libsoup sees that only when it reads again
+            waiting_.clear();
+            talk_.reset();
+        } else {
+            flow();
+        }
         if (!waiting_.empty())
             return true;
         timer_ = 0;
