@@ -121,12 +121,12 @@ size_t ModuleHost::lentSamples(int32_t channelId) const {
 
 // Records the loan before the module sees the buffer, which it may hand back at once.
 const void* ModuleHost::lend(std::string_view bytes, int32_t channelId) {
-    Loan loan{std::make_unique<uint8_t[]>(bytes.size()), channelId, bytes.size()};
-    std::ranges::copy(bytes, loan.bytes.get());
-    const void* address = loan.bytes.get();
+    auto buffer = std::make_unique<uint8_t[]>(bytes.size());
+    std::ranges::copy(bytes, buffer.get());
+    const void* address = buffer.get();
     const std::lock_guard held(mutex_);
     BufferAccount& account = accounts_[channelId];
-    loans_.emplace(address, std::move(loan));
+    loans_.emplace(address, Loan{std::move(buffer), channelId, bytes.size()});
     ++account.lent;
     return address;
 }

@@ -107,11 +107,12 @@ void Session::giveUp(const std::string& line) {
 
 void Session::awaitModule(const std::string& what, const std::function<bool()>& isDone) {
     Progress progress(console_, what);
+    const std::string tooLong = what + " takes too long; " + SoundServerHangs;
     const auto begin = std::chrono::steady_clock::now();
     while (!isDone()) {
         const auto waited = std::chrono::steady_clock::now() - begin;
         if (waited > ModuleTimeout)
-            giveUp(what + " takes too long; " + SoundServerHangs);
+            giveUp(tooLong);
         progress.show(std::chrono::duration<double>(waited) / ModuleTimeout);
     }
 }
