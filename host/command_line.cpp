@@ -7,6 +7,7 @@
 
 #include "config/settings_path.h"
 #include "host/commands/commands.h"
+#include "host/system/folders.h"
 #include "host/system/programs.h"
 
 namespace {

@@ -1,7 +1,8 @@
 #include "host/commands/command.h"
 
-#include <stdexcept>
 #include <utility>
+
+#include "host/system/folders.h"
 
 namespace {
 
@@ -25,15 +26,6 @@ CLI::Option& CommandLine::addPath(CLI::App& command, const char* name, std::file
 void CommandLine::makePathsAbsolute() {
     for (std::filesystem::path* path : paths_)
         makeAbsolute(*path);
-}
-
-void makeAbsolute(std::filesystem::path& path) {
-    if (path.empty())
-        return;
-    std::error_code error;
-    path = std::filesystem::absolute(path, error).lexically_normal();
-    if (error)
-        throw std::runtime_error("the working directory is gone; change to another");
 }
 
 void addTime(CLI::App& command, double& seconds, const char* help) {

@@ -94,10 +94,6 @@ class CommandLine {
     std::vector<std::filesystem::path*> paths_;
 };
 
-// Makes a path absolute, unless it is empty. Throws std::runtime_error when the working directory
-// is gone.
-void makeAbsolute(std::filesystem::path& path);
-
 // The help of --for, where the time begins with the first sound.
 constexpr const char* FromFirstSound = "seconds from the first sound; until Ctrl-C if not given";
 // Adds --for, a time in seconds, to the command. `help` says what it means there.

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "host/serve/main_loop.h"
+#include "host/sound/wav_stream.h"
 
 namespace {
 
@@ -11,25 +12,6 @@ template <size_t Bytes>
 void appendNumber(std::string& text, uint64_t value) {
     for (size_t i = 0; i < Bytes; ++i)
         text += static_cast<char>(value >> (8 * i) & 0xFFU);
-}
-
-// Returns the header of a WAV file of mu-law, mono, 8000 Hz, of unknown length.
-std::string wavHeader() {
-    constexpr uint64_t Unknown = 0xFFFFFFFF;
-    std::string header = "RIFF";
-    appendNumber<4>(header, Unknown);
-    header += "WAVEfmt ";
-    appendNumber<4>(header, 18);
-    appendNumber<2>(header, 7);
-    appendNumber<2>(header, 1);
-    appendNumber<4>(header, AudioSampleRate);
-    appendNumber<4>(header, AudioSampleRate);
-    appendNumber<2>(header, 1);
-    appendNumber<2>(header, 8);
-    appendNumber<2>(header, 0);
-    header += "data";
-    appendNumber<4>(header, Unknown);
-    return header;
 }
 
 std::string timedHeadOf(const ServedFrame& frame) {
@@ -103,7 +85,7 @@ void AudioStreams::add(int number, AudioFraming framing,
     const std::weak_ptr<Impl> weak = impl_;
     Impl::Input& input = impl_->inputs[number];
     if (framing == AudioFraming::Wav)
-        client->send(chunkOf(wavHeader()));
+        client->send(chunkOf(wavStreamHeader()));
     input.clients.push_back({client, framing});
     client->watch([weak, number, gone = client.get()] {
         if (const auto self = weak.lock())

@@ -1,8 +1,5 @@
 #include "host/serve/hub_impl.h"
 
-#include <algorithm>
-
-#include "base/utf8.h"
 #include "host/session/log_lines.h"
 #include "host/terminal/end_process.h"
 
@@ -11,14 +8,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto AnswerPatience = 5s;  // for the module to apply the last changes, at the end
-
-bool isGoodName(const std::string& name) {
-    std::string valid = name;
-    makeUtf8(valid);
-    return !name.empty() && name.size() <= Hub::MostNameBytes && valid == name &&
-           std::ranges::none_of(name,
-                                [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; });
-}
 
 }  // namespace
 
@@ -161,97 +150,6 @@ int HubImpl::clientsOf(int number) const {
     return clients;
 }
 
-// Enables an input that has clients. Disables one that has none any more, if the options say so.
-void HubImpl::adaptToClients(int number) {
-    const std::lock_guard asking(askMutex_);
-    const int clients = clientsOf(number);
-    const auto channel = described(number);
-    ChannelChange change;
-    {
-        const std::lock_guard held(mutex_);
-        const auto asked = askedFor_.find(number);
-        const bool isEnabled = asked != askedFor_.end() ? asked->second
-                               : channel                ? channel->enabled
-                                                        : true;
-        if (!hasEnded_ && clients > 0 && !isEnabled && !keptOff_.contains(number)) {
-            change.enabled = true;
-        } else if (!hasEnded_ && clients == 0 && options_.stopIdleInputs &&
-                   enabledForClients_.contains(number)) {
-            change.enabled = false;
-        }
-    }
-    if (change.enabled && ask(number, change, [](bool) {})) {
-        const std::lock_guard held(mutex_);
-        if (*change.enabled)
-            enabledForClients_.insert(number);
-        else
-            enabledForClients_.erase(number);
-    }
-    tell(HubEvent::Clients);
-}
-
-// Sends the change to the module. The caller holds `askMutex_`.
-bool HubImpl::ask(int number, const ChannelChange& change, OnApplied onApplied) {
-    std::map<int, bool> askedBefore;
-    {
-        const std::lock_guard held(mutex_);
-        askedBefore = askedFor_;
-        asked_.push_back(std::move(onApplied));
-        if (change.enabled)
-            askedFor_[number] = *change.enabled;
-    }
-    if (session_.module().configure(changingDocument(number, change.name, change.enabled)))
-        return true;
-    const std::lock_guard held(mutex_);
-    asked_.pop_back();
-    askedFor_ = std::move(askedBefore);
-    if (asked_.empty())
-        askedFor_.clear();
-    return false;
-}
-
-void HubImpl::answerAsked() {
-    OnApplied onApplied;
-    {
-        const std::lock_guard held(mutex_);
-        if (asked_.empty())
-            return;
-        onApplied = std::move(asked_.front());
-        asked_.pop_front();
-        if (asked_.empty())
-            askedFor_.clear();
-    }
-    answered_.notify_all();
-    onApplied(true);
-}
-
-ChangeAnswer HubImpl::change(int number, const ChannelChange& change, OnApplied onApplied) {
-    if (!described(number))
-        return ChangeAnswer::NoSuchChannel;
-    if (change.name && !isGoodName(*change.name))
-        return ChangeAnswer::BadName;
-    const std::lock_guard asking(askMutex_);
-    {
-        const std::lock_guard held(mutex_);
-        if (hasEnded_)
-            return ChangeAnswer::Refused;
-    }
-    if (!ask(number, change, std::move(onApplied)))
-        return ChangeAnswer::Refused;
-    if (change.enabled) {
-        const std::lock_guard held(mutex_);
-        enabledForClients_.erase(number);
-        if (*change.enabled)
-            keptOff_.erase(number);
-        else
-            keptOff_.insert(number);
-        const auto line = lines_.find(number);
-        if (line != lines_.end())
-            line->second->keepOff(!*change.enabled);
-    }
-    return ChangeAnswer::Asked;
-}
-
 TalkAnswer HubImpl::beginTalk(int number) {
     const auto channel = described(number);
     if (!channel || !channel->isOutput)
@@ -293,8 +191,8 @@ BufferAccount HubImpl::finish() {
             enabled.assign(enabledForClients_.begin(), enabledForClients_.end());
         hasEnded_ = true;
     }
-    for (const auto& [number, line] :
-         lines_)  // without a lock: no line is made once hasEnded_ is set
+    // Needs no lock: no line is made once hasEnded_ is set.
+    for (const auto& [number, line] : lines_)
         line->stop();
     {
         std::unique_lock held(mutex_);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/serve/rtsp_clients.h"
+#include "host/serve/rtsp_requests.h"
 
 namespace {
 
@@ -46,27 +47,6 @@ void bindSound(GstRTSPMediaFactory* factory, const std::string& address) {
     gst_rtsp_address_pool_add_range(pool.get(), address.c_str(), address.c_str(), FirstUdpPort,
                                     LastUdpPort, 0);
     gst_rtsp_media_factory_set_address_pool(factory, pool.get());
-}
-
-GstRTSPStatusCode beforeDescribe(GstRTSPClient* /*client*/, GstRTSPContext* context, gpointer hub) {
-    const Hub& served = *static_cast<const Hub*>(hub);
-    const std::string path = pathOfUrl(served, context->uri->abspath);
-    const auto input = served.find(path.substr(1, path.find('/', 1) - 1), false);
-    return input && !served.mayListen(input->number) ? GST_RTSP_STS_SERVICE_UNAVAILABLE
-                                                     : GST_RTSP_STS_OK;
-}
-
-// Before a client sets a stream up: if it is the backchannel, which alone has a sink pad, the
-// client must get the output.
-GstRTSPStatusCode beforeSetup(GstRTSPClient* client, GstRTSPContext* context, gpointer hub) {
-    if (const auto status = beforeDescribe(client, context, hub); status != GST_RTSP_STS_OK)
-        return status;
-    const ObjectPointer<GstPad> in(gst_rtsp_stream_get_sinkpad(context->stream));
-    if (in == nullptr)
-        return GST_RTSP_STS_OK;
-    RtspFeed* feed = RtspFeed::of(context->media);
-    return feed != nullptr && feed->takeOutput() ? GST_RTSP_STS_OK
-                                                 : GST_RTSP_STS_SERVICE_UNAVAILABLE;
 }
 
 // Removes a session when its client's connection ends. GStreamer would keep the session until it

@@ -3,16 +3,12 @@
 #include <CLI/CLI.hpp>
 #include <map>
 
+#include "host/system/folders.h"
 #include "host/system/programs.h"
 
 namespace {
 
 constexpr const char* SeeHelp = "; see 'tamborin-host ";
-
-void makeAbsolute(std::filesystem::path& path) {
-    if (!path.empty())
-        path = std::filesystem::absolute(path).lexically_normal();
-}
 
 void addCommonOptions(CLI::App& app, ServeCommandLine& line) {
     SessionOptions& session = line.serve.hub.session;

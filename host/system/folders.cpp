@@ -45,3 +45,12 @@ std::string contentOf(const std::filesystem::path& file) {
     content << opened.rdbuf();
     return opened ? content.str() : "";
 }
+
+void makeAbsolute(std::filesystem::path& path) {
+    if (path.empty())
+        return;
+    std::error_code error;
+    path = std::filesystem::absolute(path, error).lexically_normal();
+    if (error)
+        throw std::runtime_error("the working directory is gone; change to another");
+}

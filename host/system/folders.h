@@ -14,3 +14,6 @@ void readyFile(const std::filesystem::path& file, const char* option);
 
 // Returns the file's bytes, or an empty text when it cannot be read.
 std::string contentOf(const std::filesystem::path& file);
+
+// Leaves an empty path empty. Throws std::runtime_error when the working directory is gone.
+void makeAbsolute(std::filesystem::path& path);

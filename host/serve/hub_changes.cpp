@@ -1,0 +1,108 @@
+// What the hub asks of the module, for its clients or by their order.
+#include <algorithm>
+
+#include "base/utf8.h"
+#include "host/serve/hub_impl.h"
+
+namespace {
+
+bool isGoodName(const std::string& name) {
+    std::string valid = name;
+    makeUtf8(valid);
+    return !name.empty() && name.size() <= Hub::MostNameBytes && valid == name &&
+           std::ranges::none_of(name,
+                                [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; });
+}
+
+}  // namespace
+
+// Enables an input that has clients. Disables one that has none any more, if the options say so.
+void HubImpl::adaptToClients(int number) {
+    const std::lock_guard asking(askMutex_);
+    const int clients = clientsOf(number);
+    const auto channel = described(number);
+    ChannelChange change;
+    {
+        const std::lock_guard held(mutex_);
+        const auto asked = askedFor_.find(number);
+        const bool isEnabled = asked != askedFor_.end() ? asked->second
+                               : channel                ? channel->enabled
+                                                        : true;
+        if (!hasEnded_ && clients > 0 && !isEnabled && !keptOff_.contains(number)) {
+            change.enabled = true;
+        } else if (!hasEnded_ && clients == 0 && options_.stopIdleInputs &&
+                   enabledForClients_.contains(number)) {
+            change.enabled = false;
+        }
+    }
+    if (change.enabled && ask(number, change, [](bool) {})) {
+        const std::lock_guard held(mutex_);
+        if (*change.enabled)
+            enabledForClients_.insert(number);
+        else
+            enabledForClients_.erase(number);
+    }
+    tell(HubEvent::Clients);
+}
+
+// Sends the change to the module. The caller holds `askMutex_`.
+bool HubImpl::ask(int number, const ChannelChange& change, OnApplied onApplied) {
+    std::map<int, bool> askedBefore;
+    {
+        const std::lock_guard held(mutex_);
+        askedBefore = askedFor_;
+        asked_.push_back(std::move(onApplied));
+        if (change.enabled)
+            askedFor_[number] = *change.enabled;
+    }
+    if (session_.module().configure(changingDocument(number, change.name, change.enabled)))
+        return true;
+    const std::lock_guard held(mutex_);
+    asked_.pop_back();
+    askedFor_ = std::move(askedBefore);
+    if (asked_.empty())
+        askedFor_.clear();
+    return false;
+}
+
+void HubImpl::answerAsked() {
+    OnApplied onApplied;
+    {
+        const std::lock_guard held(mutex_);
+        if (asked_.empty())
+            return;
+        onApplied = std::move(asked_.front());
+        asked_.pop_front();
+        if (asked_.empty())
+            askedFor_.clear();
+    }
+    answered_.notify_all();
+    onApplied(true);
+}
+
+ChangeAnswer HubImpl::change(int number, const ChannelChange& change, OnApplied onApplied) {
+    if (!described(number))
+        return ChangeAnswer::NoSuchChannel;
+    if (change.name && !isGoodName(*change.name))
+        return ChangeAnswer::BadName;
+    const std::lock_guard asking(askMutex_);
+    {
+        const std::lock_guard held(mutex_);
+        if (hasEnded_)
+            return ChangeAnswer::Refused;
+    }
+    if (!ask(number, change, std::move(onApplied)))
+        return ChangeAnswer::Refused;
+    if (change.enabled) {
+        const std::lock_guard held(mutex_);
+        enabledForClients_.erase(number);
+        if (*change.enabled)
+            keptOff_.erase(number);
+        else
+            keptOff_.insert(number);
+        const auto line = lines_.find(number);
+        if (line != lines_.end())
+            line->second->keepOff(!*change.enabled);
+    }
+    return ChangeAnswer::Asked;
+}

@@ -1,0 +1,23 @@
+#include "host/serve/rtsp_requests.h"
+
+#include "host/serve/rtsp_clients.h"
+#include "host/serve/rtsp_feed.h"
+
+GstRTSPStatusCode beforeDescribe(GstRTSPClient* /*client*/, GstRTSPContext* context, gpointer hub) {
+    const Hub& served = *static_cast<const Hub*>(hub);
+    const std::string path = pathOfUrl(served, context->uri->abspath);
+    const auto input = served.find(path.substr(1, path.find('/', 1) - 1), false);
+    return input && !served.mayListen(input->number) ? GST_RTSP_STS_SERVICE_UNAVAILABLE
+                                                     : GST_RTSP_STS_OK;
+}
+
+GstRTSPStatusCode beforeSetup(GstRTSPClient* client, GstRTSPContext* context, gpointer hub) {
+    if (const auto status = beforeDescribe(client, context, hub); status != GST_RTSP_STS_OK)
+        return status;
+    const ObjectPointer<GstPad> in(gst_rtsp_stream_get_sinkpad(context->stream));
+    if (in == nullptr)
+        return GST_RTSP_STS_OK;
+    RtspFeed* feed = RtspFeed::of(context->media);
+    return feed != nullptr && feed->takeOutput() ? GST_RTSP_STS_OK
+                                                 : GST_RTSP_STS_SERVICE_UNAVAILABLE;
+}
