@@ -71,7 +71,8 @@ enum {
 };
 
 /* The only audio format: the rate in Hz, and the samples in a captured frame, which are also the
- * most that is played of a written block. C++ has no arithmetic of enumerators with doubles. */
+ * most that is played of a written block. C++20 deprecates arithmetic of enumerators with
+ * doubles. */
 #ifdef __cplusplus
 constexpr int32_t AudioSampleRate = 8000;
 constexpr int32_t AudioFrameSamples = 2048;

@@ -18,6 +18,7 @@
 #include "host/sound/clip.h"
 #include "host/sound/clip_search.h"
 #include "host/sound/recorder.h"
+#include "host/system/folders.h"
 #include "host/terminal/bounded_writer.h"
 
 namespace {
@@ -50,7 +51,7 @@ TEST_F(HostParts, RecordingsAreWholeHoweverTheClockIsSet) {
         EXPECT_EQ(outline.gaps[0].end - outline.gaps[0].begin, Lost);
         const auto drawn = static_cast<int64_t>(outline.envelope.buckets().size()) *
                            outline.envelope.bucketWidth() * 1000 / SampleRate;
-        EXPECT_NEAR(static_cast<double>(drawn), Hour + 61 * 256 + Lost, 1000);
+        EXPECT_NEAR(static_cast<double>(drawn), Hour + 60 * 256 + Lost, 1000);
         EXPECT_EQ(readCodes(recorder.recordings().front().firstFile).size(), 60 * frame.size());
     }
 }
@@ -106,7 +107,7 @@ TEST_F(HostParts, WhatFitsOnAFullDiskCanBePlayed) {
     }
 }
 
-// Without a free descriptor no file is made, and none that is there is touched.
+// Without a free descriptor no file is made, and existing files stay unchanged.
 TEST_F(HostParts, ARecordingOfTheSameSecondStays) {
     const std::vector<uint8_t> sound(3000, 0x55);
     WavFiles(folder_, 3, 0).append(sound, 0);
@@ -120,6 +121,19 @@ TEST_F(HostParts, ARecordingOfTheSameSecondStays) {
     EXPECT_NE(files.failure().find("Too many open files"), std::string::npos) << files.failure();
     ASSERT_FALSE(is_empty(folder_));
     EXPECT_EQ(readCodes(std::filesystem::directory_iterator(folder_)->path()), sound);
+}
+
+// Links that the user names must stay, and lead where the kernel follows them to.
+TEST_F(HostParts, LinksAreFollowedAndKept) {
+    create_directories(folder_ / "far/away");
+    create_directory_symlink(folder_ / "far/away", folder_ / "door");
+    create_symlink("missing", folder_ / "dangling");
+    readyFile(folder_ / "dangling", "--picture");
+    EXPECT_TRUE(is_symlink(folder_ / "dangling"));
+    EXPECT_FALSE(exists(folder_ / "missing"));
+    std::filesystem::path beyond = folder_ / "door/../new";
+    makeAbsolute(beyond);
+    EXPECT_EQ(beyond, canonical(folder_) / "far/new");
 }
 
 TEST_F(HostParts, TheDoctorSaysWhatToDo) {
@@ -181,6 +195,8 @@ TEST_F(HostParts, ClipsAreReadAsFarAsWantedAndNoNumberIsSilence) {
     EXPECT_EQ(codes.size(), size_t{2} * SampleRate);
     // NaN became 0, which resampling replaces by the samples around it.
     EXPECT_EQ(std::ranges::count(codes, linearToUlaw(0)), 0);
+    const std::vector<uint8_t> silence(SampleRate, linearToUlaw(0));
+    EXPECT_EQ(findClip(silence, codes, [](double) {}).correlation, 0);
 }
 
 }  // namespace

@@ -76,8 +76,9 @@ class SoundStream {
     // Waits for the reader, when the module has stopped.
     void finish(int64_t endMs) {
         writer_.settle();
+        const uint64_t unwrittenBytes = writer_.unwrittenBytes();
         const std::lock_guard held(mutex_);
-        const uint64_t unwritten = std::min(writer_.unwrittenBytes(), recording_.samples);
+        const uint64_t unwritten = std::min(unwrittenBytes, recording_.samples);
         recording_.samples -= unwritten;
         lostSamples_ += unwritten;
         count(gapFinder_.finish(endMs));

@@ -88,8 +88,9 @@ int run(const Options& options, const CommonOptions& common, Console& console) {
         }
     }
     const double played = player ? player->playedSeconds() : 0;
+    const int64_t endMs = steadyMilliseconds();
     const BufferAccount account = session.finish();
-    recorder->finish(steadyMilliseconds());
+    recorder->finish(endMs);
 
     const Recording recording = recorder->recordings().front();
     showRecordings(console, {recording});

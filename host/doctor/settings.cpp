@@ -166,8 +166,10 @@ Findings examineSettings(const std::filesystem::path& folder, const Discovery& d
     } else if (!fileText.flaw.empty()) {
         findings.push_back({isPendingWhole ? Verdict::Note : Verdict::Wrong,
                             file.string() + " cannot be read: " + fileText.flaw,
-                            "repair it, or move it away: when the module starts it overwrites the "
-                            "file with new settings"});
+                            isPendingWhole
+                                ? "nothing to do: the module replaces it by the pending settings"
+                                : "repair it, or move it away: when the module starts it "
+                                  "overwrites the file with new settings"});
     } else {
         findings.push_back({Verdict::Good, file.string() + " can be read", ""});
     }

@@ -8,8 +8,8 @@
 
 // Returns the inputs, or outputs, with these numbers, names or devices. If `named` is empty,
 // returns all that have a device. A device chooses a channel only when no other channel of the
-// direction has the device. Throws std::runtime_error, which lists the choices, when a channel is
-// unknown or has no device, or when no channel has a device.
+// direction has the device. Throws std::runtime_error when a channel is unknown (its text then
+// lists the choices) or has no device, or when no channel has a device.
 std::vector<ChannelDescription> chooseInputs(const std::vector<ChannelDescription>& channels,
                                              const std::vector<std::string>& named);
 std::vector<ChannelDescription> chooseOutputs(const std::vector<ChannelDescription>& channels,

@@ -6,7 +6,7 @@
 
 #include "plugin/tamborin.h"
 
-// Returns the record and the host's answer to it as one line. Of sound it tells the number of
-// samples and their peak. With `isAscii` all other characters are escaped, else the line is UTF-8.
-// Any thread.
+// Returns the record as one line, and with it the host's answer when the record asks which log
+// lines are wanted. Of sound it tells the number of samples and their peak. With `isAscii` all
+// other characters are escaped, else the line is UTF-8. Any thread.
 std::string jsonLine(const HostMessage& message, int32_t answer, bool isAscii);

@@ -42,6 +42,7 @@ ModuleHost::ModuleHost(const std::filesystem::path& library, ModuleListener list
     ModuleInfo info{};
     load(&table, &info);
     if (info.moduleId != ModuleId) {
+        unload_();
         current = nullptr;
         throw ModuleLoadError(library.string() + " is another module");
     }

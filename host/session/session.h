@@ -42,7 +42,8 @@ class Session {
     // Enables channels, raises the buffering to `bufferLength` (ms) if it is shorter, and waits
     // until the module has applied that. The time to run begins then.
     void enable(const std::vector<ChannelDescription>& channels, int bufferLength);
-    // Waits until `isHeard` returns true, for ten seconds at most. The time to run begins anew.
+    // Waits until `isHeard` returns true, for ten seconds at most, or until the user stops the
+    // tool. The time to run begins anew.
     void awaitSound(const std::function<bool()>& isHeard);
     // Sends a configuration document and waits for the description that answers it.
     void send(const std::string& document);

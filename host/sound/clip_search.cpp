@@ -37,8 +37,9 @@ ClipFound findClip(std::span<const uint8_t> clip, std::span<const uint8_t> recor
         if (at % 1024 == 0)
             onProgress(static_cast<double>(at) / static_cast<double>(heard.size()));
         const double energy = dot(window, window);
-        const double correlation =
-            energy > 0 ? dot(wanted, window) / std::sqrt(energy * wantedEnergy) : 0;
+        const double correlation = energy > 0 && wantedEnergy > 0
+                                       ? dot(wanted, window) / std::sqrt(energy * wantedEnergy)
+                                       : 0;
         if (correlation > best.correlation)
             best = {correlation, static_cast<double>(at) / SampleRate};
     }

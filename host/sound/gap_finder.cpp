@@ -17,9 +17,10 @@ int64_t durationOf(size_t samples) { return static_cast<int64_t>(samples) * 1000
 }  // namespace
 
 std::vector<Stretch> GapFinder::place(size_t samples, int64_t arrival) {
+    const int64_t begin = arrival - durationOf(samples);
     if (!expectedMs_)
-        expectedMs_ = arrival;
-    const int64_t late = arrival - *expectedMs_ - durationOf(waitingSamples_);
+        expectedMs_ = begin;
+    const int64_t late = begin - *expectedMs_ - durationOf(waitingSamples_);
     if (waitingSamples_ == 0) {
         if (late <= LateTolerance) {
             *expectedMs_ += late / ShiftDivisor;

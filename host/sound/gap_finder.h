@@ -14,10 +14,10 @@ struct Stretch {
     size_t samples;
 };
 
-// Needs only the lengths and arrival times of frames. The sound card's clock differs from the
-// machine's, so a frame that is a little early or late shifts the following ones slightly. A frame
-// that is later follows lost sound, or was only sent late: then the next ones catch up. It waits
-// with the next ones until that is decided.
+// Needs only the lengths and arrival times of frames. A frame arrives when its sound ends. The
+// sound card's clock differs from the machine's, so a frame that is a little early or late shifts
+// the following ones slightly. A frame that is later follows lost sound, or was only sent late:
+// then the next ones catch up. It waits with the next ones until that is decided.
 class GapFinder {
   public:
     // Takes a frame of so many samples that arrived at a steady time (ms). Returns the stretches
@@ -32,7 +32,7 @@ class GapFinder {
     std::vector<Stretch> decide(int64_t missingMs);
     Stretch advance(int64_t milliseconds, size_t samples);
 
-    std::optional<int64_t> expectedMs_;  // when the first waiting frame, or else the next, is due
+    std::optional<int64_t> expectedMs_;  // begin of the first waiting frame, or of the next
     size_t waitingSamples_ = 0;
     int64_t waitingSinceMs_ = 0;
     int64_t leastLateMs_ = 0;  // of the waiting frames

@@ -42,7 +42,7 @@ uint64_t Player::outstanding() const {
 
 bool Player::feed() {
     const uint64_t waiting = outstanding();
-    if (waiting < lastOutstanding_ || blocksLent_ == 0)
+    if (waiting < lastOutstanding_)
         lastProgress_ = std::chrono::steady_clock::now();
     uint64_t room = BlocksAhead - std::min(BlocksAhead, waiting);
     for (; room > 0 && position_ < codes_.size(); --room) {

@@ -29,8 +29,9 @@ NewFile makeFile(const std::filesystem::path& folder, int number, int64_t millis
     std::filesystem::path name = folder / (stem + ".wav");
     for (int copy = 2;; ++copy) {
         const int file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (file >= 0 || errno != EEXIST)
-            return {name, file, errno};
+        const int error = errno;
+        if (file >= 0 || error != EEXIST)
+            return {name, file, error};
         name = folder / (stem + "-" + std::to_string(copy) + ".wav");
     }
 }

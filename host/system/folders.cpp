@@ -31,12 +31,14 @@ void readyFile(const std::filesystem::path& file, const char* option) {
     readyFolder(file.parent_path(), option);
     std::error_code error;
     const bool isThere = std::filesystem::exists(file, error);
-    const int opened = open(file.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0666);
+    if (error)
+        refuse(file.string(), error, option);
+    if (!isThere)
+        return;
+    const int opened = open(file.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     if (opened < 0)
         refuse(file.string(), {errno, std::generic_category()}, option);
     close(opened);
-    if (!isThere)
-        std::filesystem::remove(file, error);
 }
 
 std::string contentOf(const std::filesystem::path& file) {
@@ -50,7 +52,7 @@ void makeAbsolute(std::filesystem::path& path) {
     if (path.empty())
         return;
     std::error_code error;
-    path = std::filesystem::absolute(path, error).lexically_normal();
+    path = std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error);
     if (error)
         throw std::runtime_error("the working directory is gone; change to another");
 }

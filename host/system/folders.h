@@ -8,8 +8,8 @@
 // another folder, when that fails or the folder cannot be written.
 void readyFolder(const std::filesystem::path& folder, const char* option);
 
-// Makes the file's folder if it is missing, and checks that the file can be written. Leaves no new
-// file behind. Throws like readyFolder.
+// Makes the file's folder if it is missing, and checks that the file can be written. Does not make
+// the file. Throws like readyFolder.
 void readyFile(const std::filesystem::path& file, const char* option);
 
 // Returns the file's bytes, or an empty text when it cannot be read.

@@ -20,8 +20,8 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr auto Patience =
-    1s;  // with a reader that takes nothing, once the user has stopped the tool
+// With a reader that takes nothing, once the user has stopped the tool.
+constexpr auto Patience = 1s;
 constexpr auto LookInterval = 100ms;
 
 }  // namespace
@@ -49,7 +49,7 @@ struct BoundedWriter::Shared {
         while (!text.empty()) {
             const ssize_t written =
                 ::write(descriptor, text.data(), std::min<size_t>(text.size(), PIPE_BUF));
-            if (written < 0 && errno == EAGAIN) {  // the user's descriptor may be one of these
+            if (written < 0 && errno == EAGAIN) {  // the descriptor may be non-blocking
                 pollfd ready{descriptor, POLLOUT, 0};
                 poll(&ready, 1, -1);
                 continue;

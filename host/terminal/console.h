@@ -1,8 +1,8 @@
 // The tool's output to its user.
 //
 // Results and remarks go to stdout, or to stderr when stdout carries records or sound. Errors, log
-// lines and progress go to stderr. Text on stdout waits for its reader. Everything else is written
-// by other threads, and dropped when its reader stalls.
+// lines and progress go to stderr. Results on stdout wait for their reader. Everything else is
+// written by other threads, and dropped when its reader stalls.
 #pragma once
 
 #include <atomic>
@@ -22,7 +22,8 @@ struct ConsoleOptions {
     bool soundOnStdout = false;
 };
 
-// Returns false when NO_COLOR is set in the environment. Does not look at the terminal.
+// Returns false when NO_COLOR is set in the environment and not empty. Does not look at the
+// terminal.
 bool areColoursWanted();
 
 enum class Colour { None = 0, Red = 31, Green = 32, Yellow = 33 };
