@@ -10,7 +10,8 @@ fi
 host=$1 clients=$(dirname "$0")/serve_clients.py
 folder=$(mktemp -d /tmp/tamborin-serve-XXXXXX)
 end() {
-    kill -KILL $(jobs -p) 2>/dev/null || true
+    # bash tells of killed jobs when it collects them.
+    { kill -KILL $(jobs -p) && wait; } 2>/dev/null || true
     rm -rf "$folder"
 }
 trap end EXIT
