@@ -29,11 +29,12 @@ void expect(bool isTrue) {
         std::abort();
 }
 
+// Returns the next text. It ends at a zero byte, because GStreamer and libsoup give us C strings.
 std::string takeText(std::string_view& input) {
     const size_t end = std::min(input.find(Separator), input.size());
-    std::string text(input.substr(0, end));
+    const std::string text(input.substr(0, end));
     input.remove_prefix(std::min(end + 1, input.size()));
-    return text;
+    return text.c_str();
 }
 
 std::string escaped(const std::string& text) {
@@ -54,7 +55,8 @@ void readRtspPath(std::string_view input) {
         const auto found = findNamed(channels, name, false);
         expect(found && found->number == (name == "0" || name == "door" ? 0 : 2));
     }
-    const NamingPath path = splitPath(takeText(input).c_str());
+    const std::string urlPath = takeText(input);
+    const NamingPath path = splitPath(urlPath);
     expect(path.rest.empty() || (path.rest.starts_with('/') && !path.rest.ends_with('/')));
     if (!path.channel)
         return;
