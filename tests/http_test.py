@@ -69,7 +69,8 @@ def test_api():
         leave()
     await_that(f"{before} descriptors again", lambda: descriptors() <= before)
     for status, path, *options in [
-            (404, "nothing"), (404, "api/channels/9/audio.wav"), (404, "api/channels/9", *put('{"name": "a"}')),
+            (404, "nothing"), (404, "api/channels/9/audio.wav"), (404, "api/channels/00"),
+            (404, "api/channels/9", *put('{"name": "a"}')),
             (404, "api/channels/0/audio", "-H", MULAW, "-d", "x"), (404, "api/channels/1/audio.wav"),
             (405, "api/channels/0", "-X", "DELETE"), (405, "metrics", "-d", "x"), (400, "api/channels/1/talk"),
             (400, "api/channels/0", *put("[" * 4000)), (400, "api/channels/0", *put('{"enabled": 1}')),

@@ -10,7 +10,8 @@ fi
 host=$1 clients=$(dirname "$0")/serve_clients.py
 folder=$(mktemp -d /tmp/tamborin-serve-XXXXXX)
 end() {
-    kill -KILL $(jobs -p) 2>/dev/null || true
+    # bash tells of killed jobs when it collects them.
+    { kill -KILL $(jobs -p) && wait; } 2>/dev/null || true
     rm -rf "$folder"
 }
 trap end EXIT
@@ -58,6 +59,54 @@ done
 [ "$(probe bob:battery%20staple@ pulse%20%28input%29)" = pcm_mulaw ] || fail "no input by its name"
 [[ $(probe bob:battery%20staple@ nothing) == *404* ]] || fail "an input that is not there"
 stop
+
+# A new name holds at once, and the old one no more, but who listens by it goes on. A number comes
+# before a name. Of two inputs with one name the first is meant.
+describe() {  # PATH, prints the status
+    local port=${url##*:} status
+    exec 3<>"/dev/tcp/127.0.0.1/${port%/}"
+    printf 'DESCRIBE %s RTSP/1.0\r\nCSeq: 1\r\n\r\n' "$url$1" >&3
+    read -r -t 60 _ status _ <&3
+    exec 3>&-
+    echo "$status"
+}
+change() {  # NUMBER JSON
+    curl -sf -m 60 -o "$folder/change.out" -X PUT -H 'Content-Type: application/json' -d "$2" \
+        "${page}api/channels/$1" || fail "no change to $2"
+}
+start
+await "the page's URL" grep -q '^http' "$folder/server.out"
+page=$(sed -n 's|^\(http[^ ]*\).*|\1|p' "$folder/server.out") old=pulse%20%28input%29
+ffmpeg -v error -rtsp_transport tcp -i "$url$old" -c:a copy -flush_packets 1 -f mulaw \
+    "$folder/named.ul" 2>"$folder/named.err" &
+named=$!
+await "sound by a name" test -s "$folder/named.ul"
+while read -r path name; do
+    change 0 "{\"name\": \"$name\"}"
+    [ "$(describe "$path") $(describe "$old")" = "200 404" ] ||
+        fail "'$name' is at $path $(describe "$path"), at $old $(describe "$old")"
+    old=$path
+done <<'END'
+Front%20door Front door
+2%2Fstream%3D0 2/stream=0
+50%25%3F 50%?
+%54%C3%BCr Tür
+-/ -
+7 7
+END
+size=$(stat -c %s "$folder/named.ul")
+await "sound after the renames" eval '[ $(stat -c %s "$folder/named.ul") -gt $((size + 8000)) ]'
+change 2 '{"enabled": false}'
+change 0 '{"name": "2"}'
+[ "$(describe 2)" = 503 ] || fail "a name hides a number"
+change 0 '{"name": "same"}'
+change 2 '{"name": "same"}'
+[ "$(describe same)" = 200 ] || fail "the second input is meant"
+[ "$(describe same%00)$(describe %zz)$(describe "")" = 404404404 ] || fail "a wrong path leads to an input"
+change 0 '{"name": "pulse (input)"}'
+change 2 '{"name": "default (input)", "enabled": true}'
+stop
+wait "$named" || true
 
 # Two clients listen, one reads nothing, and one talks.
 start

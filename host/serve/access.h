@@ -16,7 +16,7 @@ template <typename Object>
 using ObjectPointer = std::unique_ptr<Object, ObjectUnref>;
 
 struct Access {
-    std::optional<Passwords> passwords;          // without it all users of this machine may connect
+    std::optional<Passwords> passwords;          // nothing: all users of this machine may connect
     ObjectPointer<GTlsCertificate> certificate;  // null: no TLS
 };
 

@@ -39,7 +39,7 @@ struct AudioStreams::Impl {
         const auto input = inputs.find(number);
         if (input == inputs.end())
             return;
-        const std::vector<Client> clients = input->second.clients;  // a client may leave meanwhile
+        const std::vector<Client> clients = input->second.clients;  // a copy: dropped clients leave
         const Chunk timedHead = chunkOf(timedHeadOf(*frame));
         for (const Client& client : clients) {
             if (client.framing == AudioFraming::Timed)

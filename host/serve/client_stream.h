@@ -1,5 +1,5 @@
-// Sends a client sound or events until it leaves, or a refusal while it is still sending the body
-// of its request. The bytes that wait for the client are limited.
+// Sends bytes to an HTTP client: sound or events until the client leaves, or a refusal while it is
+// still sending the body of its request. The number of bytes that wait for the client is limited.
 //
 // All functions run on the main loop's thread.
 #pragma once

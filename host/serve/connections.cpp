@@ -44,8 +44,8 @@ void onHandshake(GObject* stream, GAsyncResult* result, gpointer data) {
         serve(owned.get(), *client);
 }
 
-// Begins the handshake. It occupies one of GIO's few threads until its end, so silent clients must
-// not get as far as this.
+// Begins the handshake, which occupies one of GIO's few threads until it ends. So it may begin only
+// when the client has sent something.
 gboolean onFirstBytes(GSocket* /*socket*/, GIOCondition /*condition*/, gpointer data) {
     auto& client = *static_cast<std::unique_ptr<Handshake>*>(data);
     client->connection->allow(HandshakeTime);

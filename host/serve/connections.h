@@ -60,8 +60,8 @@ class Connections {
     size_t count() const;
     // Returns the connection of a request; null when it is gone.
     static std::shared_ptr<Connection> of(SoupServerMessage* message);
-    // Gives up what `of` returns, for a connection that is taken away from libsoup, which would
-    // keep it until the end.
+    // Makes `of` return null for the message. Call it when the connection is taken away from
+    // libsoup, because libsoup would keep its reference until the server ends.
     static void forget(SoupServerMessage* message);
 
   private:

@@ -98,7 +98,7 @@ void Events::sendChanges() {
 
 void Events::sendAll(const std::string& text) {
     const Chunk chunk = chunkOf(text);
-    const auto clients = clients_;  // a client may leave meanwhile
+    const auto clients = clients_;  // a copy: dropped clients leave
     for (const auto& client : clients)
         client->send(chunk);
 }

@@ -88,8 +88,8 @@ void answerError(SoupServerMessage* message, unsigned status, const std::string&
 }
 
 void refuse(SoupServerMessage* message, unsigned status, const std::string& sentence) {
-    // libsoup never frees what it keeps of a connection that was taken away from it. Who has no
-    // password must not cause that.
+    // libsoup never frees what it keeps of a connection that was taken away from it. So a client
+    // without a password gets libsoup's own answer.
     if (status == SOUP_STATUS_UNAUTHORIZED || !hasLongBody(message))
         return answerError(message, status, sentence);
     const std::string text =

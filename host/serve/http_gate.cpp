@@ -23,11 +23,20 @@ std::string header(SoupServerMessage* message, const char* name) {
     return value == nullptr ? "" : lower(value);
 }
 
-// Returns the host of "name:port" or "[::1]:port"; the port may be missing.
-std::string nameOf(const std::string& authority) {
-    if (authority.starts_with('['))
-        return authority.substr(1, authority.find(']') - 1);
-    return authority.substr(0, authority.find(':'));
+// Returns the name in "name:port" or "[::1]:port", whose port may be missing. Returns an empty text
+// for anything else, such as "localhost:x@other.example".
+std::string nameOf(std::string_view authority) {
+    const bool isBracketed = authority.starts_with('[');
+    const size_t end =
+        isBracketed ? authority.find(']') : std::min(authority.find(':'), authority.size());
+    if (end == std::string_view::npos ||
+        authority.find_first_of("/?#@\\") != std::string_view::npos)
+        return "";
+    const std::string_view port = authority.substr(isBracketed ? end + 1 : end);
+    if (!port.empty() &&
+        (port[0] != ':' || port.find_first_not_of("0123456789", 1) != std::string_view::npos))
+        return "";
+    return std::string(isBracketed ? authority.substr(1, end - 1) : authority.substr(0, end));
 }
 
 bool isThisMachine(const std::string& name) {
@@ -39,24 +48,28 @@ bool isThisMachine(const std::string& name) {
 
 // Returns true when a browser says that another site's page made the request. Other programs send
 // neither header.
-bool isOfAnotherSite(SoupServerMessage* message, const std::string& host) {
-    const std::string site = header(message, "Sec-Fetch-Site");
-    if (!site.empty() && site != "same-origin" && site != "none")
+bool isOfAnotherSite(const RequestOrigin& request) {
+    if (!request.site.empty() && request.site != "same-origin" && request.site != "none")
         return true;
-    const std::string origin = header(message, "Origin");
-    return !origin.empty() && origin != "http://" + host && origin != "https://" + host;
+    return !request.origin.empty() && request.origin != "http://" + request.host &&
+           request.origin != "https://" + request.host;
 }
 
 }  // namespace
 
-GateRefusal checkGate(SoupServerMessage* message, bool hasPasswords, bool isPage) {
-    const std::string host = header(message, "Host");
-    if (host.empty())
+GateRefusal checkOrigin(const RequestOrigin& request, bool hasPasswords, bool isPage) {
+    if (request.host.empty())
         return {SOUP_STATUS_BAD_REQUEST, "The request has no Host header."};
-    if (!hasPasswords && !isThisMachine(nameOf(host)))
+    if (!hasPasswords && !isThisMachine(nameOf(request.host)))
         return {SOUP_STATUS_FORBIDDEN,
                 "Without passwords this server answers only as localhost or its loopback address."};
-    if (!isPage && isOfAnotherSite(message, host))
+    if (!isPage && isOfAnotherSite(request))
         return {SOUP_STATUS_FORBIDDEN, "A page of another site may not do this."};
     return {};
+}
+
+GateRefusal checkGate(SoupServerMessage* message, bool hasPasswords, bool isPage) {
+    return checkOrigin(
+        {header(message, "Host"), header(message, "Sec-Fetch-Site"), header(message, "Origin")},
+        hasPasswords, isPage);
 }

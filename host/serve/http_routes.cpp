@@ -39,9 +39,11 @@ std::optional<Route> findRoute(std::string_view path) {
     path.remove_prefix(ChannelBeginning.size());
     int number = 0;
     const auto [end, error] = std::from_chars(path.data(), path.data() + path.size(), number);
-    if (error != std::errc() || number < 0 || end == path.data())
+    const auto digits = static_cast<size_t>(end - path.data());
+    // Each channel has one path: "-0" and "007" are no numbers.
+    if (error != std::errc() || number < 0 || path.substr(0, digits) != std::to_string(number))
         return std::nullopt;
-    path.remove_prefix(static_cast<size_t>(end - path.data()));
+    path.remove_prefix(digits);
     const Fixed* found = search(Parts, path);
     return found == nullptr ? std::nullopt : std::optional(Route{found->resource, number});
 }

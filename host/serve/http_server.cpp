@@ -89,8 +89,8 @@ void HttpServer::prepare(SoupServerMessage* message) {
 
 void HttpServer::onHeaders(SoupServerMessage* message) {
     SoupMessageHeaders* const asked = soup_server_message_get_request_headers(message);
-    // libsoup keeps no connection that it did not accept itself. A WebSocket's handshake has a
-    // Connection header of its own.
+    // libsoup closes a connection that it did not accept itself after one request, and the header
+    // tells the client so. A WebSocket's handshake has a Connection header of its own.
     if (soup_message_headers_get_list(asked, "Upgrade") == nullptr)
         soup_message_headers_replace(soup_server_message_get_response_headers(message),
                                      "Connection", "close");

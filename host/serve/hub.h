@@ -82,7 +82,7 @@ enum class HubEvent {
 using OnHubEvent = std::function<void(HubEvent event)>;
 
 struct ChannelChange {
-    std::optional<std::string> name;  // UTF-8, 1 to Hub::MostNameBytes bytes, no control characters
+    std::optional<std::string> name;  // must be good (host/serve/channel_names.h)
     std::optional<bool> enabled;
 };
 enum class ChangeAnswer { Asked, NoSuchChannel, BadName, Refused };
@@ -154,7 +154,6 @@ struct TalkAnswer {
 
 class Hub {
   public:
-    static constexpr size_t MostNameBytes = 128;
     static constexpr size_t MostTalkAhead = size_t{4} * AudioSampleRate;
     static constexpr size_t KeptLogLines = 200;
 

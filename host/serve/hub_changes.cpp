@@ -1,20 +1,6 @@
 // What the hub asks of the module, for its clients or by their order.
-#include <algorithm>
-
-#include "base/utf8.h"
+#include "host/serve/channel_names.h"
 #include "host/serve/hub_impl.h"
-
-namespace {
-
-bool isGoodName(const std::string& name) {
-    std::string valid = name;
-    makeUtf8(valid);
-    return !name.empty() && name.size() <= Hub::MostNameBytes && valid == name &&
-           std::ranges::none_of(name,
-                                [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; });
-}
-
-}  // namespace
 
 // Enables an input that has clients. Disables one that has none any more, if the options say so.
 void HubImpl::adaptToClients(int number) {

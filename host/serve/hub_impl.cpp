@@ -1,5 +1,6 @@
 #include "host/serve/hub_impl.h"
 
+#include "host/serve/channel_names.h"
 #include "host/session/log_lines.h"
 #include "host/terminal/end_process.h"
 
@@ -77,19 +78,7 @@ HubState HubImpl::state() const {
 
 std::optional<ChannelDescription> HubImpl::find(std::string_view numberOrName,
                                                 bool isOutput) const {
-    const auto channels = session_.channels();
-    const auto search = [&](const auto& isIt) -> std::optional<ChannelDescription> {
-        for (const ChannelDescription& channel : channels)
-            if (channel.isOutput == isOutput && isIt(channel))
-                return channel;
-        return std::nullopt;
-    };
-    const auto numbered = search([&](const ChannelDescription& channel) {
-        return std::to_string(channel.number) == numberOrName;
-    });
-    return numbered ? numbered : search([&](const ChannelDescription& channel) {
-        return channel.name == numberOrName;
-    });
+    return findNamed(session_.channels(), numberOrName, isOutput);
 }
 
 std::optional<ChannelDescription> HubImpl::described(int number) const {

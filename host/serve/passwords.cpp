@@ -2,11 +2,8 @@
 
 #include <glib.h>
 #include <glib/gstdio.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
 #include <fstream>
 #include <memory>
@@ -14,31 +11,14 @@
 
 namespace {
 
-constexpr const char* RealmBeginning = "tamborin-";
-constexpr size_t SaltBytes = 12;
-constexpr size_t MostNameBytes = 64;
 constexpr size_t LeastPasswordBytes = 8;
 constexpr size_t MostPasswordBytes = 256;
-constexpr size_t HashDigits = 32;
 constexpr int OwnerOnly = 0600;
 
 using Text = std::unique_ptr<gchar, decltype(&g_free)>;
 
 [[noreturn]] void refuse(const std::filesystem::path& file, const std::string& why) {
     throw std::runtime_error("the password file " + file.string() + " " + why);
-}
-
-std::string newRealm() {
-    std::array<unsigned char, SaltBytes> salt{};
-    if (getrandom(salt.data(), salt.size(), 0) != static_cast<ssize_t>(salt.size()))
-        throw std::runtime_error("the system gives no random numbers");
-    std::string realm = RealmBeginning;
-    for (const unsigned char byte : salt) {
-        constexpr std::string_view Digits = "0123456789abcdef";
-        realm += Digits[byte >> 4U];
-        realm += Digits[byte & 15U];
-    }
-    return realm;
 }
 
 std::string hashOf(const std::string& user, const std::string& realm, const std::string& password) {
@@ -49,39 +29,14 @@ std::string hashOf(const std::string& user, const std::string& realm, const std:
     return hash.get();
 }
 
-// Refuses characters that end a name: headers have it between quotation marks, the file in front of
-// a colon.
-bool isGoodUser(const std::string& user) {
-    return !user.empty() && user.size() <= MostNameBytes &&
-           std::ranges::all_of(user, [](unsigned char byte) {
-               return byte > 0x20 && byte < 0x7F && byte != ':' && byte != '"' && byte != '\\';
-           });
-}
-
-bool isHash(const std::string& text) {
-    return text.size() == HashDigits &&
-           text.find_first_not_of("0123456789abcdef") == std::string::npos;
-}
-
 Passwords parse(const std::filesystem::path& file) {
     std::ifstream stream(file);
     if (!stream)
         refuse(file, "cannot be read");
-    Passwords passwords;
-    for (std::string line; std::getline(stream, line);) {
-        const size_t first = line.find(':');
-        const size_t last = line.rfind(':');
-        if (first == std::string::npos || first == last || !isHash(line.substr(last + 1)) ||
-            !isGoodUser(line.substr(0, first)))
-            refuse(file, "has a line that 'tamborin-host password' did not write");
-        const std::string realm = line.substr(first + 1, last - first - 1);
-        if (!realm.starts_with(RealmBeginning) ||
-            (!passwords.realm.empty() && passwords.realm != realm))
-            refuse(file, "has a line that 'tamborin-host password' did not write");
-        passwords.realm = realm;
-        passwords.hashes[line.substr(0, first)] = line.substr(last + 1);
-    }
-    return passwords;
+    const std::optional<Passwords> passwords = parseHtdigest(stream);
+    if (!passwords)
+        refuse(file, "has a line that 'tamborin-host password' did not write");
+    return *passwords;
 }
 
 }  // namespace
@@ -113,9 +68,7 @@ void setPassword(const std::filesystem::path& file, const std::string& user,
     if (passwords.realm.empty())
         passwords.realm = newRealm();
     passwords.hashes[user] = hashOf(user, passwords.realm, password);
-    std::string text;
-    for (const auto& [name, hash] : passwords.hashes)
-        text.append(name).append(":").append(passwords.realm).append(":").append(hash) += '\n';
+    const std::string text = htdigestOf(passwords);
     GError* failure = nullptr;
     if (g_file_set_contents_full(file.c_str(), text.c_str(), static_cast<gssize>(text.size()),
                                  static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT |

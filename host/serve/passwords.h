@@ -1,16 +1,10 @@
-// The password file: a line "user:realm:hash" for each user, the format of digest authentication,
-// which both servers use. The realm is the salt of all hashes. Its random part is chosen when the
-// file is made.
+// The password file (host/serve/htdigest.h). Only its owner may read it.
 #pragma once
 
 #include <filesystem>
-#include <map>
 #include <string>
 
-struct Passwords {
-    std::string realm;
-    std::map<std::string, std::string> hashes;  // MD5 of "user:realm:password", by user
-};
+#include "host/serve/htdigest.h"
 
 // Reads the file. Throws std::runtime_error with one line for the user, also when its group may
 // write it, when others may use it, or when it has no user.

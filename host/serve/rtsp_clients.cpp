@@ -2,18 +2,11 @@
 
 #include <gst/rtsp-server/rtsp-onvif-server.h>
 
-#include <memory>
+#include "host/serve/channel_names.h"
 
 namespace {
 
 constexpr const char* HubKey = "tamborin-hub";
-
-std::string decoded(std::string_view segment) {
-    const std::string text(segment);
-    const std::unique_ptr<gchar, decltype(&g_free)> plain(
-        g_uri_unescape_string(text.c_str(), nullptr), g_free);
-    return plain != nullptr ? plain.get() : "";
-}
 
 // GStreamer asks the client for the path in some requests, and the mount points in others.
 template <typename Asked>
@@ -93,11 +86,7 @@ GstRTSPServer* newRtspServer(const Hub& hub) {
 std::string mountPath(int number) { return "/" + std::to_string(number); }
 
 std::string pathOfUrl(const Hub& hub, std::string_view urlPath) {
-    const std::string_view path = urlPath.substr(urlPath.starts_with('/') ? 1 : 0);
-    const size_t end = std::min(path.find('/'), path.size());
-    const auto input = hub.find(decoded(path.substr(0, end)), false);
-    std::string rest(path.substr(end));
-    while (rest.ends_with('/'))
-        rest.pop_back();
-    return (input ? mountPath(input->number) : "/-") + rest;
+    const NamingPath path = splitPath(urlPath);
+    const auto input = path.channel ? hub.find(*path.channel, false) : std::nullopt;
+    return (input ? mountPath(input->number) : "/-") + path.rest;
 }

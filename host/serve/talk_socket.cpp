@@ -9,7 +9,7 @@ namespace {
 
 constexpr guint Patience = 10;  // seconds without a message
 constexpr guint64 MostMessageBytes = 8192;
-constexpr gushort Refused = 4000;  // plus the HTTP status: WebSocket leaves 4000 to 4999 to us
+constexpr gushort Refused = 4000;  // plus the HTTP status; 4000 to 4999 are for applications
 
 }  // namespace
 
