@@ -89,7 +89,8 @@ RtspFeed::RtspFeed(RtspInput input, GstRTSPMedia* medium)
     : input_(std::move(input)), source_([medium] {
           const ObjectPointer<GstElement> bin(gst_rtsp_media_get_element(medium));
           return gst_bin_get_by_name(GST_BIN(bin.get()), "source");
-      }()) {
+      }()),
+      talk_(input_.hub, input_.talkOutput) {
     const ObjectPointer<GstElement> bin(gst_rtsp_media_get_element(medium));
     const ObjectPointer<GstElement> pipeline(
         GST_ELEMENT(gst_object_get_parent(GST_OBJECT(bin.get()))));
@@ -118,12 +119,11 @@ void RtspFeed::end() {
         GstAppSinkCallbacks none{};
         gst_app_sink_set_callbacks(GST_APP_SINK(sink_.get()), &none, nullptr, nullptr);
     }
+    talk_.end();
     std::unique_ptr<Listening> listening;
-    std::unique_ptr<Talk> talk;
     {
         const std::lock_guard held(mutex_);
         listening.swap(listening_);
-        talk.swap(talk_);
     }
 }
 
@@ -165,13 +165,6 @@ void RtspFeed::give(const FramePointer& frame) {
     gst_app_src_push_buffer(GST_APP_SRC(source_.get()), buffer);
 }
 
-bool RtspFeed::takeOutput() {
-    const std::lock_guard held(mutex_);
-    if (talk_ == nullptr && input_.talkOutput)
-        talk_ = input_.hub.beginTalk(*input_.talkOutput).talk;
-    return talk_ != nullptr;
-}
-
 GstFlowReturn RtspFeed::take(GstSample* sample) {
     if (sample == nullptr)
         return GST_FLOW_EOS;
@@ -180,9 +173,7 @@ GstFlowReturn RtspFeed::take(GstSample* sample) {
     if (GST_BUFFER_PTS_IS_VALID(buffer) && gst_buffer_map(buffer, &map, GST_MAP_READ) != FALSE) {
         const auto position = static_cast<int64_t>(
             gst_util_uint64_scale_round(GST_BUFFER_PTS(buffer), SampleRate, GST_SECOND));
-        const std::lock_guard held(mutex_);
-        if (talk_ != nullptr)
-            talk_->put(position, {map.data, map.size});
+        talk_.put(position, {map.data, map.size});
         gst_buffer_unmap(buffer, &map);
     }
     gst_sample_unref(sample);

@@ -11,6 +11,7 @@
 
 #include "host/serve/access.h"
 #include "host/serve/hub.h"
+#include "host/serve/rtsp_talk.h"
 
 class RtspFeed;
 
@@ -54,9 +55,7 @@ class RtspFeed {
     RtspFeed(const RtspFeed&) = delete;
     RtspFeed& operator=(const RtspFeed&) = delete;
 
-    // Takes the output for a client that sets its backchannel up. Returns false when there is none
-    // or another talker has it.
-    bool takeOutput();
+    RtspTalk& talk() { return talk_; }
     void setClients(int clients);
     // Stops both directions for good, and gives the output back.
     void end();
@@ -70,7 +69,7 @@ class RtspFeed {
     ObjectPointer<GstElement> sink_;  // null: without a backchannel
     int64_t soundEnd_ = 0;            // ns of the pipeline's time; used by the module's thread only
     int64_t lastPacket_ = 0;          // when the last packet begins, in the same time and thread
-    std::mutex mutex_;                // guards what follows
+    RtspTalk talk_;
+    std::mutex mutex_;  // guards what follows
     std::unique_ptr<Listening> listening_;
-    std::unique_ptr<Talk> talk_;
 };

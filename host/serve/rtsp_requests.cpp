@@ -15,9 +15,9 @@ GstRTSPStatusCode beforeSetup(GstRTSPClient* client, GstRTSPContext* context, gp
     if (const auto status = beforeDescribe(client, context, hub); status != GST_RTSP_STS_OK)
         return status;
     const ObjectPointer<GstPad> in(gst_rtsp_stream_get_sinkpad(context->stream));
-    if (in == nullptr)
+    RtspFeed* feed = in == nullptr ? nullptr : RtspFeed::of(context->media);
+    if (feed == nullptr)
         return GST_RTSP_STS_OK;
-    RtspFeed* feed = RtspFeed::of(context->media);
-    return feed != nullptr && feed->takeOutput() ? GST_RTSP_STS_OK
-                                                 : GST_RTSP_STS_SERVICE_UNAVAILABLE;
+    const auto answer = feed->talk().take();
+    return answer == RtspTalk::Answer::Refused ? GST_RTSP_STS_SERVICE_UNAVAILABLE : GST_RTSP_STS_OK;
 }

@@ -219,7 +219,8 @@ void RtspServer::welcome(GstRTSPClient* client) {
     g_list_free_full(clients, g_object_unref);
 }
 
-// Drops sessions without a sign of life, and tells each feed the number of its clients.
+// Drops sessions without a sign of life, frees the output of silent talkers, and tells each feed the
+// number of its clients.
 void RtspServer::keepHouse() {
     gst_rtsp_session_pool_cleanup(sessions_.get());
     gst_rtsp_server_client_filter(server_.get(), hangUpIfIdle, nullptr);
@@ -232,8 +233,10 @@ void RtspServer::keepHouse() {
             GstRTSPMedia* medium =
                 gst_rtsp_session_media_get_media(GST_RTSP_SESSION_MEDIA(part->data));
             media.emplace_back(GST_RTSP_MEDIA(g_object_ref(medium)));
-            if (RtspFeed* feed = RtspFeed::of(medium))
+            if (RtspFeed* feed = RtspFeed::of(medium)) {
                 ++clients[feed];
+                feed->talk().giveBackIfSilent();
+            }
         }
         g_list_free_full(parts, g_object_unref);
     }
