@@ -3,6 +3,13 @@
 #include "host/serve/rtsp_clients.h"
 #include "host/serve/rtsp_feed.h"
 
+namespace {
+
+// The client's medium for which the SETUP that is handled now has taken the output.
+constexpr const char* TakenKey = "tamborin-taken";
+
+}  // namespace
+
 GstRTSPStatusCode beforeDescribe(GstRTSPClient* /*client*/, GstRTSPContext* context, gpointer hub) {
     const Hub& served = *static_cast<const Hub*>(hub);
     const std::string path = pathOfUrl(served, context->uri->abspath);
@@ -19,5 +26,16 @@ GstRTSPStatusCode beforeSetup(GstRTSPClient* client, GstRTSPContext* context, gp
     if (feed == nullptr)
         return GST_RTSP_STS_OK;
     const auto answer = feed->talk().take();
+    if (answer == RtspTalk::Answer::Taken)
+        g_object_set_data_full(G_OBJECT(client), TakenKey, g_object_ref(context->media),
+                               g_object_unref);
     return answer == RtspTalk::Answer::Refused ? GST_RTSP_STS_SERVICE_UNAVAILABLE : GST_RTSP_STS_OK;
+}
+
+void beforeAnswer(GstRTSPClient* client, GstRTSPContext* /*context*/, GstRTSPMessage* answer,
+                  gpointer /*data*/) {
+    const ObjectPointer<GstRTSPMedia> medium(
+        static_cast<GstRTSPMedia*>(g_object_steal_data(G_OBJECT(client), TakenKey)));
+    if (medium != nullptr && answer->type_data.response.code != GST_RTSP_STS_OK)
+        RtspFeed::of(medium.get())->talk().giveBack();
 }

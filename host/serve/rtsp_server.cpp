@@ -207,6 +207,7 @@ void RtspServer::welcome(GstRTSPClient* client) {
     g_socket_set_option(socket, SOL_SOCKET, SO_SNDBUF, SendBufferBytes, nullptr);
     g_signal_connect(client, "pre-setup-request", G_CALLBACK(beforeSetup), &hub_);
     g_signal_connect(client, "pre-describe-request", G_CALLBACK(beforeDescribe), &hub_);
+    g_signal_connect(client, "send-message", G_CALLBACK(beforeAnswer), nullptr);
     g_signal_connect(client, "new-session",
                      G_CALLBACK(+[](GstRTSPClient* owner, GstRTSPSession* session, gpointer) {
                          gst_rtsp_session_set_timeout(session, SessionTimeout);
