@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/serve/closure_data.h"
 #include "host/session/sound_format.h"
 #include "host/system/steady_time.h"
 
@@ -35,10 +36,19 @@ void beginTimeEarlier(GstElement* pipeline) {
     gst_element_set_base_time(pipeline, gst_clock_get_time(clock.get()) - TimeAhead);
 }
 
+bool isRtpManager(GstElement* element) {
+    return g_str_has_prefix(GST_ELEMENT_NAME(element), "rtpbin") != FALSE;
+}
+
 // Makes RTCP's sender reports contain the time of capture instead of the time of sending.
 void tellCaptureTime(GstBin* /*pipeline*/, GstElement* element, gpointer /*data*/) {
-    if (g_str_has_prefix(GST_ELEMENT_NAME(element), "rtpbin"))
+    if (isRtpManager(element))
         g_object_set(element, "rtcp-sync-send-time", FALSE, nullptr);
+}
+
+void filterPackets(GstBin* /*pipeline*/, GstElement* element, gpointer filter) {
+    if (isRtpManager(element))
+        TalkerFilter::attach(*static_cast<const std::shared_ptr<TalkerFilter>*>(filter), element);
 }
 
 GstBuffer* bufferOf(const FramePointer& frame) {
@@ -103,6 +113,7 @@ RtspFeed::RtspFeed(RtspInput input, GstRTSPMedia* medium)
             return static_cast<RtspFeed*>(self)->take(gst_app_sink_pull_sample(sink));
         };
         gst_app_sink_set_callbacks(GST_APP_SINK(sink_.get()), &callbacks, this, nullptr);
+        connectOwning(pipeline.get(), "element-added", filterPackets, filter_);
     }
     listening_ =
         input_.hub.listen(input_.number, [this](const FramePointer& frame) { give(frame); });

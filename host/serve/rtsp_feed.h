@@ -12,6 +12,7 @@
 #include "host/serve/access.h"
 #include "host/serve/hub.h"
 #include "host/serve/rtsp_talk.h"
+#include "host/serve/talker_filter.h"
 
 class RtspFeed;
 
@@ -56,6 +57,7 @@ class RtspFeed {
     RtspFeed& operator=(const RtspFeed&) = delete;
 
     RtspTalk& talk() { return talk_; }
+    TalkerFilter& filter() { return *filter_; }
     void setClients(int clients);
     // Stops both directions for good, and gives the output back.
     void end();
@@ -70,6 +72,7 @@ class RtspFeed {
     int64_t soundEnd_ = 0;            // ns of the pipeline's time; used by the module's thread only
     int64_t lastPacket_ = 0;          // when the last packet begins, in the same time and thread
     RtspTalk talk_;
+    const std::shared_ptr<TalkerFilter> filter_ = std::make_shared<TalkerFilter>();
     std::mutex mutex_;  // guards what follows
     std::unique_ptr<Listening> listening_;
 };

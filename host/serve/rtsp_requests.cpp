@@ -29,6 +29,8 @@ GstRTSPStatusCode beforeSetup(GstRTSPClient* client, GstRTSPContext* context, gp
     if (answer == RtspTalk::Answer::Taken)
         g_object_set_data_full(G_OBJECT(client), TakenKey, g_object_ref(context->media),
                                g_object_unref);
+    if (answer != RtspTalk::Answer::Refused)
+        feed->filter().setTalker(client);
     return answer == RtspTalk::Answer::Refused ? GST_RTSP_STS_SERVICE_UNAVAILABLE : GST_RTSP_STS_OK;
 }
 

@@ -6,6 +6,7 @@
 #include <map>
 #include <vector>
 
+#include "host/serve/closure_data.h"
 #include "host/serve/rtsp_clients.h"
 #include "host/serve/rtsp_requests.h"
 
@@ -190,13 +191,8 @@ void RtspServer::mount(const ChannelDescription& input, std::optional<int> talkO
                                     G_TYPE_BOOLEAN, TRUE, GST_RTSP_PERM_MEDIA_FACTORY_CONSTRUCT,
                                     G_TYPE_BOOLEAN, TRUE, nullptr);
     // The factory owns the input, because clients' threads may use the factory after this server.
-    g_signal_connect_data(
-        factory, "media-configure", G_CALLBACK(RtspFeed::attach),
-        std::make_unique<RtspInput>(RtspInput{hub_, input.number, talkOutput, feeds_}).release(),
-        [](gpointer owned, GClosure*) {
-            const std::unique_ptr<RtspInput> ended(static_cast<RtspInput*>(owned));
-        },
-        GConnectFlags{});
+    connectOwning(factory, "media-configure", RtspFeed::attach,
+                  RtspInput{hub_, input.number, talkOutput, feeds_});
     const ObjectPointer<GstRTSPMountPoints> mounts(gst_rtsp_server_get_mount_points(server_.get()));
     gst_rtsp_mount_points_add_factory(mounts.get(), mountPath(input.number).c_str(), factory);
 }
