@@ -12,11 +12,9 @@
 
 namespace {
 
-constexpr guint MostClients = 200;     // connections, as many sessions, and all may come at once
 constexpr guint MostBodyBytes = 4096;  // of a request
 constexpr guint SessionTimeout = 30;   // s, without a sign of life
 constexpr guint HouseInterval = 1000;  // ms
-constexpr int MostIdleLooks = 30;      // a connection without a session is closed after these
 // Two seconds of a connection's sound. A client that reads nothing is noticed when this and
 // GStreamer's queue are full.
 constexpr gint SendBufferBytes = 16384;
@@ -63,30 +61,6 @@ void endWithConnection(GstRTSPSession* session, GstRTSPClient* client) {
         GConnectFlags{});
 }
 
-// Shuts a connection down. The client's own thread then closes it. Another thread must not close
-// it, because the client's thread may be reading.
-void hangUp(GstRTSPClient* client) {
-    g_socket_shutdown(gst_rtsp_connection_get_read_socket(gst_rtsp_client_get_connection(client)),
-                      TRUE, TRUE, nullptr);
-}
-
-// Hangs a client up that has had no session for long.
-// GStreamer's own timer for this ("post-session-timeout") may end the process when one client's
-// session ends while another client leaves.
-GstRTSPFilterResult hangUpIfIdle(GstRTSPServer* /*server*/, GstRTSPClient* client,
-                                 gpointer /*data*/) {
-    constexpr const char* LooksKey = "tamborin-idle-looks";
-    GList* sessions = gst_rtsp_client_session_filter(client, nullptr, nullptr);
-    const int looks = sessions == nullptr
-                          ? GPOINTER_TO_INT(g_object_get_data(G_OBJECT(client), LooksKey)) + 1
-                          : 0;
-    g_list_free_full(sessions, g_object_unref);
-    g_object_set_data(G_OBJECT(client), LooksKey, GINT_TO_POINTER(looks));
-    if (looks > MostIdleLooks)
-        hangUp(client);
-    return GST_RTSP_FILTER_KEEP;
-}
-
 }  // namespace
 
 RtspServer::RtspServer(Hub& hub, const ServeOptions& options, const Access& access)
@@ -94,12 +68,13 @@ RtspServer::RtspServer(Hub& hub, const ServeOptions& options, const Access& acce
       options_(options),
       hasTls_(access.certificate != nullptr),
       server_(newRtspServer(hub)),
+      connections_(server_.get()),
       sessions_(gst_rtsp_session_pool_new()) {
     gst_rtsp_server_set_address(server_.get(), options.listenAddress.c_str());
     gst_rtsp_server_set_service(server_.get(), std::to_string(options.rtspPort).c_str());
-    gst_rtsp_server_set_backlog(server_.get(), MostClients);
+    gst_rtsp_server_set_backlog(server_.get(), RtspConnections::Most);
     gst_rtsp_server_set_content_length_limit(server_.get(), MostBodyBytes);
-    gst_rtsp_session_pool_set_max_sessions(sessions_.get(), MostClients);
+    gst_rtsp_session_pool_set_max_sessions(sessions_.get(), RtspConnections::Most);
     gst_rtsp_server_set_session_pool(server_.get(), sessions_.get());
     // Each client has a thread, so that one which waits for an input to start delays no other.
     const ObjectPointer<GstRTSPThreadPool> threads(gst_rtsp_thread_pool_new());
@@ -210,17 +185,14 @@ void RtspServer::welcome(GstRTSPClient* client) {
                          endWithConnection(session, owner);
                      }),
                      nullptr);
-    GList* clients = gst_rtsp_server_client_filter(server_.get(), nullptr, nullptr);
-    if (g_list_length(clients) > MostClients)
-        hangUp(client);
-    g_list_free_full(clients, g_object_unref);
+    connections_.add(client);
 }
 
 // Drops sessions without a sign of life, frees the output of silent talkers, and tells each feed the
 // number of its clients.
 void RtspServer::keepHouse() {
     gst_rtsp_session_pool_cleanup(sessions_.get());
-    gst_rtsp_server_client_filter(server_.get(), hangUpIfIdle, nullptr);
+    connections_.endIdle();
     std::map<RtspFeed*, int> clients;
     GList* sessions = gst_rtsp_session_pool_filter(sessions_.get(), nullptr, nullptr);
     std::vector<ObjectPointer<GstRTSPMedia>> media;

@@ -7,6 +7,7 @@
 
 #include "host/serve/access.h"
 #include "host/serve/hub.h"
+#include "host/serve/rtsp_connections.h"
 #include "host/serve/rtsp_feed.h"
 #include "host/serve/serve_options.h"
 
@@ -35,6 +36,7 @@ class RtspServer {
     const ServeOptions& options_;
     const bool hasTls_;
     const ObjectPointer<GstRTSPServer> server_;
+    RtspConnections connections_;
     const ObjectPointer<GstRTSPSessionPool> sessions_;
     const std::shared_ptr<RtspFeeds> feeds_ = std::make_shared<RtspFeeds>();
     guint listening_ = 0;
