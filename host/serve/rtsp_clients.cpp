@@ -4,6 +4,8 @@
 
 #include <memory>
 
+#include "host/serve/closure_data.h"
+
 namespace {
 
 constexpr const char* HubKey = "tamborin-hub";
@@ -15,11 +17,19 @@ std::string decoded(std::string_view segment) {
     return plain != nullptr ? plain.get() : "";
 }
 
+const SharedHub& hubOf(gpointer object) {
+    return *static_cast<SharedHub*>(g_object_get_data(G_OBJECT(object), HubKey));
+}
+
+void setHub(gpointer object, const SharedHub& hub) {
+    g_object_set_data_full(G_OBJECT(object), HubKey, ownedData(hub), freeData<SharedHub>);
+}
+
 // GStreamer asks the client for the path in some requests, and the mount points in others.
 template <typename Asked>
 gchar* makePath(Asked* asked, const GstRTSPUrl* url) {
-    const auto* hub = static_cast<const Hub*>(g_object_get_data(G_OBJECT(asked), HubKey));
-    return g_strdup(pathOfUrl(*hub, url->abspath != nullptr ? url->abspath : "").c_str());
+    const char* const path = url->abspath != nullptr ? url->abspath : "";
+    return g_strdup(pathOfUrl(*hubOf(asked), path).c_str());
 }
 
 GstRTSPClient* createClient(GstRTSPServer* server);
@@ -65,7 +75,7 @@ GType serverType() {
 
 GstRTSPClient* createClient(GstRTSPServer* server) {
     auto* client = static_cast<GstRTSPClient*>(g_object_new(clientType(), nullptr));
-    g_object_set_data(G_OBJECT(client), HubKey, g_object_get_data(G_OBJECT(server), HubKey));
+    setHub(client, hubOf(server));
     const auto handOn = [&](auto* part, auto set) {
         set(client, part);
         if (part != nullptr)
@@ -80,22 +90,23 @@ GstRTSPClient* createClient(GstRTSPServer* server) {
 
 }  // namespace
 
-GstRTSPServer* newRtspServer(const Hub& hub) {
+GstRTSPServer* newRtspServer(const SharedHub& hub) {
     auto* server = static_cast<GstRTSPServer*>(g_object_new(serverType(), nullptr));
     auto* mounts = static_cast<GstRTSPMountPoints*>(g_object_new(mountsType(), nullptr));
     gst_rtsp_server_set_mount_points(server, mounts);
-    for (gpointer object : {gpointer{server}, gpointer{mounts}})
-        g_object_set_data(G_OBJECT(object), HubKey, const_cast<Hub*>(&hub));
+    setHub(server, hub);
+    setHub(mounts, hub);
     g_object_unref(mounts);
     return server;
 }
 
 std::string mountPath(int number) { return "/" + std::to_string(number); }
 
-std::string pathOfUrl(const Hub& hub, std::string_view urlPath) {
+std::string pathOfUrl(const RtspHub& shared, std::string_view urlPath) {
     const std::string_view path = urlPath.substr(urlPath.starts_with('/') ? 1 : 0);
     const size_t end = std::min(path.find('/'), path.size());
-    const auto input = hub.find(decoded(path.substr(0, end)), false);
+    const auto input = shared.use(
+        [&](const Hub& hub) { return hub.find(decoded(path.substr(0, end)), false); });
     std::string rest(path.substr(end));
     while (rest.ends_with('/'))
         rest.pop_back();

@@ -70,6 +70,7 @@ void RtspFeeds::add(RtspFeed& feed) {
 
 void RtspFeeds::remove(RtspFeed& feed) {
     const std::lock_guard held(mutex_);
+    feed.end();
     feeds_.erase(&feed);
 }
 
@@ -115,15 +116,16 @@ RtspFeed::RtspFeed(RtspInput input, GstRTSPMedia* medium)
         gst_app_sink_set_callbacks(GST_APP_SINK(sink_.get()), &callbacks, this, nullptr);
         connectOwning(pipeline.get(), "element-added", filterPackets, filter_);
     }
-    listening_ =
-        input_.hub.listen(input_.number, [this](const FramePointer& frame) { give(frame); });
     input_.feeds->add(*this);
+    input_.hub->use([this](Hub& hub) {
+        auto listening = hub.listen(input_.number, [this](const FramePointer& frame) { give(frame); });
+        const std::lock_guard held(mutex_);
+        listening_.swap(listening);
+        return true;
+    });
 }
 
-RtspFeed::~RtspFeed() {
-    input_.feeds->remove(*this);
-    end();
-}
+RtspFeed::~RtspFeed() { input_.feeds->remove(*this); }
 
 void RtspFeed::end() {
     if (sink_ != nullptr) {
@@ -131,11 +133,8 @@ void RtspFeed::end() {
         gst_app_sink_set_callbacks(GST_APP_SINK(sink_.get()), &none, nullptr, nullptr);
     }
     talk_.end();
-    std::unique_ptr<Listening> listening;
-    {
-        const std::lock_guard held(mutex_);
-        listening.swap(listening_);
-    }
+    const std::lock_guard held(mutex_);
+    listening_.reset();
 }
 
 void RtspFeed::setClients(int clients) {

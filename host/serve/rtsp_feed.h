@@ -10,7 +10,7 @@
 #include <set>
 
 #include "host/serve/access.h"
-#include "host/serve/hub.h"
+#include "host/serve/rtsp_hub.h"
 #include "host/serve/rtsp_talk.h"
 #include "host/serve/talker_filter.h"
 
@@ -20,6 +20,7 @@ class RtspFeed;
 class RtspFeeds {
   public:
     void add(RtspFeed& feed);
+    // Ends the feed, too. Waits when `end` is ending it.
     void remove(RtspFeed& feed);
     // Ends all feeds. A feed that is added later ends at once.
     void end();
@@ -32,7 +33,7 @@ class RtspFeeds {
 
 // What a mounted input needs to make its feeds.
 struct RtspInput {
-    Hub& hub;
+    SharedHub hub;
     int number;
     std::optional<int> talkOutput;
     std::shared_ptr<RtspFeeds> feeds;

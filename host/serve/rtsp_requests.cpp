@@ -11,11 +11,13 @@ constexpr const char* TakenKey = "tamborin-taken";
 }  // namespace
 
 GstRTSPStatusCode beforeDescribe(GstRTSPClient* /*client*/, GstRTSPContext* context, gpointer hub) {
-    const Hub& served = *static_cast<const Hub*>(hub);
-    const std::string path = pathOfUrl(served, context->uri->abspath);
-    const auto input = served.find(path.substr(1, path.find('/', 1) - 1), false);
-    return input && !served.mayListen(input->number) ? GST_RTSP_STS_SERVICE_UNAVAILABLE
-                                                     : GST_RTSP_STS_OK;
+    const RtspHub& shared = **static_cast<const SharedHub*>(hub);
+    const std::string path = pathOfUrl(shared, context->uri->abspath);
+    const bool isRefused = shared.use([&](const Hub& served) {
+        const auto input = served.find(path.substr(1, path.find('/', 1) - 1), false);
+        return input && !served.mayListen(input->number);
+    });
+    return isRefused ? GST_RTSP_STS_SERVICE_UNAVAILABLE : GST_RTSP_STS_OK;
 }
 
 GstRTSPStatusCode beforeSetup(GstRTSPClient* client, GstRTSPContext* context, gpointer hub) {

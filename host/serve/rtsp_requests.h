@@ -1,5 +1,5 @@
 // Which RTSP requests are answered 503. GStreamer calls the functions on the clients' threads, the
-// first two with the Hub as data.
+// first two with the SharedHub as data.
 #pragma once
 
 #include <gst/rtsp-server/rtsp-server.h>

@@ -64,10 +64,10 @@ void endWithConnection(GstRTSPSession* session, GstRTSPClient* client) {
 }  // namespace
 
 RtspServer::RtspServer(Hub& hub, const ServeOptions& options, const Access& access)
-    : hub_(hub),
+    : hub_(std::make_shared<RtspHub>(hub)),
       options_(options),
       hasTls_(access.certificate != nullptr),
-      server_(newRtspServer(hub)),
+      server_(newRtspServer(hub_)),
       connections_(server_.get()),
       sessions_(gst_rtsp_session_pool_new()) {
     gst_rtsp_server_set_address(server_.get(), options.listenAddress.c_str());
@@ -111,6 +111,7 @@ void RtspServer::listen() {
 RtspServer::~RtspServer() {
     g_source_remove(housekeeping_);
     g_source_remove(listening_);
+    hub_->end();
     feeds_->end();
     gst_rtsp_server_client_filter(
         server_.get(), [](auto...) { return GST_RTSP_FILTER_REMOVE; }, nullptr);
@@ -176,8 +177,8 @@ void RtspServer::mount(const ChannelDescription& input, std::optional<int> talkO
 void RtspServer::welcome(GstRTSPClient* client) {
     GSocket* socket = gst_rtsp_connection_get_write_socket(gst_rtsp_client_get_connection(client));
     g_socket_set_option(socket, SOL_SOCKET, SO_SNDBUF, SendBufferBytes, nullptr);
-    g_signal_connect(client, "pre-setup-request", G_CALLBACK(beforeSetup), &hub_);
-    g_signal_connect(client, "pre-describe-request", G_CALLBACK(beforeDescribe), &hub_);
+    connectOwning(client, "pre-setup-request", beforeSetup, hub_);
+    connectOwning(client, "pre-describe-request", beforeDescribe, hub_);
     g_signal_connect(client, "send-message", G_CALLBACK(beforeAnswer), nullptr);
     g_signal_connect(client, "new-session",
                      G_CALLBACK(+[](GstRTSPClient* owner, GstRTSPSession* session, gpointer) {

@@ -11,7 +11,7 @@ constexpr int64_t Patience = 10000;  // ms without a sound, as by HTTP
 // Returns true when the client has the output, or gets it now. The caller holds the mutex.
 bool RtspTalk::holds() {
     if (talk_ == nullptr && output_ && !hasEnded_)
-        talk_ = hub_.beginTalk(*output_).talk;
+        talk_ = hub_->use([this](Hub& hub) { return hub.beginTalk(*output_).talk; });
     return talk_ != nullptr;
 }
 

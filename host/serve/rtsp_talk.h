@@ -6,15 +6,16 @@
 #include <mutex>
 #include <optional>
 #include <span>
+#include <utility>
 
-#include "host/serve/hub.h"
+#include "host/serve/rtsp_hub.h"
 
 // A client takes the output when he sets his backchannel up. He loses it after ten seconds without
 // a sound. His next sound takes it again, unless somebody else has it.
 class RtspTalk {
   public:
     // Without an output nobody can talk.
-    RtspTalk(Hub& hub, std::optional<int> output) : hub_(hub), output_(output) {}
+    RtspTalk(SharedHub hub, std::optional<int> output) : hub_(std::move(hub)), output_(output) {}
     ~RtspTalk() { end(); }
     RtspTalk(const RtspTalk&) = delete;
     RtspTalk& operator=(const RtspTalk&) = delete;
@@ -33,7 +34,7 @@ class RtspTalk {
   private:
     bool holds();
 
-    Hub& hub_;
+    const SharedHub hub_;
     const std::optional<int> output_;
     std::mutex mutex_;  // guards what follows
     std::unique_ptr<Talk> talk_;
