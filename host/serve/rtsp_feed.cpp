@@ -61,17 +61,22 @@ GstBuffer* bufferOf(const FramePointer& frame) {
 
 }  // namespace
 
-void RtspFeeds::add(RtspFeed& feed) {
+bool RtspFeeds::add(RtspFeed& feed) {
     const std::lock_guard held(mutex_);
+    if (feed.hasBackchannel() && backchannels_ == MostBackchannels)
+        return false;
     feeds_.insert(&feed);
+    backchannels_ += feed.hasBackchannel() ? 1 : 0;
     if (hasEnded_)
         feed.end();
+    return true;
 }
 
 void RtspFeeds::remove(RtspFeed& feed) {
     const std::lock_guard held(mutex_);
     feed.end();
-    feeds_.erase(&feed);
+    if (feeds_.erase(&feed) > 0 && feed.hasBackchannel())
+        --backchannels_;
 }
 
 void RtspFeeds::end() {
@@ -116,12 +121,13 @@ RtspFeed::RtspFeed(RtspInput input, GstRTSPMedia* medium)
         gst_app_sink_set_callbacks(GST_APP_SINK(sink_.get()), &callbacks, this, nullptr);
         connectOwning(pipeline.get(), "element-added", filterPackets, filter_);
     }
-    input_.feeds->add(*this);
+    isAdmitted_ = input_.feeds->add(*this);
+    if (!isAdmitted_)
+        return;
     input_.hub->use([this](Hub& hub) {
         auto listening = hub.listen(input_.number, [this](const FramePointer& frame) { give(frame); });
         const std::lock_guard held(mutex_);
         listening_.swap(listening);
-        return true;
     });
 }
 

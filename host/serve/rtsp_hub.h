@@ -16,7 +16,7 @@ class RtspHub {
     auto use(const Call& call) const {
         const std::shared_lock held(mutex_);
         using Result = decltype(call(*hub_));
-        return hub_ == nullptr ? Result{} : call(*hub_);
+        return hub_ == nullptr ? Result() : call(*hub_);
     }
     // Waits for calls in progress. The hub may be destroyed afterwards.
     void end() {

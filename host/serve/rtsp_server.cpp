@@ -8,6 +8,7 @@
 
 #include "host/serve/closure_data.h"
 #include "host/serve/rtsp_clients.h"
+#include "host/serve/rtsp_medium.h"
 #include "host/serve/rtsp_requests.h"
 
 namespace {
@@ -151,7 +152,7 @@ void RtspServer::guard(const Access& access) {
 
 void RtspServer::mount(const ChannelDescription& input, std::optional<int> talkOutput) {
     GstRTSPMediaFactory* factory = gst_rtsp_onvif_media_factory_new();
-    gst_rtsp_media_factory_set_media_gtype(factory, GST_TYPE_RTSP_ONVIF_MEDIA);
+    gst_rtsp_media_factory_set_media_gtype(factory, rtspMediumType());
     gst_rtsp_media_factory_set_launch(factory, CaptureLaunch);
     if (talkOutput)
         gst_rtsp_onvif_media_factory_set_backchannel_launch(GST_RTSP_ONVIF_MEDIA_FACTORY(factory),
