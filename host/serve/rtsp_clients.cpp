@@ -105,8 +105,8 @@ std::string mountPath(int number) { return "/" + std::to_string(number); }
 std::string pathOfUrl(const RtspHub& shared, std::string_view urlPath) {
     const std::string_view path = urlPath.substr(urlPath.starts_with('/') ? 1 : 0);
     const size_t end = std::min(path.find('/'), path.size());
-    const auto input = shared.use(
-        [&](const Hub& hub) { return hub.find(decoded(path.substr(0, end)), false); });
+    const auto input =
+        shared.use([&](const Hub& hub) { return hub.find(decoded(path.substr(0, end)), false); });
     std::string rest(path.substr(end));
     while (rest.ends_with('/'))
         rest.pop_back();

@@ -1,5 +1,9 @@
 #include "host/serve/rtsp_connections.h"
 
+#include <linux/tcp.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <vector>
 
@@ -9,13 +13,17 @@
 namespace {
 
 constexpr int MostIdleLooks = 30;  // s
+// GStreamer limits a request's lines and body, but not the number of lines.
+constexpr uint64_t MostIdleBytes = 65536;
 constexpr const char* NotesKey = "tamborin-notes";
 
 // What this file knows of a client. The client owns it.
 struct Notes {
     uint64_t number = 0;  // counts all clients; 0: not added yet
     ObjectPointer<GSocket> socket;
-    int idleLooks = 0;  // since it had a session
+    // Since it had a session:
+    int idleLooks = 0;
+    uint64_t bytesBefore = 0;  // that had come when the time began
     bool isHungUp = false;
 };
 
@@ -40,6 +48,14 @@ bool hasSession(GstRTSPClient* client) {
     return has;
 }
 
+// Returns how many bytes have come.
+uint64_t bytesFrom(GSocket* socket) {
+    tcp_info info{};
+    socklen_t size = sizeof(info);
+    getsockopt(g_socket_get_fd(socket), IPPROTO_TCP, TCP_INFO, &info, &size);
+    return info.tcpi_bytes_received;
+}
+
 // Returns the clients that were added and are not hung up. Those that are close soon.
 std::vector<ObjectPointer<GstRTSPClient>> connected(GstRTSPServer* server) {
     std::vector<ObjectPointer<GstRTSPClient>> clients;
@@ -58,14 +74,14 @@ std::vector<ObjectPointer<GstRTSPClient>> connected(GstRTSPServer* server) {
 void RtspConnections::add(GstRTSPClient* client) {
     Notes& notes = notesOf(client);
     notes.number = ++added_;
-    notes.socket.reset(static_cast<GSocket*>(g_object_ref(
-        gst_rtsp_connection_get_read_socket(gst_rtsp_client_get_connection(client)))));
+    notes.socket.reset(static_cast<GSocket*>(
+        g_object_ref(gst_rtsp_connection_get_read_socket(gst_rtsp_client_get_connection(client)))));
     auto clients = connected(server_);
     if (clients.size() <= Most)
         return;
     std::erase_if(clients, [](const auto& one) { return hasSession(one.get()); });
-    const auto oldest = std::min_element(
-        clients.begin(), clients.end(), [](const auto& one, const auto& other) {
+    const auto oldest =
+        std::min_element(clients.begin(), clients.end(), [](const auto& one, const auto& other) {
             return notesOf(one.get()).number < notesOf(other.get()).number;
         });
     hangUp(oldest == clients.end() ? client : oldest->get());
@@ -76,8 +92,13 @@ void RtspConnections::add(GstRTSPClient* client) {
 void RtspConnections::endIdle() {
     for (const auto& client : connected(server_)) {
         Notes& notes = notesOf(client.get());
-        notes.idleLooks = hasSession(client.get()) ? 0 : notes.idleLooks + 1;
-        if (notes.idleLooks > MostIdleLooks)
+        const uint64_t bytes = bytesFrom(notes.socket.get());
+        ++notes.idleLooks;
+        if (hasSession(client.get())) {
+            notes.idleLooks = 0;
+            notes.bytesBefore = bytes;
+        }
+        if (notes.idleLooks > MostIdleLooks || bytes > notes.bytesBefore + MostIdleBytes)
             hangUp(client.get());
     }
 }

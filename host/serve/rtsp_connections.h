@@ -15,7 +15,8 @@ class RtspConnections {
     // Counts a client that has just connected. When there are too many, the oldest connection
     // without a session ends; this may be the new one.
     void add(GstRTSPClient* client);
-    // Ends connections that have had no session for half a minute. Called each second.
+    // Ends connections that have had no session for half a minute, or have sent 64 KiB meanwhile.
+    // Called each second.
     void endIdle();
 
   private:

@@ -102,7 +102,8 @@ RtspFeed* RtspFeed::of(GstRTSPMedia* medium) {
 }
 
 RtspFeed::RtspFeed(RtspInput input, GstRTSPMedia* medium)
-    : input_(std::move(input)), source_([medium] {
+    : input_(std::move(input)),
+      source_([medium] {
           const ObjectPointer<GstElement> bin(gst_rtsp_media_get_element(medium));
           return gst_bin_get_by_name(GST_BIN(bin.get()), "source");
       }()),
@@ -125,7 +126,8 @@ RtspFeed::RtspFeed(RtspInput input, GstRTSPMedia* medium)
     if (!isAdmitted_)
         return;
     input_.hub->use([this](Hub& hub) {
-        auto listening = hub.listen(input_.number, [this](const FramePointer& frame) { give(frame); });
+        auto listening =
+            hub.listen(input_.number, [this](const FramePointer& frame) { give(frame); });
         const std::lock_guard held(mutex_);
         listening_.swap(listening);
     });

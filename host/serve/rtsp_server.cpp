@@ -190,8 +190,8 @@ void RtspServer::welcome(GstRTSPClient* client) {
     connections_.add(client);
 }
 
-// Drops sessions without a sign of life, frees the output of silent talkers, and tells each feed the
-// number of its clients.
+// Drops sessions without a sign of life, frees the output of silent talkers, and tells each feed
+// the number of its clients.
 void RtspServer::keepHouse() {
     gst_rtsp_session_pool_cleanup(sessions_.get());
     connections_.endIdle();
