@@ -74,11 +74,11 @@ for transport in tcp udp; do
 done
 /usr/bin/python3 "$clients" stall "${url}0" >"$folder/stall.out" 2>"$folder/stall.err" &
 await "a client who stalls" grep -q stalls "$folder/stall.out"
+rule strangers 16 &
+strangers=$!
 /usr/bin/python3 "$clients" talk "${url}0" 12 700 >"$folder/talk.out" 2>"$folder/talk.err" &
 talker=$!
 await "somebody who talks" grep -q talks "$folder/talk.out"
-rule strangers 12 &
-strangers=$!
 /usr/bin/python3 "$clients" talk "${url}0" 30 1900 >"$folder/second.out" 2>"$folder/second.err" || true
 grep -q "503.*Service Unavailable" "$folder/second.out" || fail "a second one talks"
 wait "$talker"
