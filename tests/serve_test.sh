@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # The server between a real sound server and real clients. Only users with their passwords may come
-# in. Two clients share one capture beside one that reads nothing. They hear what a client talks. A
-# second talker is refused.
+# in. Two clients share one capture beside one that reads nothing. They hear what a client talks,
+# also when strangers send packets. A second talker is refused. All obey the rules (rtsp_rules.py).
 #   serve_test.sh HOST PRIVATE_SERVER
 set -euo pipefail
 if [ $# -eq 2 ]; then
     exec "$2" "$0" "$1"
 fi
-host=$1 clients=$(dirname "$0")/serve_clients.py
+host=$1 clients=$(dirname "$0")/serve_clients.py rules=$(dirname "$0")/rtsp_rules.py
 folder=$(mktemp -d /tmp/tamborin-serve-XXXXXX)
 end() {
     # bash tells of killed jobs when it collects them.
@@ -34,7 +34,12 @@ start() {  # OPTIONS..., sets server and url
         >"$folder/server.out" 2>"$folder/server.err" &
     server=$!
     await "the server's URLs" grep -q '^rtsp.*/2 ' "$folder/server.out"
+    await "the page's URL" grep -q 'the page$' "$folder/server.out"
     url=$(sed -n 's|0  .*||p' "$folder/server.out")
+    page=$(sed -n 's|  the page$||p' "$folder/server.out")
+}
+rule() {  # RULE ARGUMENTS...
+    /usr/bin/python3 "$rules" "${url}0" "$page" "$@" >"$folder/$1.out" 2>"$folder/$1.err"
 }
 stop() {
     kill -TERM "$server"
@@ -108,7 +113,7 @@ change 2 '{"name": "default (input)", "enabled": true}'
 stop
 wait "$named" || true
 
-# Two clients listen, one reads nothing, and one talks.
+# Two clients listen, one reads nothing, and one talks, while strangers do, too.
 start
 for transport in tcp udp; do
     ffmpeg -v error -rtsp_transport $transport -i "${url}0" -c:a copy -flush_packets 1 -f mulaw \
@@ -118,12 +123,18 @@ for transport in tcp udp; do
 done
 /usr/bin/python3 "$clients" stall "${url}0" >"$folder/stall.out" 2>"$folder/stall.err" &
 await "a client who stalls" grep -q stalls "$folder/stall.out"
+rule strangers 16 &
+strangers=$!
 /usr/bin/python3 "$clients" talk "${url}0" 12 700 >"$folder/talk.out" 2>"$folder/talk.err" &
 talker=$!
 await "somebody who talks" grep -q talks "$folder/talk.out"
 /usr/bin/python3 "$clients" talk "${url}0" 30 1900 >"$folder/second.out" 2>"$folder/second.err" || true
 grep -q "503.*Service Unavailable" "$folder/second.out" || fail "a second one talks"
 wait "$talker"
+wait "$strangers"
+for wanted in "oddities 4 1900" silent refused backchannels header crowd; do
+    rule $wanted || fail "not obeyed: $wanted"
+done
 size=$(stat -c %s "$folder/tcp.ul")
 await "more sound" eval '[ $(stat -c %s "$folder/tcp.ul") -gt $((size + 40000)) ]'
 stop
@@ -133,20 +144,31 @@ wait "$first" || true  # it may miss the server's good-bye
 frames=$(sed -n 's/^served: *channel 0, \([0-9]*\) frames.*/\1/p' "$folder/server.out")
 got=$(($(stat -c %s "$folder/tcp.ul") / 2048))
 ((got <= frames && got >= frames - 8)) || fail "$got frames of $frames"
-for transport in tcp udp; do
+heard() {  # FILE HERTZ LEAST_QUARTER_SECONDS
     perl -0777 -e '
+        my ($hertz, $least) = splice @ARGV, 1;
         my @samples = map {
             my $code = ~$_ & 0xFF;
             my $magnitude = ((($code & 15) << 3) + 132 << ($code >> 4 & 7)) - 132;
             ($code & 0x80 ? -$magnitude : $magnitude) / 32768;
         } unpack "C*", <>;
-        my ($turn, $heard) = (2 * cos(2 * 3.14159265 * 700 / 8000), 0);
+        my ($turn, $heard) = (2 * cos(2 * 3.14159265 * $hertz / 8000), 0);
         for (my $begin = 0; $begin + 2000 <= @samples; $begin += 2000) {
             my ($last, $before) = (0, 0);
             ($last, $before) = ($_ + $turn * $last - $before, $last)
                 for @samples[$begin .. $begin + 1999];
             ++$heard if sqrt($last**2 + $before**2 - $turn * $last * $before) / 1000 > 0.4;
         }
-        die "heard $heard quarter seconds of 12 s of talk\n" if $heard < 24;
-    ' "$folder/$transport.ul" || fail "talk not heard by $transport"
+        die "heard $heard quarter seconds of $hertz Hz\n" if $heard < $least;
+    ' "$@" || fail "talk not heard in $1"
+}
+for transport in tcp udp; do
+    heard "$folder/$transport.ul" 700 24   # of 12 s
+    heard "$folder/$transport.ul" 1900 18  # of twice 4 s
 done
+
+# The server ends although clients come and go.
+start
+rule storm 600 &
+await "a storm of clients" grep -qs storms "$folder/storm.out"
+stop

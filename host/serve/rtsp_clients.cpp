@@ -4,15 +4,25 @@
 
 #include "host/serve/channel_names.h"
 
+#include "host/serve/closure_data.h"
+
 namespace {
 
 constexpr const char* HubKey = "tamborin-hub";
 
+const SharedHub& hubOf(gpointer object) {
+    return *static_cast<SharedHub*>(g_object_get_data(G_OBJECT(object), HubKey));
+}
+
+void setHub(gpointer object, const SharedHub& hub) {
+    g_object_set_data_full(G_OBJECT(object), HubKey, ownedData(hub), freeData<SharedHub>);
+}
+
 // GStreamer asks the client for the path in some requests, and the mount points in others.
 template <typename Asked>
 gchar* makePath(Asked* asked, const GstRTSPUrl* url) {
-    const auto* hub = static_cast<const Hub*>(g_object_get_data(G_OBJECT(asked), HubKey));
-    return g_strdup(pathOfUrl(*hub, url->abspath != nullptr ? url->abspath : "").c_str());
+    const char* const path = url->abspath != nullptr ? url->abspath : "";
+    return g_strdup(pathOfUrl(*hubOf(asked), path).c_str());
 }
 
 GstRTSPClient* createClient(GstRTSPServer* server);
@@ -58,7 +68,7 @@ GType serverType() {
 
 GstRTSPClient* createClient(GstRTSPServer* server) {
     auto* client = static_cast<GstRTSPClient*>(g_object_new(clientType(), nullptr));
-    g_object_set_data(G_OBJECT(client), HubKey, g_object_get_data(G_OBJECT(server), HubKey));
+    setHub(client, hubOf(server));
     const auto handOn = [&](auto* part, auto set) {
         set(client, part);
         if (part != nullptr)
@@ -73,20 +83,22 @@ GstRTSPClient* createClient(GstRTSPServer* server) {
 
 }  // namespace
 
-GstRTSPServer* newRtspServer(const Hub& hub) {
+GstRTSPServer* newRtspServer(const SharedHub& hub) {
     auto* server = static_cast<GstRTSPServer*>(g_object_new(serverType(), nullptr));
     auto* mounts = static_cast<GstRTSPMountPoints*>(g_object_new(mountsType(), nullptr));
     gst_rtsp_server_set_mount_points(server, mounts);
-    for (gpointer object : {gpointer{server}, gpointer{mounts}})
-        g_object_set_data(G_OBJECT(object), HubKey, const_cast<Hub*>(&hub));
+    setHub(server, hub);
+    setHub(mounts, hub);
     g_object_unref(mounts);
     return server;
 }
 
 std::string mountPath(int number) { return "/" + std::to_string(number); }
 
-std::string pathOfUrl(const Hub& hub, std::string_view urlPath) {
+std::string pathOfUrl(const RtspHub& shared, std::string_view urlPath) {
     const NamingPath path = splitPath(urlPath);
-    const auto input = path.channel ? hub.find(*path.channel, false) : std::nullopt;
+    const auto input = shared.use([&](const Hub& hub) {
+        return path.channel ? hub.find(*path.channel, false) : std::nullopt;
+    });
     return (input ? mountPath(input->number) : "/-") + path.rest;
 }

@@ -5,13 +5,13 @@
 
 #include <string>
 
-#include "host/serve/hub.h"
+#include "host/serve/rtsp_hub.h"
 
-// Returns a server for such clients. The hub must outlive the server and its clients.
-GstRTSPServer* newRtspServer(const Hub& hub);
+// Returns a server for such clients.
+GstRTSPServer* newRtspServer(const SharedHub& hub);
 
 // Returns the path at which the input is mounted.
 std::string mountPath(int number);
 // Returns the mount path for the path of a URL: replaces its first segment, an input's number or
 // percent-encoded name, by the input's number, or by "-" when there is no such input.
-std::string pathOfUrl(const Hub& hub, std::string_view urlPath);
+std::string pathOfUrl(const RtspHub& shared, std::string_view urlPath);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/serve/closure_data.h"
 #include "host/session/sound_format.h"
 #include "host/system/steady_time.h"
 
@@ -35,10 +36,19 @@ void beginTimeEarlier(GstElement* pipeline) {
     gst_element_set_base_time(pipeline, gst_clock_get_time(clock.get()) - TimeAhead);
 }
 
+bool isRtpManager(GstElement* element) {
+    return g_str_has_prefix(GST_ELEMENT_NAME(element), "rtpbin") != FALSE;
+}
+
 // Makes RTCP's sender reports contain the time of capture instead of the time of sending.
 void tellCaptureTime(GstBin* /*pipeline*/, GstElement* element, gpointer /*data*/) {
-    if (g_str_has_prefix(GST_ELEMENT_NAME(element), "rtpbin"))
+    if (isRtpManager(element))
         g_object_set(element, "rtcp-sync-send-time", FALSE, nullptr);
+}
+
+void filterPackets(GstBin* /*pipeline*/, GstElement* element, gpointer filter) {
+    if (isRtpManager(element))
+        TalkerFilter::attach(*static_cast<const std::shared_ptr<TalkerFilter>*>(filter), element);
 }
 
 GstBuffer* bufferOf(const FramePointer& frame) {
@@ -51,16 +61,22 @@ GstBuffer* bufferOf(const FramePointer& frame) {
 
 }  // namespace
 
-void RtspFeeds::add(RtspFeed& feed) {
+bool RtspFeeds::add(RtspFeed& feed) {
     const std::lock_guard held(mutex_);
+    if (feed.hasBackchannel() && backchannels_ == MostBackchannels)
+        return false;
     feeds_.insert(&feed);
+    backchannels_ += feed.hasBackchannel() ? 1 : 0;
     if (hasEnded_)
         feed.end();
+    return true;
 }
 
 void RtspFeeds::remove(RtspFeed& feed) {
     const std::lock_guard held(mutex_);
-    feeds_.erase(&feed);
+    feed.end();
+    if (feeds_.erase(&feed) > 0 && feed.hasBackchannel())
+        --backchannels_;
 }
 
 void RtspFeeds::end() {
@@ -86,10 +102,12 @@ RtspFeed* RtspFeed::of(GstRTSPMedia* medium) {
 }
 
 RtspFeed::RtspFeed(RtspInput input, GstRTSPMedia* medium)
-    : input_(std::move(input)), source_([medium] {
+    : input_(std::move(input)),
+      source_([medium] {
           const ObjectPointer<GstElement> bin(gst_rtsp_media_get_element(medium));
           return gst_bin_get_by_name(GST_BIN(bin.get()), "source");
-      }()) {
+      }()),
+      talk_(input_.hub, input_.talkOutput) {
     const ObjectPointer<GstElement> bin(gst_rtsp_media_get_element(medium));
     const ObjectPointer<GstElement> pipeline(
         GST_ELEMENT(gst_object_get_parent(GST_OBJECT(bin.get()))));
@@ -102,29 +120,29 @@ RtspFeed::RtspFeed(RtspInput input, GstRTSPMedia* medium)
             return static_cast<RtspFeed*>(self)->take(gst_app_sink_pull_sample(sink));
         };
         gst_app_sink_set_callbacks(GST_APP_SINK(sink_.get()), &callbacks, this, nullptr);
+        connectOwning(pipeline.get(), "element-added", filterPackets, filter_);
     }
-    listening_ =
-        input_.hub.listen(input_.number, [this](const FramePointer& frame) { give(frame); });
-    input_.feeds->add(*this);
+    isAdmitted_ = input_.feeds->add(*this);
+    if (!isAdmitted_)
+        return;
+    input_.hub->use([this](Hub& hub) {
+        auto listening =
+            hub.listen(input_.number, [this](const FramePointer& frame) { give(frame); });
+        const std::lock_guard held(mutex_);
+        listening_.swap(listening);
+    });
 }
 
-RtspFeed::~RtspFeed() {
-    input_.feeds->remove(*this);
-    end();
-}
+RtspFeed::~RtspFeed() { input_.feeds->remove(*this); }
 
 void RtspFeed::end() {
     if (sink_ != nullptr) {
         GstAppSinkCallbacks none{};
         gst_app_sink_set_callbacks(GST_APP_SINK(sink_.get()), &none, nullptr, nullptr);
     }
-    std::unique_ptr<Listening> listening;
-    std::unique_ptr<Talk> talk;
-    {
-        const std::lock_guard held(mutex_);
-        listening.swap(listening_);
-        talk.swap(talk_);
-    }
+    talk_.end();
+    const std::lock_guard held(mutex_);
+    listening_.reset();
 }
 
 void RtspFeed::setClients(int clients) {
@@ -165,13 +183,6 @@ void RtspFeed::give(const FramePointer& frame) {
     gst_app_src_push_buffer(GST_APP_SRC(source_.get()), buffer);
 }
 
-bool RtspFeed::takeOutput() {
-    const std::lock_guard held(mutex_);
-    if (talk_ == nullptr && input_.talkOutput)
-        talk_ = input_.hub.beginTalk(*input_.talkOutput).talk;
-    return talk_ != nullptr;
-}
-
 GstFlowReturn RtspFeed::take(GstSample* sample) {
     if (sample == nullptr)
         return GST_FLOW_EOS;
@@ -180,9 +191,7 @@ GstFlowReturn RtspFeed::take(GstSample* sample) {
     if (GST_BUFFER_PTS_IS_VALID(buffer) && gst_buffer_map(buffer, &map, GST_MAP_READ) != FALSE) {
         const auto position = static_cast<int64_t>(
             gst_util_uint64_scale_round(GST_BUFFER_PTS(buffer), SampleRate, GST_SECOND));
-        const std::lock_guard held(mutex_);
-        if (talk_ != nullptr)
-            talk_->put(position, {map.data, map.size});
+        talk_.put(position, {map.data, map.size});
         gst_buffer_unmap(buffer, &map);
     }
     gst_sample_unref(sample);

@@ -10,27 +10,34 @@
 #include <set>
 
 #include "host/serve/access.h"
-#include "host/serve/hub.h"
+#include "host/serve/rtsp_hub.h"
+#include "host/serve/rtsp_talk.h"
+#include "host/serve/talker_filter.h"
 
 class RtspFeed;
 
 // All feeds that exist. All functions may be called on any thread.
 class RtspFeeds {
   public:
-    void add(RtspFeed& feed);
+    static constexpr size_t MostBackchannels = 32;
+
+    // Returns false when the feed has a backchannel, and as many feeds as may be have one already.
+    bool add(RtspFeed& feed);
+    // Ends the feed, too. Waits when `end` is ending it.
     void remove(RtspFeed& feed);
     // Ends all feeds. A feed that is added later ends at once.
     void end();
 
   private:
-    std::mutex mutex_;
+    std::mutex mutex_;  // guards what follows
     std::set<RtspFeed*> feeds_;
+    size_t backchannels_ = 0;  // feeds with a backchannel among them
     bool hasEnded_ = false;
 };
 
 // What a mounted input needs to make its feeds.
 struct RtspInput {
-    Hub& hub;
+    SharedHub hub;
     int number;
     std::optional<int> talkOutput;
     std::shared_ptr<RtspFeeds> feeds;
@@ -54,9 +61,11 @@ class RtspFeed {
     RtspFeed(const RtspFeed&) = delete;
     RtspFeed& operator=(const RtspFeed&) = delete;
 
-    // Takes the output for a client that sets its backchannel up. Returns false when there is none
-    // or another talker has it.
-    bool takeOutput();
+    // Returns false when there are too many feeds. The medium must not be used then.
+    bool isAdmitted() const { return isAdmitted_; }
+    bool hasBackchannel() const { return sink_ != nullptr; }
+    RtspTalk& talk() { return talk_; }
+    TalkerFilter& filter() { return *filter_; }
     void setClients(int clients);
     // Stops both directions for good, and gives the output back.
     void end();
@@ -70,7 +79,9 @@ class RtspFeed {
     ObjectPointer<GstElement> sink_;  // null: without a backchannel
     int64_t soundEnd_ = 0;            // ns of the pipeline's time; used by the module's thread only
     int64_t lastPacket_ = 0;          // when the last packet begins, in the same time and thread
-    std::mutex mutex_;                // guards what follows
+    bool isAdmitted_ = false;         // set by the constructor
+    RtspTalk talk_;
+    const std::shared_ptr<TalkerFilter> filter_ = std::make_shared<TalkerFilter>();
+    std::mutex mutex_;  // guards what follows
     std::unique_ptr<Listening> listening_;
-    std::unique_ptr<Talk> talk_;
 };

@@ -1,5 +1,5 @@
-// Which RTSP requests are answered 503. GStreamer calls the functions on the clients' threads, with
-// the Hub as data.
+// Which RTSP requests are answered 503. GStreamer calls the functions on the clients' threads, the
+// first two with the SharedHub as data.
 #pragma once
 
 #include <gst/rtsp-server/rtsp-server.h>
@@ -9,3 +9,6 @@ GstRTSPStatusCode beforeDescribe(GstRTSPClient* client, GstRTSPContext* context,
 // Refuses these, too, and the backchannel unless the client gets the output. Only the backchannel
 // has a sink pad.
 GstRTSPStatusCode beforeSetup(GstRTSPClient* client, GstRTSPContext* context, gpointer hub);
+// Gives the output back when a SETUP that took it fails for another reason.
+void beforeAnswer(GstRTSPClient* client, GstRTSPContext* context, GstRTSPMessage* answer,
+                  gpointer data);

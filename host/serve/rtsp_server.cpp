@@ -6,16 +6,16 @@
 #include <map>
 #include <vector>
 
+#include "host/serve/closure_data.h"
 #include "host/serve/rtsp_clients.h"
+#include "host/serve/rtsp_medium.h"
 #include "host/serve/rtsp_requests.h"
 
 namespace {
 
-constexpr guint MostClients = 200;     // connections, as many sessions, and all may come at once
 constexpr guint MostBodyBytes = 4096;  // of a request
 constexpr guint SessionTimeout = 30;   // s, without a sign of life
 constexpr guint HouseInterval = 1000;  // ms
-constexpr int MostIdleLooks = 30;      // a connection without a session is closed after these
 // Two seconds of a connection's sound. A client that reads nothing is noticed when this and
 // GStreamer's queue are full.
 constexpr gint SendBufferBytes = 16384;
@@ -62,43 +62,20 @@ void endWithConnection(GstRTSPSession* session, GstRTSPClient* client) {
         GConnectFlags{});
 }
 
-// Shuts a connection down. The client's own thread then closes it. Another thread must not close
-// it, because the client's thread may be reading.
-void hangUp(GstRTSPClient* client) {
-    g_socket_shutdown(gst_rtsp_connection_get_read_socket(gst_rtsp_client_get_connection(client)),
-                      TRUE, TRUE, nullptr);
-}
-
-// Hangs a client up that has had no session for long.
-// GStreamer's own timer for this ("post-session-timeout") may end the process when one client's
-// session ends while another client leaves.
-GstRTSPFilterResult hangUpIfIdle(GstRTSPServer* /*server*/, GstRTSPClient* client,
-                                 gpointer /*data*/) {
-    constexpr const char* LooksKey = "tamborin-idle-looks";
-    GList* sessions = gst_rtsp_client_session_filter(client, nullptr, nullptr);
-    const int looks = sessions == nullptr
-                          ? GPOINTER_TO_INT(g_object_get_data(G_OBJECT(client), LooksKey)) + 1
-                          : 0;
-    g_list_free_full(sessions, g_object_unref);
-    g_object_set_data(G_OBJECT(client), LooksKey, GINT_TO_POINTER(looks));
-    if (looks > MostIdleLooks)
-        hangUp(client);
-    return GST_RTSP_FILTER_KEEP;
-}
-
 }  // namespace
 
 RtspServer::RtspServer(Hub& hub, const ServeOptions& options, const Access& access)
-    : hub_(hub),
+    : hub_(std::make_shared<RtspHub>(hub)),
       options_(options),
       hasTls_(access.certificate != nullptr),
-      server_(newRtspServer(hub)),
+      server_(newRtspServer(hub_)),
+      connections_(server_.get()),
       sessions_(gst_rtsp_session_pool_new()) {
     gst_rtsp_server_set_address(server_.get(), options.listenAddress.c_str());
     gst_rtsp_server_set_service(server_.get(), std::to_string(options.rtspPort).c_str());
-    gst_rtsp_server_set_backlog(server_.get(), MostClients);
+    gst_rtsp_server_set_backlog(server_.get(), RtspConnections::Most);
     gst_rtsp_server_set_content_length_limit(server_.get(), MostBodyBytes);
-    gst_rtsp_session_pool_set_max_sessions(sessions_.get(), MostClients);
+    gst_rtsp_session_pool_set_max_sessions(sessions_.get(), RtspConnections::Most);
     gst_rtsp_server_set_session_pool(server_.get(), sessions_.get());
     // Each client has a thread, so that one which waits for an input to start delays no other.
     const ObjectPointer<GstRTSPThreadPool> threads(gst_rtsp_thread_pool_new());
@@ -135,6 +112,7 @@ void RtspServer::listen() {
 RtspServer::~RtspServer() {
     g_source_remove(housekeeping_);
     g_source_remove(listening_);
+    hub_->end();
     feeds_->end();
     gst_rtsp_server_client_filter(
         server_.get(), [](auto...) { return GST_RTSP_FILTER_REMOVE; }, nullptr);
@@ -174,7 +152,7 @@ void RtspServer::guard(const Access& access) {
 
 void RtspServer::mount(const ChannelDescription& input, std::optional<int> talkOutput) {
     GstRTSPMediaFactory* factory = gst_rtsp_onvif_media_factory_new();
-    gst_rtsp_media_factory_set_media_gtype(factory, GST_TYPE_RTSP_ONVIF_MEDIA);
+    gst_rtsp_media_factory_set_media_gtype(factory, rtspMediumType());
     gst_rtsp_media_factory_set_launch(factory, CaptureLaunch);
     if (talkOutput)
         gst_rtsp_onvif_media_factory_set_backchannel_launch(GST_RTSP_ONVIF_MEDIA_FACTORY(factory),
@@ -190,13 +168,8 @@ void RtspServer::mount(const ChannelDescription& input, std::optional<int> talkO
                                     G_TYPE_BOOLEAN, TRUE, GST_RTSP_PERM_MEDIA_FACTORY_CONSTRUCT,
                                     G_TYPE_BOOLEAN, TRUE, nullptr);
     // The factory owns the input, because clients' threads may use the factory after this server.
-    g_signal_connect_data(
-        factory, "media-configure", G_CALLBACK(RtspFeed::attach),
-        std::make_unique<RtspInput>(RtspInput{hub_, input.number, talkOutput, feeds_}).release(),
-        [](gpointer owned, GClosure*) {
-            const std::unique_ptr<RtspInput> ended(static_cast<RtspInput*>(owned));
-        },
-        GConnectFlags{});
+    connectOwning(factory, "media-configure", RtspFeed::attach,
+                  RtspInput{hub_, input.number, talkOutput, feeds_});
     const ObjectPointer<GstRTSPMountPoints> mounts(gst_rtsp_server_get_mount_points(server_.get()));
     gst_rtsp_mount_points_add_factory(mounts.get(), mountPath(input.number).c_str(), factory);
 }
@@ -205,24 +178,23 @@ void RtspServer::mount(const ChannelDescription& input, std::optional<int> talkO
 void RtspServer::welcome(GstRTSPClient* client) {
     GSocket* socket = gst_rtsp_connection_get_write_socket(gst_rtsp_client_get_connection(client));
     g_socket_set_option(socket, SOL_SOCKET, SO_SNDBUF, SendBufferBytes, nullptr);
-    g_signal_connect(client, "pre-setup-request", G_CALLBACK(beforeSetup), &hub_);
-    g_signal_connect(client, "pre-describe-request", G_CALLBACK(beforeDescribe), &hub_);
+    connectOwning(client, "pre-setup-request", beforeSetup, hub_);
+    connectOwning(client, "pre-describe-request", beforeDescribe, hub_);
+    g_signal_connect(client, "send-message", G_CALLBACK(beforeAnswer), nullptr);
     g_signal_connect(client, "new-session",
                      G_CALLBACK(+[](GstRTSPClient* owner, GstRTSPSession* session, gpointer) {
                          gst_rtsp_session_set_timeout(session, SessionTimeout);
                          endWithConnection(session, owner);
                      }),
                      nullptr);
-    GList* clients = gst_rtsp_server_client_filter(server_.get(), nullptr, nullptr);
-    if (g_list_length(clients) > MostClients)
-        hangUp(client);
-    g_list_free_full(clients, g_object_unref);
+    connections_.add(client);
 }
 
-// Drops sessions without a sign of life, and tells each feed the number of its clients.
+// Drops sessions without a sign of life, frees the output of silent talkers, and tells each feed
+// the number of its clients.
 void RtspServer::keepHouse() {
     gst_rtsp_session_pool_cleanup(sessions_.get());
-    gst_rtsp_server_client_filter(server_.get(), hangUpIfIdle, nullptr);
+    connections_.endIdle();
     std::map<RtspFeed*, int> clients;
     GList* sessions = gst_rtsp_session_pool_filter(sessions_.get(), nullptr, nullptr);
     std::vector<ObjectPointer<GstRTSPMedia>> media;
@@ -232,8 +204,10 @@ void RtspServer::keepHouse() {
             GstRTSPMedia* medium =
                 gst_rtsp_session_media_get_media(GST_RTSP_SESSION_MEDIA(part->data));
             media.emplace_back(GST_RTSP_MEDIA(g_object_ref(medium)));
-            if (RtspFeed* feed = RtspFeed::of(medium))
+            if (RtspFeed* feed = RtspFeed::of(medium)) {
                 ++clients[feed];
+                feed->talk().giveBackIfSilent();
+            }
         }
         g_list_free_full(parts, g_object_unref);
     }

@@ -7,16 +7,17 @@
 
 #include "host/serve/access.h"
 #include "host/serve/hub.h"
+#include "host/serve/rtsp_connections.h"
 #include "host/serve/rtsp_feed.h"
 #include "host/serve/serve_options.h"
 
 // All functions run on the main thread. GStreamer gives each client a thread of its own.
 class RtspServer {
   public:
-    // Serves on the main loop until it is destroyed. Throws std::runtime_error. The hub outlives
-    // it.
+    // Serves on the main loop until it is destroyed. Throws std::runtime_error.
     RtspServer(Hub& hub, const ServeOptions& options, const Access& access);
-    // Sends all clients away.
+    // Sends all clients away. Their threads may go on for a moment. They do not use the hub any
+    // more, so it may be destroyed then.
     ~RtspServer();
     RtspServer(const RtspServer&) = delete;
     RtspServer& operator=(const RtspServer&) = delete;
@@ -31,10 +32,11 @@ class RtspServer {
     void welcome(GstRTSPClient* client);
     void keepHouse();
 
-    Hub& hub_;
+    const SharedHub hub_;
     const ServeOptions& options_;
     const bool hasTls_;
     const ObjectPointer<GstRTSPServer> server_;
+    RtspConnections connections_;
     const ObjectPointer<GstRTSPSessionPool> sessions_;
     const std::shared_ptr<RtspFeeds> feeds_ = std::make_shared<RtspFeeds>();
     guint listening_ = 0;

@@ -106,7 +106,7 @@ void TalkLine::run() {
         wake_.wait(held, [this] { return isEnding_ || !waiting_.empty(); });
         if (isEnding_)
             return;
-        waiting_.insert(waiting_.begin(), FirstSilence, SilenceCode);
+        silenceSinceTalk_ = 0;
         bool sounding = true;
         while (sounding && !isEnding_) {
             held.unlock();
@@ -117,14 +117,20 @@ void TalkLine::run() {
     }
 }
 
-// Writes blocks until the module has two seconds of sound. Returns false once enough silence has
+// Writes blocks until the module has two seconds of sound. When it has none, its stream is closed
+// or closes now, so silence for a new start comes first. Returns false once enough silence has
 // followed the last talk, so that the device has played all of it.
 bool TalkLine::writeSome() {
-    for (size_t lent = module_.lentSamples(channelId_); lent < MostLent;) {
-        std::vector<uint8_t> block = nextBlock();
-        if (block.empty() && lent < BlockSamples) {
+    size_t lent = module_.lentSamples(channelId_);
+    const bool isStarting = lent == 0;
+    const size_t leastLent = isStarting ? FirstSilence : BlockSamples;
+    while (lent < MostLent) {
+        std::vector<uint8_t> block;
+        if (!isStarting || lent >= leastLent)
+            block = nextBlock();
+        if (block.empty() && lent < leastLent) {
             const std::lock_guard held(mutex_);
-            if (!isTaken_ && silenceSinceTalk_ >= LastSilence)
+            if (!isTaken_ && waiting_.empty() && silenceSinceTalk_ >= LastSilence)
                 return false;
             block.assign(BlockSamples, SilenceCode);
             end_ += static_cast<int64_t>(BlockSamples);

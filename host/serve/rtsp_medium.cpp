@@ -1,0 +1,29 @@
+#include "host/serve/rtsp_medium.h"
+
+#include <gst/rtsp-server/rtsp-onvif-server.h>
+
+#include "host/serve/rtsp_feed.h"
+
+namespace {
+
+gboolean prepareIfAdmitted(GstRTSPMedia* medium, GstRTSPThread* thread) {
+    const RtspFeed* const feed = RtspFeed::of(medium);
+    if (feed != nullptr && !feed->isAdmitted())
+        return FALSE;
+    const auto* const base =
+        static_cast<GstRTSPMediaClass*>(g_type_class_peek(GST_TYPE_RTSP_ONVIF_MEDIA));
+    return base->prepare(medium, thread);
+}
+
+void initMediumClass(gpointer type, gpointer /*data*/) {
+    static_cast<GstRTSPMediaClass*>(type)->prepare = prepareIfAdmitted;
+}
+
+}  // namespace
+
+GType rtspMediumType() {
+    static const GType type = g_type_register_static_simple(
+        GST_TYPE_RTSP_ONVIF_MEDIA, "TamborinRtspMedium", sizeof(GstRTSPOnvifMediaClass),
+        initMediumClass, sizeof(GstRTSPOnvifMedia), nullptr, GTypeFlags{});
+    return type;
+}

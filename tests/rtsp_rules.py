@@ -1,0 +1,172 @@
+"""What the RTSP server asks of its clients, who are raw sockets here.
+   rtsp_rules.py RTSP_URL HTTP_URL RULE"""
+import json, math, socket, sys, threading, time, urllib.request
+
+ONVIF = "Require: www.onvif.org/ver20/backchannel\r\n"
+TCP, UDP = "RTP/AVP/TCP;unicast;interleaved=2-3", "RTP/AVP;unicast;client_port=%d-%d"
+url, http = sys.argv[1], sys.argv[2].rstrip("/")
+address, port = url.removeprefix("rtsp://").split("/")[0].split(":")
+
+def await_that(what, is_so):
+    end = time.monotonic() + 60
+    while not is_so():
+        assert time.monotonic() < end, f"not seen: {what}"
+        time.sleep(0.1)
+
+def talkers():
+    with urllib.request.urlopen(http + "/api/channels") as answer:
+        return sum(c["clients"] for c in json.load(answer)["channels"] if c["direction"] == "output")
+
+class Client:
+    def __init__(self):
+        self.connection = socket.create_connection((address, int(port)), 60)
+        self.stream, self.session = self.connection.makefile("rb"), ""
+
+    def ask(self, method, target="", header=""):  # returns the status
+        self.connection.sendall(f"{method} {url}{target} RTSP/1.0\r\nCSeq: 1\r\n{self.session}{header}\r\n".encode())
+        while (line := self.stream.readline()) and not line.startswith(b"RTSP/"):
+            pass  # sound that comes before the answer
+        fields = {}
+        while field := self.stream.readline().strip():
+            name, _, value = field.decode().partition(": ")
+            fields[name] = value
+        if "Session" in fields and not self.session:
+            self.session = f"Session: {fields['Session'].split(';')[0]}\r\n"
+        self.transport = fields.get("Transport", "")
+        self.stream.read(int(fields.get("Content-Length", 0)))
+        return int(line.split()[1]) if line else 0
+
+    def set_up(self, transport=TCP, header=""):
+        return self.ask("SETUP", "/stream=1", f"{ONVIF}Transport: {transport}\r\n{header}")
+
+    def describe(self, header=""):
+        return self.ask("DESCRIBE", header=header)
+
+    def leave(self):
+        self.connection.shutdown(socket.SHUT_RDWR)
+
+    def say(self, packet):
+        self.connection.sendall(b"$\x02" + len(packet).to_bytes(2, "big") + packet)
+
+def rtp(number, sound=160 * b"\xff", kind=0, sender=b"talk"):
+    return bytes([0x80, kind]) + number.to_bytes(2, "big") + (160 * number).to_bytes(4, "big") + sender + sound
+
+def silent():  # who sends nothing makes room for others, and his next sound takes the output again
+    first, second = Client(), Client()
+    assert first.describe(ONVIF) == first.set_up() == first.ask("PLAY") == 200 and talkers() == 1
+    assert second.set_up() == 503
+    await_that("the output is free", lambda: first.ask("GET_PARAMETER") == 200 and talkers() == 0)
+    for number in range(10):
+        first.say(rtp(number))
+    await_that("he talks again", lambda: talkers() == 1)
+    assert second.set_up() == 503
+    first.leave()
+    await_that("the output is free", lambda: talkers() == 0)
+
+def refused():  # a SETUP that fails leaves the output to others
+    client = Client()
+    for transport, header, status in (("RTP/AVP;multicast", "", 461), ("RTP/SAVP/TCP;interleaved=2-3", "", 461),
+                                      ("RTP/AVP/TCP;interleaved=2-3;mode=record", "", 461), ("none", "", 461),
+                                      (TCP, "Accept-Ranges: moons\r\n", 501), (TCP, "Session: none\r\n", 454)):
+        answer = client.set_up(transport, header)
+        assert (answer, talkers()) == (status, 0), (transport, header, answer, talkers())
+    assert client.set_up() == 200 and talkers() == 1
+    # He keeps what he has.
+    assert client.set_up("none") == 461 and talkers() == 1
+    client.leave()
+    await_that("the output is free", lambda: talkers() == 0)
+
+def crowd():  # the oldest connection without a session makes room
+    guest = Client()
+    assert guest.ask("SETUP", "/stream=0", f"Transport: {TCP}\r\n") == 200
+    idle = [Client() for _ in range(205)]
+    assert idle[-1].ask("OPTIONS") == 200 and guest.ask("GET_PARAMETER") == 200
+    assert idle[0].connection.recv(1) == b"" and idle[100].ask("OPTIONS") == 200
+    for client in idle + [guest]:
+        client.leave()
+
+def backchannels():  # there are 32 at most, and whoever gets none may listen
+    talking = [Client() for _ in range(32)]
+    for client in talking:
+        assert client.describe(ONVIF) == 200
+    late = Client()
+    for _ in range(2):
+        assert (late.describe(ONVIF), late.set_up()) == (503, 503)
+    assert late.describe() == 200 and late.ask("SETUP", "/stream=0", f"Transport: {TCP}\r\n") == 200
+    for client in talking:
+        client.leave()
+    await_that("there is room", lambda: Client().describe(ONVIF) == 200)
+
+def header():  # a request without an end ends the connection before one that is only idle
+    idle, client = Client(), Client()
+    client.connection.sendall(f"OPTIONS {url} RTSP/1.0\r\nCSeq: 1\r\n".encode())
+    try:
+        while True:
+            client.connection.sendall(b"X-Long: " + 4000 * b"x" + b"\r\n")
+            time.sleep(0.02)
+    except ConnectionError:
+        assert idle.ask("OPTIONS") == 200
+
+def strangers(seconds):  # another machine's packets, to all ports where somebody may talk
+    sender = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+    sender.bind(("127.0.0.2", 0))
+    farewell = bytes([0x81, 203, 0, 1]) + b"talk"
+    end, number = time.monotonic() + float(seconds), 0
+    while time.monotonic() < end:
+        with open("/proc/net/udp") as file:
+            ports = [int(line.split()[1][9:], 16) for line in file if ": 0100007F:" in line]
+        for to in (port for port in ports if 50000 <= port < 51000):
+            for packet in rtp(7 * number % 65536, b"\x80" * 160, sender=b"evil"), farewell:
+                sender.sendto(packet, ("127.0.0.1", to))
+        number += 1
+        time.sleep(0.02)
+
+def oddities(seconds, hertz):  # a client who sends by UDP, with packets that are none and out of order
+    client, sock = Client(), socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+    sock.bind(("127.0.0.1", 0))
+    own = sock.getsockname()[1]
+    assert client.describe(ONVIF) == client.set_up(UDP % (own, own + 1)) == 200
+    to = int(client.transport.split("server_port=")[1].split("-")[0])
+    assert client.ask("PLAY") == 200
+    print("talks", flush=True)
+
+    def code(sample):  # mu-law
+        magnitude = min(int(abs(sample) * 32768), 32635) + 132
+        segment = magnitude.bit_length() - 8
+        return ~((0x80 if sample < 0 else 0) | segment << 4 | magnitude >> segment + 3 & 15) & 0xFF
+    wave = bytes(code(0.5 * math.sin(2 * math.pi * float(hertz) * n / 8000)) for n in range(8000))
+    odd = [lambda n: rtp(n, kind=8), lambda n: rtp(n, b""), lambda n: rtp(n, 60000 * b"\x80"), lambda n: rtp(n)[:7],
+           lambda n: b"", lambda n: rtp((n + 9000) % 65536, sender=b"evil")]
+    for sender, first in (b"talk", 0), (b"new!", 9000):
+        time.sleep(4)  # until what was said before is played, and another sender may begin
+        begin = time.monotonic()
+        for number in range(first, first + int(seconds) * 50, 2):
+            for n in (number + 1, number) if number % 8 == 6 else (number, number + 1):
+                at = 160 * n % 8000
+                sock.sendto(rtp(n, wave[at:at + 160], sender=sender), ("127.0.0.1", to))
+            sock.sendto(odd[number // 2 % len(odd)](number), ("127.0.0.1", to))
+            time.sleep(max(0, begin + (number + 2 - first) / 50 - time.monotonic()))
+        sock = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+    client.leave()
+
+def storm(seconds):  # clients who come, ask and go until the server ends
+    done = threading.Semaphore(0)
+
+    def ask(require):
+        try:
+            while True:
+                client = Client()
+                client.describe(require)
+                client.set_up()
+                client.leave()
+                done.release()
+        except OSError:
+            pass
+    for number in range(8):
+        threading.Thread(target=ask, args=(ONVIF if number % 2 else "",), daemon=True).start()
+    for _ in range(40):
+        done.acquire()
+    print("storms", flush=True)
+    time.sleep(float(seconds))
+
+globals()[sys.argv[3]](*sys.argv[4:])
