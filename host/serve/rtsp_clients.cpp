@@ -3,7 +3,6 @@
 #include <gst/rtsp-server/rtsp-onvif-server.h>
 
 #include "host/serve/channel_names.h"
-
 #include "host/serve/closure_data.h"
 
 namespace {
