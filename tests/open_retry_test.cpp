@@ -59,6 +59,7 @@ TEST(OpenRetry, AsksAfterTenFailures) {
         const SteadyTime tenth(100s);
         for (uint32_t i = 0; i < OpenRetry::FreeTries; ++i) {
             EXPECT_FALSE(retry.isDeviceInDoubt());
+            EXPECT_EQ(retry.hasFailures(), i > 0);
             EXPECT_EQ(attempt(retry, tenth, Away), "open, log");
         }
         for (const Attempt& next : life) {
