@@ -106,8 +106,14 @@ def test_api():
     frames = channel(0)["frames"]
     await_that("all frames", lambda: os.path.getsize(heard) >= frames * 2060)
     assert listener.poll() is None and os.path.getsize(heard) <= channel(0)["frames"] * 2060
-    talker.kill(), listener.kill(), stalled.close()
+    talker.kill(), stalled.close()
     await_that("the talker's end", lambda: channel(1)["state"] == "ready")
+    # A clip is heard to its end, also when it fills its last block.
+    with open(f"{folder}/clip.ul", "wb") as clip:
+        clip.write(b"\x01\x81" * 8192)
+    assert curl("api/channels/1/audio", "-H", MULAW, "--data-binary", f"@{clip.name}")[0] == 200
+    await_that("the clip's end", lambda: open(heard, "rb").read().count(b"\x01\x81") > 8100)
+    listener.kill()
     curl("api/channels/0/audio.wav", "-m3", "-o", f"{folder}/clip.wav")
     status, body = curl("api/channels/1/audio", "-H", WAV, "--data-binary", f"@{folder}/clip.wav")
     assert status == 200 and json.loads(body)["samples"] % 2048 == 0, body

@@ -1,6 +1,6 @@
 """What the RTSP server asks of its clients, who are raw sockets here.
    rtsp_rules.py RTSP_URL HTTP_URL RULE"""
-import json, math, socket, sys, threading, time, urllib.request
+import json, math, os, socket, sys, threading, time, urllib.request
 
 ONVIF = "Require: www.onvif.org/ver20/backchannel\r\n"
 TCP, UDP = "RTP/AVP/TCP;unicast;interleaved=2-3", "RTP/AVP;unicast;client_port=%d-%d"
@@ -24,8 +24,9 @@ class Client:
 
     def ask(self, method, target="", header=""):  # returns the status
         self.connection.sendall(f"{method} {url}{target} RTSP/1.0\r\nCSeq: 1\r\n{self.session}{header}\r\n".encode())
-        while (line := self.stream.readline()) and not line.startswith(b"RTSP/"):
-            pass  # sound that comes before the answer
+        while (first := self.stream.read(1)) == b"$":  # sound that comes before the answer
+            self.stream.read(int.from_bytes(self.stream.read(3)[1:], "big"))
+        line = first + self.stream.readline()
         fields = {}
         while field := self.stream.readline().strip():
             name, _, value = field.decode().partition(": ")
@@ -59,7 +60,7 @@ def silent():  # who sends nothing makes room for others, and his next sound tak
     for number in range(10):
         first.say(rtp(number))
     await_that("he talks again", lambda: talkers() == 1)
-    assert second.set_up() == 503
+    assert Client().set_up() == 503
     first.leave()
     await_that("the output is free", lambda: talkers() == 0)
 
@@ -86,9 +87,12 @@ def crowd():  # the oldest connection without a session makes room
         client.leave()
 
 def backchannels():  # there are 32 at most, and whoever gets none may listen
-    talking = [Client() for _ in range(32)]
-    for client in talking:
-        assert client.describe(ONVIF) == 200
+    talking = []
+    for _ in range(32):
+        talking.append(Client())
+        assert talking[-1].describe(ONVIF) == talking[-1].ask("SETUP", "/stream=0", f"Transport: {TCP}\r\n") == 200
+        for client in talking:  # keeps its session
+            assert client.ask("GET_PARAMETER") == 200
     late = Client()
     for _ in range(2):
         assert (late.describe(ONVIF), late.set_up()) == (503, 503)
@@ -97,8 +101,9 @@ def backchannels():  # there are 32 at most, and whoever gets none may listen
         client.leave()
     await_that("there is room", lambda: Client().describe(ONVIF) == 200)
 
-def header():  # a request without an end ends the connection before one that is only idle
+def header():  # a request without an end ends the connection before one that is only idle; bodies are limited
     idle, client = Client(), Client()
+    assert Client().ask("OPTIONS", header="Content-Length: 5000\r\n") == 413
     client.connection.sendall(f"OPTIONS {url} RTSP/1.0\r\nCSeq: 1\r\n".encode())
     try:
         while True:
@@ -111,15 +116,27 @@ def strangers(seconds):  # another machine's packets, to all ports where somebod
     sender = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
     sender.bind(("127.0.0.2", 0))
     farewell = bytes([0x81, 203, 0, 1]) + b"talk"
-    end, number = time.monotonic() + float(seconds), 0
+    end, number, sent = time.monotonic() + float(seconds), 0, 0
     while time.monotonic() < end:
         with open("/proc/net/udp") as file:
             ports = [int(line.split()[1][9:], 16) for line in file if ": 0100007F:" in line]
         for to in (port for port in ports if 50000 <= port < 51000):
             for packet in rtp(7 * number % 65536, b"\x80" * 160, sender=b"evil"), farewell:
-                sender.sendto(packet, ("127.0.0.1", to))
+                sent += sender.sendto(packet, ("127.0.0.1", to))
         number += 1
         time.sleep(0.02)
+    assert sent > 0
+
+def reports(server):  # of many senders, make no threads
+    client = Client()
+    assert client.describe(ONVIF) == client.set_up() == client.ask("PLAY") == 200
+    threads = lambda: len(os.listdir(f"/proc/{server}/task"))
+    before = threads()
+    for number in range(300):
+        report = bytes([0x80, 200, 0, 6]) + number.to_bytes(4, "big") + bytes(20)
+        client.connection.sendall(b"$\x03" + len(report).to_bytes(2, "big") + report)
+    assert client.ask("GET_PARAMETER") == 200 and threads() < before + 20
+    client.leave()
 
 def oddities(seconds, hertz):  # a client who sends by UDP, with packets that are none and out of order
     client, sock = Client(), socket.socket(socket.AF_INET, socket.SOCK_DGRAM)

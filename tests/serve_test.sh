@@ -80,8 +80,7 @@ change() {  # NUMBER JSON
         "${page}api/channels/$1" || fail "no change to $2"
 }
 start
-await "the page's URL" grep -q '^http' "$folder/server.out"
-page=$(sed -n 's|^\(http[^ ]*\).*|\1|p' "$folder/server.out") old=pulse%20%28input%29
+old=pulse%20%28input%29
 ffmpeg -v error -rtsp_transport tcp -i "$url$old" -c:a copy -flush_packets 1 -f mulaw \
     "$folder/named.ul" 2>"$folder/named.err" &
 named=$!
@@ -132,7 +131,7 @@ await "somebody who talks" grep -q talks "$folder/talk.out"
 grep -q "503.*Service Unavailable" "$folder/second.out" || fail "a second one talks"
 wait "$talker"
 wait "$strangers"
-for wanted in "oddities 4 1900" silent refused backchannels header crowd; do
+for wanted in "oddities 4 1900" silent "reports $server" refused backchannels header crowd; do
     rule $wanted || fail "not obeyed: $wanted"
 done
 size=$(stat -c %s "$folder/tcp.ul")

@@ -63,8 +63,8 @@ int serve(const ServeOptions& options, Console& console) {
     return Failed;
 }
 
-// Lets the process have as many descriptors as it may. Each RTSP client that can talk needs seven,
-// and GStreamer ends the process when it gets none.
+// Lets the process have as many descriptors as it may. Each of the RTSP clients that can talk needs
+// seven, and GStreamer ends the process when it gets none.
 void raiseDescriptorLimit() {
     rlimit limit{};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0)

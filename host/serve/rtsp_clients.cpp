@@ -77,6 +77,8 @@ GstRTSPClient* createClient(GstRTSPServer* server) {
     handOn(gst_rtsp_server_get_mount_points(server), gst_rtsp_client_set_mount_points);
     handOn(gst_rtsp_server_get_auth(server), gst_rtsp_client_set_auth);
     handOn(gst_rtsp_server_get_thread_pool(server), gst_rtsp_client_set_thread_pool);
+    gst_rtsp_client_set_content_length_limit(client,
+                                             gst_rtsp_server_get_content_length_limit(server));
     return client;
 }
 

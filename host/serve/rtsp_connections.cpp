@@ -5,12 +5,16 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 #include <vector>
 
 #include "host/serve/access.h"
 #include "host/serve/closure_data.h"
 
 namespace {
+
+using namespace std::chrono_literals;
 
 constexpr int MostIdleLooks = 30;  // s
 // GStreamer limits a request's lines and body, but not the number of lines.
@@ -69,6 +73,12 @@ std::vector<ObjectPointer<GstRTSPClient>> connected(GstRTSPServer* server) {
     return clients;
 }
 
+bool isAnyManaged(GstRTSPServer* server) {
+    GList* all = gst_rtsp_server_client_filter(server, nullptr, nullptr);
+    g_list_free_full(all, g_object_unref);
+    return all != nullptr;
+}
+
 }  // namespace
 
 void RtspConnections::add(GstRTSPClient* client) {
@@ -77,7 +87,7 @@ void RtspConnections::add(GstRTSPClient* client) {
     notes.socket.reset(static_cast<GSocket*>(
         g_object_ref(gst_rtsp_connection_get_read_socket(gst_rtsp_client_get_connection(client)))));
     auto clients = connected(server_);
-    if (clients.size() <= Most)
+    if (clients.size() < Most)  // the new one is not among them yet
         return;
     std::erase_if(clients, [](const auto& one) { return hasSession(one.get()); });
     const auto oldest =
@@ -101,4 +111,13 @@ void RtspConnections::endIdle() {
         if (notes.idleLooks > MostIdleLooks || bytes > notes.bytesBefore + MostIdleBytes)
             hangUp(client.get());
     }
+}
+
+void RtspConnections::endAll() {
+    constexpr auto Patience = 2s;
+    for (const auto& client : connected(server_))
+        hangUp(client.get());
+    const auto end = std::chrono::steady_clock::now() + Patience;
+    while (isAnyManaged(server_) && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(10ms);
 }

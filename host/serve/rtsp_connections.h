@@ -18,6 +18,9 @@ class RtspConnections {
     // Ends connections that have had no session for half a minute, or have sent 64 KiB meanwhile.
     // Called each second.
     void endIdle();
+    // Ends all connections. Waits until the clients' threads have closed them, for two seconds at
+    // most. No client may connect meanwhile.
+    void endAll();
 
   private:
     GstRTSPServer* const server_;

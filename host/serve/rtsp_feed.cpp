@@ -40,10 +40,13 @@ bool isRtpManager(GstElement* element) {
     return g_str_has_prefix(GST_ELEMENT_NAME(element), "rtpbin") != FALSE;
 }
 
-// Makes RTCP's sender reports contain the time of capture instead of the time of sending.
-void tellCaptureTime(GstBin* /*pipeline*/, GstElement* element, gpointer /*data*/) {
+// Makes RTCP's sender reports contain the time of capture instead of the time of sending, and
+// limits what RTCP from outside can make: the manager has a thread for each sender that is
+// reported.
+void setUpRtp(GstBin* /*pipeline*/, GstElement* element, gpointer /*data*/) {
+    constexpr guint MostSenders = 4;
     if (isRtpManager(element))
-        g_object_set(element, "rtcp-sync-send-time", FALSE, nullptr);
+        g_object_set(element, "rtcp-sync-send-time", FALSE, "max-streams", MostSenders, nullptr);
 }
 
 void filterPackets(GstBin* /*pipeline*/, GstElement* element, gpointer filter) {
@@ -112,7 +115,7 @@ RtspFeed::RtspFeed(RtspInput input, GstRTSPMedia* medium)
     const ObjectPointer<GstElement> pipeline(
         GST_ELEMENT(gst_object_get_parent(GST_OBJECT(bin.get()))));
     beginTimeEarlier(pipeline.get());
-    g_signal_connect(pipeline.get(), "element-added", G_CALLBACK(tellCaptureTime), nullptr);
+    g_signal_connect(pipeline.get(), "element-added", G_CALLBACK(setUpRtp), nullptr);
     sink_.reset(gst_bin_get_by_name(GST_BIN(bin.get()), "sink"));
     if (sink_ != nullptr) {
         GstAppSinkCallbacks callbacks{};

@@ -52,14 +52,34 @@ void bindSound(GstRTSPMediaFactory* factory, const std::string& address) {
 // Removes a session when its client's connection ends. GStreamer would keep the session until it
 // times out, and the number of sessions is limited.
 void endWithConnection(GstRTSPSession* session, GstRTSPClient* client) {
-    g_signal_connect_data(
-        client, "closed", G_CALLBACK(+[](GstRTSPClient* closed, gpointer left) {
+    connectOwning(
+        client, "closed",
+        +[](GstRTSPClient* closed, gpointer id) {
             const ObjectPointer<GstRTSPSessionPool> sessions(
                 gst_rtsp_client_get_session_pool(closed));
-            gst_rtsp_session_pool_remove(sessions.get(), GST_RTSP_SESSION(left));
-        }),
-        g_object_ref(session), [](gpointer held, GClosure*) { g_object_unref(held); },
-        GConnectFlags{});
+            const ObjectPointer<GstRTSPSession> left(gst_rtsp_session_pool_find(
+                sessions.get(), static_cast<const std::string*>(id)->c_str()));
+            if (left != nullptr)
+                gst_rtsp_session_pool_remove(sessions.get(), left.get());
+        },
+        std::string(gst_rtsp_session_get_sessionid(session)));
+}
+
+// Removes a session without a sign of life, and its media. GStreamer's own clean-up would leave the
+// media to the session's last owner. That may be the client's connection, or nobody: a SETUP that
+// is refused loses a reference to the session.
+GstRTSPFilterResult endIfExpired(GstRTSPSessionPool* /*pool*/, GstRTSPSession* session,
+                                 gpointer /*data*/) {
+    if (gst_rtsp_session_is_expired_usec(session, g_get_monotonic_time()) == FALSE)
+        return GST_RTSP_FILTER_KEEP;
+    gst_rtsp_session_filter(
+        session,
+        [](GstRTSPSession*, GstRTSPSessionMedia* media, gpointer) {
+            gst_rtsp_session_media_set_state(media, GST_STATE_NULL);
+            return GST_RTSP_FILTER_REMOVE;
+        },
+        nullptr);
+    return GST_RTSP_FILTER_REMOVE;
 }
 
 }  // namespace
@@ -114,8 +134,7 @@ RtspServer::~RtspServer() {
     g_source_remove(listening_);
     hub_->end();
     feeds_->end();
-    gst_rtsp_server_client_filter(
-        server_.get(), [](auto...) { return GST_RTSP_FILTER_REMOVE; }, nullptr);
+    connections_.endAll();
     gst_rtsp_session_pool_filter(
         sessions_.get(), [](auto...) { return GST_RTSP_FILTER_REMOVE; }, nullptr);
 }
@@ -193,7 +212,7 @@ void RtspServer::welcome(GstRTSPClient* client) {
 // Drops sessions without a sign of life, frees the output of silent talkers, and tells each feed
 // the number of its clients.
 void RtspServer::keepHouse() {
-    gst_rtsp_session_pool_cleanup(sessions_.get());
+    gst_rtsp_session_pool_filter(sessions_.get(), endIfExpired, nullptr);
     connections_.endIdle();
     std::map<RtspFeed*, int> clients;
     GList* sessions = gst_rtsp_session_pool_filter(sessions_.get(), nullptr, nullptr);

@@ -118,12 +118,13 @@ void TalkLine::run() {
 }
 
 // Writes blocks until the module has two seconds of sound. When it has none, its stream is closed
-// or closes now, so silence for a new start comes first. Returns false once enough silence has
+// or closes now, so silence for a new start comes first. While the stream runs there are always two
+// blocks: one that is being played counts as a whole one. Returns false once enough silence has
 // followed the last talk, so that the device has played all of it.
 bool TalkLine::writeSome() {
     size_t lent = module_.lentSamples(channelId_);
     const bool isStarting = lent == 0;
-    const size_t leastLent = isStarting ? FirstSilence : BlockSamples;
+    const size_t leastLent = isStarting ? FirstSilence : 2 * BlockSamples;
     while (lent < MostLent) {
         std::vector<uint8_t> block;
         if (!isStarting || lent >= leastLent)

@@ -15,6 +15,7 @@ constexpr size_t IdentifierOffset = 8;
 constexpr size_t MostPacketBytes = 8192;  // about a second, as by WebSocket
 constexpr uint8_t MulawType = 0;
 constexpr size_t ReportHeaderBytes = 4;  // of each part of an RTCP packet
+constexpr uint8_t SenderReportType = 200;
 constexpr uint8_t FarewellType = 203;
 constexpr int64_t SenderPause = 1000;  // ms without a packet, after which another sender may begin
 
@@ -45,12 +46,18 @@ gboolean removeAddress(GstBuffer* /*packet*/, GstMeta** meta, gpointer /*data*/)
     return TRUE;
 }
 
-// A sender's farewell (BYE) would end the sound of the next one, who gets the same identifier.
-bool hasFarewell(GstBuffer* packet) {
-    std::array<uint8_t, ReportHeaderBytes> header{};
-    for (size_t at = 0;
-         gst_buffer_extract(packet, at, header.data(), header.size()) == header.size();) {
-        if (header[1] == FarewellType)
+// Returns true when an RTCP packet harms the session. A sender's farewell (BYE) would end the sound
+// of the next one, who gets the same identifier. A report of another sender would take one of the
+// few senders that the session can have.
+bool isHarmful(GstBuffer* packet, const TalkerFilter::Identifier& sender) {
+    struct {
+        std::array<uint8_t, ReportHeaderBytes> header;
+        TalkerFilter::Identifier identifier;
+    } part{};
+    for (size_t at = 0; gst_buffer_extract(packet, at, &part, sizeof(part)) >= ReportHeaderBytes;) {
+        const auto& header = part.header;
+        if (header[1] == FarewellType ||
+            (header[1] == SenderReportType && part.identifier != sender))
             return true;
         at += ReportHeaderBytes * (size_t{1} + (size_t{header[2]} << 8U) + header[3]);
     }
@@ -103,6 +110,11 @@ std::string TalkerFilter::talker() {
     return talker_;
 }
 
+TalkerFilter::Identifier TalkerFilter::first() {
+    const std::lock_guard held(mutex_);
+    return first_;
+}
+
 bool TalkerFilter::passSound(GstBuffer*& packet) {
     GSocketAddress* const from = addressOf(packet);
     const std::string address = bytesOf(from);
@@ -145,5 +157,5 @@ bool TalkerFilter::passReport(GstBuffer*& packet) {
     const std::string address = talker();
     if (from != nullptr && !address.empty() && bytesOf(from) != address)
         return false;
-    return !hasFarewell(packet);
+    return !isHarmful(packet, first());
 }

@@ -13,6 +13,8 @@
 // from one sender at a time only, and all get the first sender's identifier (SSRC).
 class TalkerFilter {
   public:
+    using Identifier = std::array<uint8_t, 4>;
+
     // Filters what an RTP manager (rtpbin) receives from now on. The manager shares the ownership.
     static void attach(const std::shared_ptr<TalkerFilter>& filter, GstElement* rtpManager);
 
@@ -21,7 +23,6 @@ class TalkerFilter {
     void setTalker(GstRTSPClient* client);
 
   private:
-    using Identifier = std::array<uint8_t, 4>;
     // Handles a packet. Returns false to drop it.
     using Handler = bool (TalkerFilter::*)(GstBuffer*& packet);
 
@@ -30,6 +31,7 @@ class TalkerFilter {
     bool passReport(GstBuffer*& packet);
     bool isSender(const Identifier& identifier);
     std::string talker();
+    Identifier first();
 
     std::mutex mutex_;        // guards what follows
     std::string talker_;      // address bytes; empty: nobody has set the backchannel up
