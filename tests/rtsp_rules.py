@@ -135,6 +135,7 @@ def reports(server):  # of many senders, make no threads
     for number in range(300):
         report = bytes([0x80, 200, 0, 6]) + number.to_bytes(4, "big") + bytes(20)
         client.connection.sendall(b"$\x03" + len(report).to_bytes(2, "big") + report)
+    time.sleep(2)  # in which a thread for each would begin
     assert client.ask("GET_PARAMETER") == 200 and threads() < before + 20
     client.leave()
 
