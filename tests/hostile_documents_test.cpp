@@ -149,7 +149,8 @@ TEST_F(HostileDocuments, ScanAgreesWithTheParser) {
         "]]>", "<?xml", "?>", " version='", " encoding='UTF-8'", "encoding='x'", "<!", "<", "/", "=",
         " ", "\n", "-", "&#x", "&#", ";", "41", "E9", "&#x9aF0;", "&#190;", "&amp;", "&", "\xEF\xBB\xBF", "\xEF\xBF\xBE",
         "\xEF", "\xC3", "\xF0", "\xF7", "\xBF", "</", "<\xEF\xBB\xBF\x62", "d=e", "<a:b.c-d>",
-        "<\x7F c='1' d='' e=2/>", "<a\rc='1'>", "\r"};
+        "<\x7F c='1' d='' e=2/>", "<a\rc='1'>", "\r",
+        "<?xml version='><a>' encoding='><a>' standalone='><a>'?>"};
     // clang-format on
     constexpr size_t StartTags = 4;
     constexpr size_t Tidy = 9;

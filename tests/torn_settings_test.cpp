@@ -149,13 +149,16 @@ TEST_F(TornSettings, NothingIsSavedThatALoadRefuses) {
     ASSERT_TRUE(LoadXmlFile(lines, Target));
     EXPECT_STREQ(lines.RootElement()->Attribute("b"), "x\ny\nz\nw");
 
-    // A week by the minute is kept. A schedule that is mostly indentation when printed is not.
+    // A week by the minute is kept. A schedule that is mostly indentation or entities when printed
+    // is not.
     const std::string week =
         repeat("<Entry FirstMinute='0' LastMinute='10079' Record='0'/>", 10'080);
     const std::string deep = repeat("<d>", 50) + repeat("<e/>", 20'000) + repeat("</d>", 50);
+    const std::string quotes = "<e/>" + repeat("&quot;", 1'000'000);
     const std::string small = repeat("<d>", 50) + repeat("<f/>", 12'000) + repeat("</d>", 50);
     bool isSmallKept = false;
-    fakeClock.onPause = [&, schedules = std::vector{small, week, deep}, next = 0U]() mutable {
+    fakeClock.onPause = [&, schedules = std::vector{small, week, deep, quotes},
+                         next = 0U]() mutable {
         isSmallKept = isSmallKept || description.find("<f />") != std::string::npos;
         if (next == schedules.size())
             return void(Close());

@@ -75,8 +75,9 @@ std::vector<ObjectPointer<GstRTSPClient>> connected(GstRTSPServer* server) {
 
 bool isAnyManaged(GstRTSPServer* server) {
     GList* all = gst_rtsp_server_client_filter(server, nullptr, nullptr);
+    const bool isAny = all != nullptr;
     g_list_free_full(all, g_object_unref);
-    return all != nullptr;
+    return isAny;
 }
 
 }  // namespace

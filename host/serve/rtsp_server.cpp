@@ -8,6 +8,7 @@
 
 #include "host/serve/closure_data.h"
 #include "host/serve/rtsp_clients.h"
+#include "host/serve/rtsp_factory.h"
 #include "host/serve/rtsp_medium.h"
 #include "host/serve/rtsp_requests.h"
 
@@ -170,7 +171,7 @@ void RtspServer::guard(const Access& access) {
 }
 
 void RtspServer::mount(const ChannelDescription& input, std::optional<int> talkOutput) {
-    GstRTSPMediaFactory* factory = gst_rtsp_onvif_media_factory_new();
+    auto* factory = static_cast<GstRTSPMediaFactory*>(g_object_new(rtspFactoryType(), nullptr));
     gst_rtsp_media_factory_set_media_gtype(factory, rtspMediumType());
     gst_rtsp_media_factory_set_launch(factory, CaptureLaunch);
     if (talkOutput)
