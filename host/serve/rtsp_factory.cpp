@@ -8,8 +8,6 @@
 
 namespace {
 
-// Names that the ONVIF client and media look for.
-constexpr const char* BackchannelName = "onvif-backchannel";
 constexpr const char* DepayName = "depay_backchannel";
 
 // Returns a bin with a pad "sink", or null.

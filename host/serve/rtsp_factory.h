@@ -3,6 +3,9 @@
 
 #include <gst/rtsp-server/rtsp-server.h>
 
-// Returns a class like GstRTSPOnvifMediaFactory, which would lose 16 kB with each backchannel that
-// it makes.
+// The bin of a medium's backchannel. GStreamer looks for this name.
+constexpr const char* BackchannelName = "onvif-backchannel";
+
+// Returns a class like GstRTSPOnvifMediaFactory, which would lose the depayloader of each
+// backchannel that it makes.
 GType rtspFactoryType();

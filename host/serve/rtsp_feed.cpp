@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "host/serve/closure_data.h"
+#include "host/serve/rtsp_factory.h"
 #include "host/session/sound_format.h"
 #include "host/system/steady_time.h"
 
@@ -54,6 +55,17 @@ void filterPackets(GstBin* /*pipeline*/, GstElement* element, gpointer filter) {
         TalkerFilter::attach(*static_cast<const std::shared_ptr<TalkerFilter>*>(filter), element);
 }
 
+// GStreamer loses a reference to the backchannel's bin when it makes the bin's stream. Nobody uses
+// the medium yet, so that the bin's parent and this function have the only other ones.
+void releaseBackchannel(GstRTSPMedia* medium) {
+    constexpr int KnownReferences = 2;
+    const ObjectPointer<GstElement> element(gst_rtsp_media_get_element(medium));
+    const ObjectPointer<GstElement> bin(
+        gst_bin_get_by_name(GST_BIN(element.get()), BackchannelName));
+    if (bin != nullptr && GST_OBJECT_REFCOUNT_VALUE(bin.get()) > KnownReferences)
+        gst_object_unref(bin.get());
+}
+
 GstBuffer* bufferOf(const FramePointer& frame) {
     auto owner = std::make_unique<FramePointer>(frame);
     const size_t size = frame->codes.size();
@@ -90,6 +102,7 @@ void RtspFeeds::end() {
 }
 
 void RtspFeed::attach(GstRTSPMediaFactory* /*factory*/, GstRTSPMedia* medium, gpointer input) {
+    releaseBackchannel(medium);
     auto feed = std::make_unique<RtspFeed>(*static_cast<const RtspInput*>(input), medium);
     g_signal_connect(medium, "unprepared", G_CALLBACK(+[](GstRTSPMedia* ended, gpointer) {
                          if (RtspFeed* found = of(ended))
