@@ -139,7 +139,7 @@ def reports(server):  # of many senders, make no threads
     assert client.ask("GET_PARAMETER") == 200 and threads() < before + 20
     client.leave()
 
-def oddities(seconds, hertz):  # a client who sends by UDP, with packets that are none and out of order
+def oddities(seconds, *tones):  # a client who sends by UDP, with packets that are none and out of order
     client, sock = Client(), socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
     sock.bind(("127.0.0.1", 0))
     own = sock.getsockname()[1]
@@ -152,10 +152,10 @@ def oddities(seconds, hertz):  # a client who sends by UDP, with packets that ar
         magnitude = min(int(abs(sample) * 32768), 32635) + 132
         segment = magnitude.bit_length() - 8
         return ~((0x80 if sample < 0 else 0) | segment << 4 | magnitude >> segment + 3 & 15) & 0xFF
-    wave = bytes(code(0.5 * math.sin(2 * math.pi * float(hertz) * n / 8000)) for n in range(8000))
     odd = [lambda n: rtp(n, kind=8), lambda n: rtp(n, b""), lambda n: rtp(n, 60000 * b"\x80"), lambda n: rtp(n)[:7],
            lambda n: b"", lambda n: rtp((n + 9000) % 65536, sender=b"evil")]
-    for sender, first in (b"talk", 0), (b"new!", 9000):
+    for sender, first, hertz in (b"talk", 0, tones[0]), (b"new!", 9000, tones[1]):
+        wave = bytes(code(0.5 * math.sin(2 * math.pi * float(hertz) * n / 8000)) for n in range(8000))
         time.sleep(4)  # until what was said before is played, and another sender may begin
         begin = time.monotonic()
         for number in range(first, first + int(seconds) * 50, 2):

@@ -127,6 +127,18 @@ Findings examineContent(const SettingsText& settings, const std::filesystem::pat
     return findings;
 }
 
+// The module starts with the pending file when that is whole.
+Finding unreadable(const std::filesystem::path& file, const std::string& flaw,
+                   bool isPendingWhole) {
+    const std::string what = file.string() + " cannot be read: " + flaw;
+    if (isPendingWhole)
+        return {Verdict::Note, what,
+                "nothing to do: the module replaces it by the pending settings"};
+    return {Verdict::Wrong, what,
+            "repair it, or move it away: when the module starts it overwrites the file with new "
+            "settings"};
+}
+
 }  // namespace
 
 Findings examineSettings(const std::filesystem::path& folder, const Discovery& discovery) {
@@ -164,12 +176,7 @@ Findings examineSettings(const std::filesystem::path& folder, const Discovery& d
         findings.push_back({Verdict::Note, "there is no " + file.string(),
                             "nothing to do: the module writes it when it starts there"});
     } else if (!fileText.flaw.empty()) {
-        findings.push_back({isPendingWhole ? Verdict::Note : Verdict::Wrong,
-                            file.string() + " cannot be read: " + fileText.flaw,
-                            isPendingWhole
-                                ? "nothing to do: the module replaces it by the pending settings"
-                                : "repair it, or move it away: when the module starts it "
-                                  "overwrites the file with new settings"});
+        findings.push_back(unreadable(file, fileText.flaw, isPendingWhole));
     } else {
         findings.push_back({Verdict::Good, file.string() + " can be read", ""});
     }
