@@ -122,7 +122,7 @@ for transport in tcp udp; do
 done
 /usr/bin/python3 "$clients" stall "${url}0" >"$folder/stall.out" 2>"$folder/stall.err" &
 await "a client who stalls" grep -q stalls "$folder/stall.out"
-rule strangers 16 &
+rule strangers 36 &
 strangers=$!
 /usr/bin/python3 "$clients" talk "${url}0" 12 700 >"$folder/talk.out" 2>"$folder/talk.err" &
 talker=$!
@@ -130,8 +130,9 @@ await "somebody who talks" grep -q talks "$folder/talk.out"
 /usr/bin/python3 "$clients" talk "${url}0" 30 1900 >"$folder/second.out" 2>"$folder/second.err" || true
 grep -q "503.*Service Unavailable" "$folder/second.out" || fail "a second one talks"
 wait "$talker"
-wait "$strangers"
-for wanted in "oddities 4 1900 2300" silent "reports $server" refused backchannels header crowd; do
+rule oddities 4 1900 2300 || fail "no sound by UDP"
+wait "$strangers" || fail "strangers send nothing"
+for wanted in silent "reports $server" refused backchannels header crowd; do
     rule $wanted || fail "not obeyed: $wanted"
 done
 size=$(stat -c %s "$folder/tcp.ul")
