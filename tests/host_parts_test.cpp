@@ -195,8 +195,6 @@ TEST_F(HostParts, ClipsAreReadAsFarAsWantedAndNoNumberIsSilence) {
     EXPECT_EQ(codes.size(), size_t{2} * SampleRate);
     // NaN became 0, which resampling replaces by the samples around it.
     EXPECT_EQ(std::ranges::count(codes, linearToUlaw(0)), 0);
-    const std::vector<uint8_t> silence(SampleRate, linearToUlaw(0));
-    EXPECT_EQ(findClip(silence, codes, [](double) {}).correlation, 0);
 }
 
 }  // namespace
