@@ -1,8 +1,8 @@
 #include "host/serve/main_loop.h"
 
-#include <memory>
 #include <utility>
 
+#include "host/serve/closure_data.h"
 #include "host/system/stop.h"
 
 namespace {
@@ -34,21 +34,18 @@ namespace {
 
 using Work = std::function<void()>;
 
-gpointer owned(Work work) { return std::make_unique<Work>(std::move(work)).release(); }
-
 gboolean doIt(gpointer work) {
     (*static_cast<Work*>(work))();
     return G_SOURCE_REMOVE;
 }
 
-void forget(gpointer work) { const std::unique_ptr<Work> gone(static_cast<Work*>(work)); }
-
 }  // namespace
 
 void post(std::function<void()> work) {
-    g_idle_add_full(G_PRIORITY_DEFAULT, doIt, owned(std::move(work)), forget);
+    g_idle_add_full(G_PRIORITY_DEFAULT, doIt, ownedData(std::move(work)), freeData<Work>);
 }
 
 void after(unsigned seconds, std::function<void()> work) {
-    g_timeout_add_seconds_full(G_PRIORITY_DEFAULT, seconds, doIt, owned(std::move(work)), forget);
+    g_timeout_add_seconds_full(G_PRIORITY_DEFAULT, seconds, doIt, ownedData(std::move(work)),
+                               freeData<Work>);
 }

@@ -4,6 +4,7 @@
 
 #include "host/serve/channel_names.h"
 #include "host/serve/closure_data.h"
+#include "host/serve/derived_type.h"
 
 namespace {
 
@@ -40,28 +41,21 @@ void initServerClass(gpointer type, gpointer /*data*/) {
     static_cast<GstRTSPServerClass*>(type)->create_client = createClient;
 }
 
-GType derived(GType parent, const char* name, GClassInitFunc init) {
-    GTypeQuery query;
-    g_type_query(parent, &query);
-    return g_type_register_static_simple(parent, name, query.class_size, init, query.instance_size,
-                                         nullptr, GTypeFlags{});
-}
-
 GType clientType() {
     static const GType type =
-        derived(GST_TYPE_RTSP_ONVIF_CLIENT, "TamborinRtspClient", initClientClass);
+        derivedType(GST_TYPE_RTSP_ONVIF_CLIENT, "TamborinRtspClient", initClientClass);
     return type;
 }
 
 GType mountsType() {
     static const GType type =
-        derived(GST_TYPE_RTSP_MOUNT_POINTS, "TamborinRtspMounts", initMountsClass);
+        derivedType(GST_TYPE_RTSP_MOUNT_POINTS, "TamborinRtspMounts", initMountsClass);
     return type;
 }
 
 GType serverType() {
     static const GType type =
-        derived(GST_TYPE_RTSP_ONVIF_SERVER, "TamborinRtspServer", initServerClass);
+        derivedType(GST_TYPE_RTSP_ONVIF_SERVER, "TamborinRtspServer", initServerClass);
     return type;
 }
 

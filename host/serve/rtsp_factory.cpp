@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "host/serve/access.h"
+#include "host/serve/derived_type.h"
 
 namespace {
 
@@ -48,8 +49,6 @@ void initFactoryClass(gpointer type, gpointer /*data*/) {
 
 GType rtspFactoryType() {
     static const GType type =
-        g_type_register_static_simple(GST_TYPE_RTSP_ONVIF_MEDIA_FACTORY, "TamborinRtspFactory",
-                                      sizeof(GstRTSPOnvifMediaFactoryClass), initFactoryClass,
-                                      sizeof(GstRTSPOnvifMediaFactory), nullptr, GTypeFlags{});
+        derivedType(GST_TYPE_RTSP_ONVIF_MEDIA_FACTORY, "TamborinRtspFactory", initFactoryClass);
     return type;
 }

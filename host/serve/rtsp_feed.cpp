@@ -8,11 +8,13 @@
 #include "host/session/sound_format.h"
 #include "host/system/steady_time.h"
 
-// A packet has 32 ms, an eighth of a frame, so that no packet waits for the next frame.
+// A packet has 32 ms, an eighth of a frame, so that no packet waits for the next frame. The tee
+// lets sound go nowhere when a client sets up the backchannel only. Otherwise the source would stop
+// with an error, and PLAY would sometimes leave the backchannel's receiver stopped.
 const char* const CaptureLaunch =
     "( appsrc name=source is-live=true format=time caps=audio/x-mulaw,rate=8000,channels=1 "
     "max-buffers=16 max-bytes=0 max-time=0 leaky-type=downstream ! "
-    "rtppcmupay name=pay0 pt=0 min-ptime=32000000 max-ptime=32000000 )";
+    "tee allow-not-linked=true ! rtppcmupay name=pay0 pt=0 min-ptime=32000000 max-ptime=32000000 )";
 const char* const BackchannelLaunch =
     "( capsfilter name=depay_backchannel caps=\"application/x-rtp, media=(string)audio, "
     "payload=(int)0, clock-rate=(int)8000, encoding-name=(string)PCMU\" ! rtppcmudepay ! "
@@ -92,6 +94,14 @@ void RtspFeeds::remove(RtspFeed& feed) {
     feed.end();
     if (feeds_.erase(&feed) > 0 && feed.hasBackchannel())
         --backchannels_;
+}
+
+void RtspFeeds::setClients(const std::map<RtspFeed*, int>& clients) {
+    const std::lock_guard held(mutex_);
+    for (RtspFeed* feed : feeds_) {
+        const auto found = clients.find(feed);
+        feed->setClients(found == clients.end() ? 0 : found->second);
+    }
 }
 
 void RtspFeeds::end() {
@@ -201,7 +211,7 @@ void RtspFeed::give(const FramePointer& frame) {
 
 GstFlowReturn RtspFeed::take(GstSample* sample) {
     if (sample == nullptr)
-        return GST_FLOW_EOS;
+        return GST_FLOW_OK;
     GstBuffer* buffer = gst_sample_get_buffer(sample);
     GstMapInfo map{};
     if (GST_BUFFER_PTS_IS_VALID(buffer) && gst_buffer_map(buffer, &map, GST_MAP_READ) != FALSE) {

@@ -4,6 +4,7 @@
 #include <gst/app/app.h>
 #include <gst/rtsp-server/rtsp-server.h>
 
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -25,6 +26,8 @@ class RtspFeeds {
     bool add(RtspFeed& feed);
     // Ends the feed, too. Waits when `end` is ending it.
     void remove(RtspFeed& feed);
+    // Sets each feed's number of clients: 0 for a feed that is missing in the map.
+    void setClients(const std::map<RtspFeed*, int>& clients);
     // Ends all feeds. A feed that is added later ends at once.
     void end();
 
@@ -47,7 +50,8 @@ struct RtspInput {
 extern const char* const CaptureLaunch;
 extern const char* const BackchannelLaunch;
 
-// The medium owns its feed. All functions may be called on any thread.
+// The medium owns its feed, and ends its streaming threads before it. All functions may be called
+// on any thread.
 class RtspFeed {
   public:
     // Handles a factory's signal "media-configure": makes the medium's feed. `input` is the

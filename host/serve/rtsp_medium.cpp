@@ -2,6 +2,7 @@
 
 #include <gst/rtsp-server/rtsp-onvif-server.h>
 
+#include "host/serve/derived_type.h"
 #include "host/serve/rtsp_feed.h"
 
 namespace {
@@ -22,8 +23,7 @@ void initMediumClass(gpointer type, gpointer /*data*/) {
 }  // namespace
 
 GType rtspMediumType() {
-    static const GType type = g_type_register_static_simple(
-        GST_TYPE_RTSP_ONVIF_MEDIA, "TamborinRtspMedium", sizeof(GstRTSPOnvifMediaClass),
-        initMediumClass, sizeof(GstRTSPOnvifMedia), nullptr, GTypeFlags{});
+    static const GType type =
+        derivedType(GST_TYPE_RTSP_ONVIF_MEDIA, "TamborinRtspMedium", initMediumClass);
     return type;
 }

@@ -232,6 +232,5 @@ void RtspServer::keepHouse() {
         g_list_free_full(parts, g_object_unref);
     }
     g_list_free_full(sessions, g_object_unref);
-    for (const auto& [feed, count] : clients)
-        feed->setClients(count);
+    feeds_->setClients(clients);
 }

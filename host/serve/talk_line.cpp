@@ -1,6 +1,5 @@
 #include "host/serve/talk_line.h"
 
-#include <algorithm>
 #include <chrono>
 
 #include "host/session/sound_format.h"
@@ -9,25 +8,17 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr uint8_t SilenceCode = 0xFF;
 constexpr auto WriteInterval = 50ms;
 // A device asks for three blocks at once when it starts. One more has to be queued at any time, and
 // one makes up for late packets.
 constexpr size_t FirstSilence = 5 * BlockSamples;
 constexpr size_t LastSilence = size_t{2} * SampleRate;
 constexpr size_t MostLent = size_t{2} * SampleRate;
-// The sound of `put` that may wait. A sender with a fast clock loses what is beyond it.
-constexpr size_t MostLiveAhead = size_t{3} * SampleRate;
-// A shorter gap is ignored, because the times of packets vary with the sender's clock. No packet is
-// that short.
-constexpr int64_t LeastGap = SampleRate / 100;
-// A longer gap is a pause of the talker. Only this much of it is played as silence.
-constexpr int64_t MostGap = int64_t{2} * SampleRate;
 
 }  // namespace
 
 TalkLine::TalkLine(ModuleHost& module, int32_t channelId, size_t mostAhead)
-    : module_(module), channelId_(channelId), mostAhead_(mostAhead), thread_([this] { run(); }) {}
+    : module_(module), channelId_(channelId), queue_(mostAhead), thread_([this] { run(); }) {}
 
 void TalkLine::stop() {
     {
@@ -44,7 +35,7 @@ bool TalkLine::begin() {
     if (isTaken_ || isEnding_)
         return false;
     isTaken_ = true;
-    senderAhead_.reset();
+    queue_.beginTalker();
     return true;
 }
 
@@ -62,22 +53,17 @@ void TalkLine::keepOff(bool isKeptOff) {
     const std::lock_guard held(mutex_);
     isKeptOff_ = isKeptOff;
     if (isKeptOff)
-        waiting_.clear();
+        queue_.clear();
 }
 
 bool TalkLine::put(int64_t position, std::span<const uint8_t> codes) {
     const size_t lent = module_.lentSamples(channelId_);
     {
         const std::lock_guard held(mutex_);
-        const int64_t missing = senderAhead_ ? position + *senderAhead_ - end_ : 0;
-        const auto gap = missing < LeastGap ? 0 : static_cast<size_t>(std::min(missing, MostGap));
-        if (isKeptOff_ || lent + waiting_.size() + gap + codes.size() > MostLiveAhead)
+        if (isKeptOff_)
+            queue_.drop(position, codes.size());
+        if (isKeptOff_ || !queue_.put(position, codes, lent))
             return false;
-        waiting_.insert(waiting_.end(), gap, SilenceCode);
-        waiting_.insert(waiting_.end(), codes.begin(), codes.end());
-        end_ += static_cast<int64_t>(gap);
-        senderAhead_ = end_ - position;
-        end_ += static_cast<int64_t>(codes.size());
     }
     wake_.notify_one();
     return true;
@@ -86,10 +72,8 @@ bool TalkLine::put(int64_t position, std::span<const uint8_t> codes) {
 bool TalkLine::append(std::span<const uint8_t> codes) {
     {
         const std::lock_guard held(mutex_);
-        if (isKeptOff_ || waiting_.size() + codes.size() > mostAhead_)
+        if (isKeptOff_ || !queue_.append(codes))
             return false;
-        waiting_.insert(waiting_.end(), codes.begin(), codes.end());
-        end_ += static_cast<int64_t>(codes.size());
     }
     wake_.notify_one();
     return true;
@@ -97,13 +81,13 @@ bool TalkLine::append(std::span<const uint8_t> codes) {
 
 size_t TalkLine::room() const {
     const std::lock_guard held(mutex_);
-    return isKeptOff_ ? 0 : mostAhead_ - std::min(mostAhead_, waiting_.size());
+    return isKeptOff_ ? 0 : queue_.room();
 }
 
 void TalkLine::run() {
     std::unique_lock held(mutex_);
     while (!isEnding_) {
-        wake_.wait(held, [this] { return isEnding_ || !waiting_.empty(); });
+        wake_.wait(held, [this] { return isEnding_ || !queue_.isEmpty(); });
         if (isEnding_)
             return;
         silenceSinceTalk_ = 0;
@@ -131,10 +115,10 @@ bool TalkLine::writeSome() {
             block = nextBlock();
         if (block.empty() && lent < leastLent) {
             const std::lock_guard held(mutex_);
-            if (!isTaken_ && waiting_.empty() && silenceSinceTalk_ >= LastSilence)
+            if (!isTaken_ && queue_.isEmpty() && silenceSinceTalk_ >= LastSilence)
                 return false;
             block.assign(BlockSamples, SilenceCode);
-            end_ += static_cast<int64_t>(BlockSamples);
+            queue_.countSilence(BlockSamples);
             silenceSinceTalk_ += BlockSamples;
         }
         if (block.empty() || !module_.play(channelId_, block))
@@ -146,11 +130,8 @@ bool TalkLine::writeSome() {
 
 std::vector<uint8_t> TalkLine::nextBlock() {
     const std::lock_guard held(mutex_);
-    const auto length =
-        static_cast<std::ptrdiff_t>(std::min(waiting_.size(), size_t{BlockSamples}));
-    std::vector<uint8_t> block(waiting_.begin(), waiting_.begin() + length);
-    waiting_.erase(waiting_.begin(), waiting_.begin() + length);
-    if (length > 0)
+    std::vector<uint8_t> block = queue_.nextBlock();
+    if (!block.empty())
         silenceSinceTalk_ = 0;
     return block;
 }

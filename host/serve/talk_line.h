@@ -1,15 +1,14 @@
-// Brings a talker's sound to one output in order, without gaps, and never far ahead of what the
-// device plays.
+// Brings a talker's sound to one output, and keeps the output's stream running while he talks.
 #pragma once
 
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
-#include <optional>
 #include <span>
 #include <thread>
 #include <vector>
 
+#include "host/serve/talk_queue.h"
 #include "host/session/module_host.h"
 
 // Writes on a thread of its own, because a write may wait for a sound server. While somebody talks,
@@ -46,17 +45,14 @@ class TalkLine {
 
     ModuleHost& module_;
     const int32_t channelId_;
-    const size_t mostAhead_;  // samples
 
     mutable std::mutex mutex_;  // guards what follows
     std::condition_variable wake_;
     bool isTaken_ = false;
     bool isEnding_ = false;
     bool isKeptOff_ = false;
-    std::vector<uint8_t> waiting_;
-    int64_t end_ = 0;  // end of the sound so far: counts all samples, also of silence
-    std::optional<int64_t> senderAhead_;  // `end_` minus the sender's time, in samples
-    size_t silenceSinceTalk_ = 0;         // samples
+    TalkQueue queue_;
+    size_t silenceSinceTalk_ = 0;  // samples
 
     std::thread thread_;
 };

@@ -34,7 +34,8 @@ std::string bytesOf(GSocketAddress* address) {
                : "";
 }
 
-// Packets that come in the RTSP connection have no address of their own.
+// Returns null for a packet without an address. GStreamer gives packets that come in the RTSP
+// connection the address of its client.
 GSocketAddress* addressOf(GstBuffer* packet) {
     const GstNetAddressMeta* const meta = gst_buffer_get_net_address_meta(packet);
     return meta == nullptr ? nullptr : meta->addr;

@@ -14,7 +14,6 @@ using namespace std::chrono_literals;
 
 constexpr uint64_t BlocksAhead = 8;  // 2 s
 constexpr size_t TailLength = size_t{2} * SampleRate;
-constexpr uint8_t SilenceCode = 0xFF;
 constexpr auto Patience = 10s;
 
 }  // namespace
