@@ -110,9 +110,9 @@ def test_api():
     await_that("the talker's end", lambda: channel(1)["state"] == "ready")
     # A clip is heard to its end, also when it fills its last block.
     with open(f"{folder}/clip.ul", "wb") as clip:
-        clip.write(b"\x01\x81" * 8192)
+        clip.write(b"\xff" * 14336 + b"\x01\x81" * 1024)
     assert curl("api/channels/1/audio", "-H", MULAW, "--data-binary", f"@{clip.name}")[0] == 200
-    await_that("the clip's end", lambda: open(heard, "rb").read().count(b"\x01\x81") > 8100)
+    await_that("the clip's end", lambda: open(heard, "rb").read().count(b"\x01\x81") > 500)
     listener.kill()
     curl("api/channels/0/audio.wav", "-m3", "-o", f"{folder}/clip.wav")
     status, body = curl("api/channels/1/audio", "-H", WAV, "--data-binary", f"@{folder}/clip.wav")

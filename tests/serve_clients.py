@@ -27,29 +27,29 @@ def talk(url, seconds, hertz):
     pipeline = Gst.Pipeline()
     source = Gst.ElementFactory.make("rtspsrc")
     source.set_property("location", url)
+    Gst.util_set_object_arg(source, "protocols", "tcp")
     Gst.util_set_object_arg(source, "backchannel", "onvif")
     pipeline.add(source)
     voice = Gst.parse_launch(
         f"audiotestsrc is-live=true samplesperbuffer=160 freq={hertz} volume=0.5 ! "
         "audio/x-raw,rate=8000 ! mulawenc ! rtppcmupay ! appsink name=end emit-signals=true")
-    stream = []
+    stream, refusals = [], []
 
     def select(_, number, caps):
         is_back = caps.get_structure(0).has_field("a-sendonly")
         if is_back:
             stream.append(number)
-            GLib.timeout_add(0, voice.set_state, Gst.State.PLAYING)
+            GLib.idle_add(lambda: voice.set_state(Gst.State.PLAYING) and False)
         return is_back
 
     def send(end):
         sample = end.emit("pull-sample")
         ref(ctypes.c_void_p(hash(sample)))  # the signal takes a reference; the binding gives none
-        if source.emit("push-backchannel-buffer", stream[0], sample) == Gst.FlowReturn.OK:
-            print("talks", flush=True)
+        source.emit("push-backchannel-buffer", stream[0], sample)
         return Gst.FlowReturn.OK
 
     def fail(_, message):
-        print(message.parse_error(), flush=True)
+        refusals.append(message.parse_error())
         loop.quit()
 
     source.connect("select-stream", select)
@@ -61,5 +61,7 @@ def talk(url, seconds, hertz):
     loop.run()
     voice.set_state(Gst.State.NULL)
     pipeline.set_state(Gst.State.NULL)
+    if refusals:
+        sys.exit(str(refusals[0]))
 
 {"stall": stall, "talk": talk}[sys.argv[1]](*sys.argv[2:])
