@@ -74,4 +74,14 @@ TEST(GapFinder, FindsTheGapsAndNoOthers) {
     }
 }
 
+TEST(GapFinder, OutlineBeginsWithTheRecording) {
+    OutlineBuilder builder({}, 1000);
+    builder.add(std::vector<uint8_t>(2048), 1156);  // began 100 ms before
+    builder.finish(1156);
+    size_t samples = 0;
+    for (const Envelope::Bucket& bucket : builder.outline().envelope.buckets())
+        samples += bucket.samples;
+    EXPECT_EQ(samples, 156U * 8);
+}
+
 }  // namespace

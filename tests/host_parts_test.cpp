@@ -134,6 +134,13 @@ TEST_F(HostParts, LinksAreFollowedAndKept) {
     std::filesystem::path beyond = folder_ / "door/../new";
     makeAbsolute(beyond);
     EXPECT_EQ(beyond, canonical(folder_) / "far/new");
+    create_symlink("nowhere/missing", folder_ / "lost");
+    EXPECT_THROW(readyFile(folder_ / "lost", "--picture"), std::runtime_error);
+    // A path that leads nowhere is for whoever opens it.
+    create_symlink("loop", folder_ / "loop");
+    std::filesystem::path endless = folder_ / "loop/new";
+    makeAbsolute(endless);
+    EXPECT_EQ(endless, folder_ / "loop/new");
 }
 
 TEST_F(HostParts, TheDoctorSaysWhatToDo) {

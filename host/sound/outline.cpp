@@ -29,8 +29,11 @@ void OutlineBuilder::addStretches(const std::vector<Stretch>& stretches) {
             outline_.gaps.push_back({begin, end});
             continue;
         }
-        const int64_t position = std::max<int64_t>(begin - beginMs_, 0) * SampleRate / 1000;
-        outline_.envelope.add(position, std::span(waiting_).first(samples));
+        const int64_t position = (begin - beginMs_) * SampleRate / 1000;
+        // The first frame may begin before the recording does.
+        const auto early = static_cast<size_t>(std::max<int64_t>(-position, 0));
+        outline_.envelope.add(std::max<int64_t>(position, 0),
+                              std::span(waiting_).first(samples).subspan(std::min(early, samples)));
         waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<ptrdiff_t>(samples));
     }
 }

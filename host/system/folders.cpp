@@ -33,6 +33,12 @@ void readyFile(const std::filesystem::path& file, const char* option) {
     const bool isThere = std::filesystem::exists(file, error);
     if (error)
         refuse(file.string(), error, option);
+    if (!isThere && is_symlink(file)) {
+        const auto target = file.parent_path() / read_symlink(file);
+        if (!is_directory(target.parent_path(), error))
+            refuse(target.string(), std::make_error_code(std::errc::no_such_file_or_directory),
+                   option);
+    }
     if (!isThere)
         return;
     const int opened = open(file.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
@@ -52,7 +58,10 @@ void makeAbsolute(std::filesystem::path& path) {
     if (path.empty())
         return;
     std::error_code error;
-    path = std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error);
+    path = std::filesystem::absolute(path, error);
     if (error)
         throw std::runtime_error("the working directory is gone; change to another");
+    const auto real = std::filesystem::weakly_canonical(path, error);
+    if (!error)
+        path = real;
 }

@@ -9,11 +9,13 @@
 void readyFolder(const std::filesystem::path& folder, const char* option);
 
 // Makes the file's folder if it is missing, and checks that the file can be written. Does not make
-// the file. Throws like readyFolder.
+// the file, nor the folder of a link's target. Throws like readyFolder.
 void readyFile(const std::filesystem::path& file, const char* option);
 
 // Returns the file's bytes, or an empty text when it cannot be read.
 std::string contentOf(const std::filesystem::path& file);
 
-// Leaves an empty path empty. Throws std::runtime_error when the working directory is gone.
+// Leaves an empty path empty. Follows links as far as they lead to something: the path of a pipe,
+// or behind a folder that may not be searched, stays as it is. Throws std::runtime_error when the
+// working directory is gone.
 void makeAbsolute(std::filesystem::path& path);

@@ -1,8 +1,9 @@
 // The tool's output to its user.
 //
 // Results and remarks go to stdout, or to stderr when stdout carries records or sound. Errors, log
-// lines and progress go to stderr. Results on stdout wait for their reader. Everything else is
-// written by other threads, and dropped when its reader stalls.
+// lines and progress go to stderr. Results and remarks on stdout wait for their reader. Records,
+// sound, and all that goes to stderr are written by other threads, and dropped when their reader
+// stalls.
 #pragma once
 
 #include <atomic>
