@@ -153,9 +153,12 @@ TEST_F(TornSettings, NothingIsSavedThatALoadRefuses) {
     // is not.
     const std::string week =
         repeat("<Entry FirstMinute='0' LastMinute='10079' Record='0'/>", 10'080);
-    const std::string deep = repeat("<d>", 50) + repeat("<e/>", 20'000) + repeat("</d>", 50);
+    const std::string nested = repeat("<g><h a='" + std::string(200, 'x') + "'/></g>", 40);
+    const std::string deep =
+        nested + repeat("<d>", 50) + repeat("<e/>", 20'000) + repeat("</d>", 50);
     const std::string quotes = "<e/>" + repeat("&quot;", 1'000'000);
-    const std::string small = repeat("<d>", 50) + repeat("<f/>", 12'000) + repeat("</d>", 50);
+    const std::string small =
+        nested + repeat("<d>", 50) + repeat("<f/>", 12'000) + repeat("</d>", 50);
     bool isSmallKept = false;
     fakeClock.onPause = [&, schedules = std::vector{small, week, deep, quotes},
                          next = 0U]() mutable {
