@@ -141,7 +141,7 @@ for transport in tcp udp; do
     await "sound by $transport" test -s "$folder/$transport.ul"
 done
 /usr/bin/python3 "$clients" stall "${url}0" >"$folder/stall.out" 2>"$folder/stall.err" &
-await "a client who stalls" grep -q stalls "$folder/stall.out"
+await "a client who stalls" grep -qs stalls "$folder/stall.out"
 rule strangers 36 &
 strangers=$!
 /usr/bin/python3 "$clients" talk "${url}0" 12 700 2>"$folder/talk.err" &

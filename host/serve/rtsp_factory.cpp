@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr const char* DepayName = "depay_backchannel";
-
 // Returns a bin with a pad "sink", or null.
 GstElement* createBackchannel(const char* launch) {
     GstElement* bin = gst_parse_bin_from_description_full(launch, FALSE, nullptr,
@@ -18,8 +16,9 @@ GstElement* createBackchannel(const char* launch) {
     if (bin == nullptr)
         return nullptr;
     gst_object_set_name(GST_OBJECT(bin), BackchannelName);
-    const ObjectPointer<GstElement> depay(gst_bin_get_by_name(GST_BIN(bin), DepayName));
-    const ObjectPointer<GstPad> sink(gst_element_get_static_pad(depay.get(), "sink"));
+    const ObjectPointer<GstElement> filter(
+        gst_bin_get_by_name(GST_BIN(bin), BackchannelFilterName));
+    const ObjectPointer<GstPad> sink(gst_element_get_static_pad(filter.get(), "sink"));
     gst_element_add_pad(bin, gst_ghost_pad_new("sink", sink.get()));
     return bin;
 }

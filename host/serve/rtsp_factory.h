@@ -3,8 +3,10 @@
 
 #include <gst/rtsp-server/rtsp-server.h>
 
-// The bin of a medium's backchannel. GStreamer looks for this name.
+// The bin of a medium's backchannel, and its first element, a filter with the packets' format.
+// GStreamer looks for these names.
 constexpr const char* BackchannelName = "onvif-backchannel";
+constexpr const char* BackchannelFilterName = "depay_backchannel";
 
 // Returns a class like GstRTSPOnvifMediaFactory, which would lose the depayloader of each
 // backchannel that it makes.

@@ -68,6 +68,19 @@ void releaseBackchannel(GstRTSPMedia* medium) {
         gst_object_unref(bin.get());
 }
 
+// Tells the backchannel's stream the format of its packets. GStreamer tells it only when it answers
+// a DESCRIBE.
+void setFormat(GstRTSPMedia* medium, GstBin* bin) {
+    constexpr guint BackchannelStream = 1;  // behind the input's
+    constexpr guint MulawType = 0;
+    const ObjectPointer<GstElement> filter(gst_bin_get_by_name(bin, BackchannelFilterName));
+    GstCaps* format = nullptr;
+    g_object_get(filter.get(), "caps", &format, nullptr);
+    gst_rtsp_stream_set_pt_map(gst_rtsp_media_get_stream(medium, BackchannelStream), MulawType,
+                               format);
+    gst_caps_unref(format);
+}
+
 GstBuffer* bufferOf(const FramePointer& frame) {
     auto owner = std::make_unique<FramePointer>(frame);
     const size_t size = frame->codes.size();
@@ -141,6 +154,7 @@ RtspFeed::RtspFeed(RtspInput input, GstRTSPMedia* medium)
     g_signal_connect(pipeline.get(), "element-added", G_CALLBACK(setUpRtp), nullptr);
     sink_.reset(gst_bin_get_by_name(GST_BIN(bin.get()), "sink"));
     if (sink_ != nullptr) {
+        setFormat(medium, GST_BIN(bin.get()));
         GstAppSinkCallbacks callbacks{};
         callbacks.new_sample = [](GstAppSink* sink, gpointer self) {
             return static_cast<RtspFeed*>(self)->take(gst_app_sink_pull_sample(sink));
