@@ -13,9 +13,12 @@ def await_that(what, is_so):
         assert time.monotonic() < end, f"not seen: {what}"
         time.sleep(0.1)
 
-def talkers():
+def channels():
     with urllib.request.urlopen(http + "/api/channels") as answer:
-        return sum(c["clients"] for c in json.load(answer)["channels"] if c["direction"] == "output")
+        return json.load(answer)["channels"]
+
+def talkers():
+    return sum(c["clients"] for c in channels() if c["direction"] == "output")
 
 class Client:
     def __init__(self):
@@ -75,6 +78,18 @@ def silent():  # A silent talker makes room for others. His next sound takes the
         voice.join()
     first.leave()
     await_that("the output is free", lambda: talkers() == 0)
+
+def idle():  # An input stops when its last client has left, but not while its first one still comes.
+    client, other = Client(), Client()
+    assert client.describe() == 200
+    time.sleep(2.5)  # in which the server looks for clients
+    assert channels()[0]["enabled"] and other.describe() == 200
+    assert client.ask("SETUP", "/stream=0", f"Transport: {TCP}\r\n") == client.ask("PLAY") == 200
+    frames = channels()[0]["frames"]
+    await_that("two seconds of sound", lambda: channels()[0]["frames"] > frames + 8)
+    client.leave()
+    await_that("the input stops", lambda: not channels()[0]["enabled"])
+    assert other.ask("OPTIONS") == 200
 
 def refused():  # A SETUP that fails leaves the output to others.
     client = Client()

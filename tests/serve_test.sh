@@ -176,7 +176,8 @@ for transport in tcp udp; do
 done
 
 # The server ends although clients come and go.
-start
+start --stop-idle-inputs
+(rule idle) || fail "not obeyed: idle"
 rule storm &
 await "a storm of clients" grep -qs storms "$folder/storm.out"
 stop

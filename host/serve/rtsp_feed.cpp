@@ -187,7 +187,8 @@ void RtspFeed::end() {
 
 void RtspFeed::setClients(int clients) {
     const std::lock_guard held(mutex_);
-    if (listening_ != nullptr)
+    hadClients_ = hadClients_ || clients > 0;
+    if (listening_ != nullptr && hadClients_)
         listening_->setClients(clients);
 }
 

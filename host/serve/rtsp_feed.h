@@ -70,6 +70,8 @@ class RtspFeed {
     bool hasBackchannel() const { return sink_ != nullptr; }
     RtspTalk& talk() { return talk_; }
     TalkerFilter& filter() { return *filter_; }
+    // A new feed counts as one client until its first client is there: that one waits for sound
+    // before it has a session.
     void setClients(int clients);
     // Stops both directions for good, and gives the output back.
     void end();
@@ -88,4 +90,5 @@ class RtspFeed {
     const std::shared_ptr<TalkerFilter> filter_ = std::make_shared<TalkerFilter>();
     std::mutex mutex_;  // guards what follows
     std::unique_ptr<Listening> listening_;
+    bool hadClients_ = false;
 };
