@@ -142,9 +142,9 @@ for transport in tcp udp; do
 done
 /usr/bin/python3 "$clients" stall "${url}0" >"$folder/stall.out" 2>"$folder/stall.err" &
 await "a client who stalls" grep -qs stalls "$folder/stall.out"
-rule strangers 36 &
+rule strangers &
 strangers=$!
-/usr/bin/python3 "$clients" talk "${url}0" 12 700 2>"$folder/talk.err" &
+/usr/bin/python3 "$clients" talk "${url}0" 20 700 2>"$folder/talk.err" &
 talker=$!
 await "somebody who talks" eval 'curl -s "${page}api/channels" | grep -q \"talking\"'
 ! /usr/bin/python3 "$clients" talk "${url}0" 30 3100 2>"$folder/second.err" || fail "a second one talks"
@@ -159,7 +159,7 @@ size=$(stat -c %s "$folder/tcp.ul")
 await "more sound" eval '[ $(stat -c %s "$folder/tcp.ul") -gt $((size + 40000)) ]'
 stop
 wait "$first" || true  # it may miss the server's good-bye
-! grep "got error" "$folder/media.log" || fail "a medium fails"
+[ -e "$folder/media.log" ] && ! grep "got error" "$folder/media.log" || fail "a medium fails"
 
 # The first client must have got all frames, except those on their way at the end.
 frames=$(sed -n 's/^served: *channel 0, \([0-9]*\) frames.*/\1/p' "$folder/server.out")

@@ -64,11 +64,13 @@ TEST(TalkQueue, LeavesNoGapWhereItDropsSound) {
     for (int number = Fit; number < Fit + 50; ++number)
         EXPECT_FALSE(put(queue, number, 'b'));
     EXPECT_EQ(heard(queue), std::string(Fit, 'a'));
-    queue.drop((Fit + 50) * int64_t{Packet}, Packet);
-    EXPECT_TRUE(put(queue, Fit + 51, 'c'));
+    EXPECT_TRUE(put(queue, Fit + 50, 'x'));
+    EXPECT_EQ(heard(queue), "x");
+    queue.drop((Fit + 51) * int64_t{Packet}, Packet);
+    EXPECT_TRUE(put(queue, Fit + 52, 'c'));
     // A gap takes only the room that is left beside what the module has.
-    EXPECT_TRUE(put(queue, Fit + 72, 'd', Limit - 4 * Packet));
-    EXPECT_TRUE(put(queue, Fit + 73, 'e'));
+    EXPECT_TRUE(put(queue, Fit + 73, 'd', Limit - 4 * Packet));
+    EXPECT_TRUE(put(queue, Fit + 74, 'e'));
     EXPECT_EQ(heard(queue), "c__de");
 }
 
