@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "host/session/sound_format.h"
 #include "host/sound/outline.h"
 
 namespace {
@@ -76,11 +77,16 @@ TEST(GapFinder, FindsTheGapsAndNoOthers) {
 
 TEST(GapFinder, OutlineBeginsWithTheRecording) {
     OutlineBuilder builder({}, 1000);
-    builder.add(std::vector<uint8_t>(2048), 1156);  // began 100 ms before
+    std::vector<uint8_t> codes(800);  // loud, in the 100 ms before
+    codes.resize(2048, SilenceCode);
+    builder.add(codes, 1156);
     builder.finish(1156);
     size_t samples = 0;
-    for (const Envelope::Bucket& bucket : builder.outline().envelope.buckets())
+    for (const Envelope::Bucket& bucket : builder.outline().envelope.buckets()) {
         samples += bucket.samples;
+        EXPECT_EQ(bucket.low, 0);
+        EXPECT_EQ(bucket.high, 0);
+    }
     EXPECT_EQ(samples, 156U * 8);
 }
 

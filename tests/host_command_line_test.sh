@@ -59,6 +59,9 @@ expect 1 "file.*--picture" record --picture file/x.png
 expect 1 "nothing for this module" send foreign.xml
 expect 1 "no XML document" send torn.xml
 expect 1 "line 1: element 'a' is nested deeper than 256 levels and cannot be read to its end" send deep.xml
+mkdir gone
+(cd gone && rmdir ../gone && ! "$host" record --dir "$folder/far" 2>"$folder/err") || fail "recorded nowhere"
+grep -q "the working directory is gone; change to another" err || fail "$(cat err)"
 ! "$host" send wide.xml 2>err || fail "sent"
 { grep -q "leaves out: line 2: element 'e' has more than 1000 attributes" err &&
     grep -q "line 4: " err; } || fail "$(cat err)"

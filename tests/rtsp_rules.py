@@ -55,8 +55,6 @@ class Client:
 def rtp(number, sound=160 * b"\xff", kind=0, sender=b"talk"):
     return bytes([0x80, kind]) + number.to_bytes(2, "big") + (160 * number).to_bytes(4, "big") + sender + sound
 
-# Each rule that follows begins with what it asks of the server.
-
 def silent():  # A silent talker makes room for others. His next sound takes the output again.
     first = Client()
     assert first.set_up() == first.ask("PLAY") == 200

@@ -40,6 +40,7 @@ def talk(url, seconds, hertz):
         if is_back:
             stream.append(number)
             GLib.idle_add(lambda: voice.set_state(Gst.State.PLAYING) and False)
+            GLib.timeout_add_seconds(int(seconds), loop.quit)
         return is_back
 
     def send(end):
@@ -57,7 +58,6 @@ def talk(url, seconds, hertz):
     pipeline.get_bus().add_signal_watch()
     pipeline.get_bus().connect("message::error", fail)
     pipeline.set_state(Gst.State.PLAYING)
-    GLib.timeout_add_seconds(int(seconds), loop.quit)
     loop.run()
     voice.set_state(Gst.State.NULL)
     pipeline.set_state(Gst.State.NULL)

@@ -45,8 +45,8 @@ TEST(TalkQueue, FillsGapsWithSilence) {
     queue.countSilence(3 * Packet);
     EXPECT_TRUE(put(queue, 17, 'f'));
     EXPECT_EQ(heard(queue), "__f");
-    // Of a long pause two seconds remain, of a short one nothing, and of a new talker's clock
-    // neither.
+    // A long pause becomes two seconds. A new talker's clock makes no gap. A short pause is
+    // ignored.
     EXPECT_TRUE(put(queue, 1000, 'g'));
     EXPECT_EQ(heard(queue), std::string(40, '_') + "g");
     queue.beginTalker();

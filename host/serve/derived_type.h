@@ -3,7 +3,7 @@
 
 #include <glib-object.h>
 
-// Registers a class, whose objects have no more data than those of `parent`. `init` gets the class
+// Registers a class whose objects have no more data than those of `parent`. `init` gets the class
 // structure, and sets the functions that differ. Called once for each name.
 inline GType derivedType(GType parent, const char* name, GClassInitFunc init) {
     GTypeQuery query;

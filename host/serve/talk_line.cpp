@@ -60,9 +60,11 @@ bool TalkLine::put(int64_t position, std::span<const uint8_t> codes) {
     const size_t lent = module_.lentSamples(channelId_);
     {
         const std::lock_guard held(mutex_);
-        if (isKeptOff_)
+        if (isKeptOff_) {
             queue_.drop(position, codes.size());
-        if (isKeptOff_ || !queue_.put(position, codes, lent))
+            return false;
+        }
+        if (!queue_.put(position, codes, lent))
             return false;
     }
     wake_.notify_one();

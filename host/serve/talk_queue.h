@@ -1,5 +1,5 @@
-// The sound of one output's talkers that waits for the module: in order, without gaps, and never
-// far ahead of what the device plays.
+// The sound of one output's talkers that waits for the module: in the order of arrival, without
+// gaps, and never far ahead of what the device plays.
 #pragma once
 
 #include <cstddef>

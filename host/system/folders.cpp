@@ -33,14 +33,14 @@ void readyFile(const std::filesystem::path& file, const char* option) {
     const bool isThere = std::filesystem::exists(file, error);
     if (error)
         refuse(file.string(), error, option);
-    if (!isThere && is_symlink(file)) {
-        const auto target = file.parent_path() / read_symlink(file);
-        if (!is_directory(target.parent_path(), error))
-            refuse(target.string(), std::make_error_code(std::errc::no_such_file_or_directory),
-                   option);
-    }
-    if (!isThere)
+    if (!isThere) {
+        std::filesystem::path target = file;
+        while (is_symlink(target, error))
+            target = target.parent_path() / read_symlink(target, error);
+        if (access(target.parent_path().c_str(), W_OK | X_OK) != 0)
+            refuse(target.string(), {errno, std::generic_category()}, option);
         return;
+    }
     const int opened = open(file.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     if (opened < 0)
         refuse(file.string(), {errno, std::generic_category()}, option);

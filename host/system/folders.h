@@ -16,6 +16,6 @@ void readyFile(const std::filesystem::path& file, const char* option);
 std::string contentOf(const std::filesystem::path& file);
 
 // Leaves an empty path empty. Follows links as far as they lead to something: the path of a pipe,
-// or behind a folder that may not be searched, stays as it is. Throws std::runtime_error when the
-// working directory is gone.
+// or behind a folder that may not be searched, is only made absolute. Throws std::runtime_error
+// when the working directory is gone.
 void makeAbsolute(std::filesystem::path& path);
