@@ -55,10 +55,8 @@ class Grammar {
 
   private:
     void addCommonOptions() {
-        line_
-            .addPath(app_, "--dir", common_.folder,
-                     std::string("the folder of the module's settings file, ") + SettingsPath)
-            .capture_default_str();
+        line_.addPath(app_, "--dir", common_.folder,
+                      std::string("the folder of the module's settings file, ") + SettingsPath);
         common_.module = partOfTool("libtamborin.so", MODULE_FROM_BINDIR);
         app_.add_option("--module", common_.module, "the module's library")
             ->check(notEmpty())

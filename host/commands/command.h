@@ -1,7 +1,6 @@
 // How a command declares itself: its name, its options, and what it does with them.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -14,6 +13,11 @@
 #include "host/session/session.h"
 #include "host/terminal/console.h"
 #include "plugin/tamborin.h"
+
+// Only command.cpp and command_line.cpp include the library, which takes long to compile.
+namespace CLI {
+class App;
+}
 
 // The tool's exit statuses.
 constexpr int Succeeded = 0;
@@ -74,13 +78,18 @@ class CommandLine {
 
     // Returns the new command, to which options can be added.
     CLI::App& add(const char* name, const char* help, Command command);
-    // Adds an option, or without dashes an argument, that names a file or folder. The path is made
-    // absolute after parsing; it stays empty when it is empty and the user gives none.
-    CLI::Option& addPath(CLI::App& command, const char* name, std::filesystem::path& path,
-                         const std::string& help);
+    // Adds a command of another program. `become` gets the arguments of main and replaces this
+    // process by that program, which reads them itself. It throws std::runtime_error if it cannot.
+    void addForwarded(const char* name, const char* help, void (*become)(char** arguments));
 
-    // Returns the arguments of main.
-    char** arguments() const { return arguments_; }
+    // Adds an option that names a file or folder. After parsing the path is absolute, or empty if
+    // it was empty and the user gives none.
+    void addPath(CLI::App& command, const char* name, std::filesystem::path& path,
+                 const std::string& help);
+    // Adds the argument "file", which must exist. After parsing the path is absolute.
+    void addFile(CLI::App& command, std::filesystem::path& file, const char* help);
+    // Adds the same, but `file` stays empty if the user names none.
+    void addOptionalFile(CLI::App& command, std::filesystem::path& file, const char* help);
 
     // Makes the declared paths absolute.
     void makePathsAbsolute();
@@ -98,12 +107,15 @@ class CommandLine {
 constexpr const char* FromFirstSound = "seconds from the first sound; until Ctrl-C if not given";
 // Adds --for, a time in seconds, to the command. `help` says what it means there.
 void addTime(CLI::App& command, double& seconds, const char* help);
+// Adds an option for a time in seconds, at least `least`.
+void addSeconds(CLI::App& command, const char* name, double& seconds, double least,
+                const char* help);
+// Adds an option without a value.
+void addFlag(CLI::App& command, const char* name, bool& flag, const char* help);
+// Adds --out, the folder of the recordings. The command makes it absolute, or takes it for
+// StandardOutput.
+void addOut(CLI::App& command, std::filesystem::path& folder, const char* help);
 // Adds --input for several channels.
 void addInputs(CLI::App& command, std::vector<std::string>& channels);
-// Adds an option for one channel; the next argument may then be a file. `name` is "--input" or
-// "--output".
+// Adds --input or --output for one channel, so that a file may follow it.
 void addChannel(CLI::App& command, const char* name, std::vector<std::string>& channels);
-// Returns a check that refuses seconds below `least` and above ten years.
-CLI::Validator atLeast(double least);
-// Returns a check that refuses names of files that do not exist.
-CLI::Validator existingFile();

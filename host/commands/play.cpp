@@ -55,7 +55,5 @@ void addPlay(CommandLine& line) {
         line.add("play", "play a sound file on an output", commandWith(options, run, prepare));
     addTime(play, options->seconds, "seconds to play; the whole file if not given");
     addChannel(play, "--output", options->outputs);
-    line.addPath(play, "file", options->file, "any file that libsndfile reads")
-        .required()
-        ->check(existingFile());
+    line.addFile(play, options->file, "any file that libsndfile reads");
 }

@@ -111,14 +111,10 @@ void addRecord(CommandLine& line) {
     CLI::App& record = line.add("record", "record inputs to WAV files", command);
     addTime(record, options->seconds, FromFirstSound);
     addInputs(record, options->inputs);
-    record
-        .add_option("--out", options->out,
-                    "the folder of the recordings; - for one input as a WAV stream to stdout")
-        ->capture_default_str();
-    record
-        .add_option("--rotate", options->secondsPerFile,
-                    "begin a new file after so many seconds of sound")
-        ->check(atLeast(1));
+    addOut(record, options->out,
+           "the folder of the recordings; - for one input as a WAV stream to stdout");
+    addSeconds(record, "--rotate", options->secondsPerFile, 1,
+               "begin a new file after so many seconds of sound");
     line.addPath(record, "--picture", options->picture,
                  "draw the recording: sound, level, gaps, restarts, alarms (PNG)");
 }

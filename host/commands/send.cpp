@@ -57,7 +57,5 @@ void addSend(CommandLine& line) {
     const auto options = std::make_shared<Options>();
     CLI::App& send =
         line.add("send", "apply a configuration document", commandWith(options, run, prepare));
-    line.addPath(send, "file", options->file, "the document (XML)")
-        .required()
-        ->check(existingFile());
+    line.addFile(send, options->file, "the document (XML)");
 }

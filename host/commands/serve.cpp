@@ -19,24 +19,13 @@ namespace {
                                        std::generic_category().message(errno));
 }
 
-// Adds a command of the server, which reads the whole command line itself.
-void addOfServer(CommandLine& line, const char* name, const char* help) {
-    line.add(name, help,
-             {.needs = Command::Needs::Nothing,
-              .run = [arguments = line.arguments()](const CommonOptions&, Console&) -> int {
-                  becomeServer(arguments);
-              }})
-        .prefix_command()
-        ->fallthrough(false)
-        ->set_help_flag();
-}
-
 }  // namespace
 
 void addServe(CommandLine& line) {
-    addOfServer(line, "serve", "serve inputs and outputs on the network");
+    line.addForwarded("serve", "serve inputs and outputs on the network", becomeServer);
 }
 
 void addPassword(CommandLine& line) {
-    addOfServer(line, "password", "set who may use the server, and by which password");
+    line.addForwarded("password", "set who may use the server, and by which password",
+                      becomeServer);
 }

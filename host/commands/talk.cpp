@@ -13,6 +13,7 @@
 #include "host/sound/clip_search.h"
 #include "host/sound/player.h"
 #include "host/sound/recorder.h"
+#include "host/system/folders.h"
 #include "host/system/steady_time.h"
 #include "host/terminal/end_process.h"
 #include "host/terminal/progress.h"
@@ -31,6 +32,12 @@ struct Options {
     double seconds = 0;                // 0: until stopped
     bool findClip = false;
 };
+
+void checkOut(std::filesystem::path& folder) {
+    if (folder == StandardOutput)
+        throw UsageError("--out - is for 'record' only");
+    makeAbsolute(folder);
+}
 
 bool showFound(Console& console, const std::vector<uint8_t>& clip, const Recording& recording) {
     Progress progress(console, "looking for the clip");
@@ -114,20 +121,14 @@ int run(const Options& options, const CommonOptions& common, Console& console) {
 
 void addTalk(CommandLine& line) {
     const auto options = std::make_shared<Options>();
-    CLI::App& talk = line.add("talk", "record an input while playing on an output",
-                              commandWith(options, run, prepare));
+    Command command = commandWith(options, run, prepare);
+    command.check = [options](CommonOptions&) { checkOut(options->out); };
+    CLI::App& talk = line.add("talk", "record an input while playing on an output", command);
     addTime(talk, options->seconds, FromFirstSound);
     addChannel(talk, "--input", options->inputs);
     addChannel(talk, "--output", options->outputs);
-    line.addPath(talk, "--out", options->out, "the folder of the recordings")
-        .capture_default_str()
-        ->check(
-            [](const std::string& folder) {
-                return folder == StandardOutput ? "is for 'record' only" : "";
-            },
-            "");
-    line.addPath(talk, "file", options->file,
-                 "any file that libsndfile reads; if not given, a few chirps")
-        .check(existingFile());
-    talk.add_flag("--find-clip", options->findClip, "fail unless the recording holds the clip");
+    addOut(talk, options->out, "the folder of the recordings");
+    line.addOptionalFile(talk, options->file,
+                         "any file that libsndfile reads; if not given, a few chirps");
+    addFlag(talk, "--find-clip", options->findClip, "fail unless the recording holds the clip");
 }

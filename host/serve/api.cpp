@@ -1,5 +1,7 @@
 #include "host/serve/api.h"
 
+#include <nlohmann/json.hpp>
+
 #include "host/serve/change_request.h"
 #include "host/serve/main_loop.h"
 #include "host/serve/metrics.h"

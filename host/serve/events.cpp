@@ -1,6 +1,7 @@
 #include "host/serve/events.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "host/serve/http_answer.h"
 #include "host/serve/main_loop.h"

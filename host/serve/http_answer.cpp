@@ -1,5 +1,6 @@
 #include "host/serve/http_answer.h"
 
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "host/serve/main_loop.h"

@@ -1,6 +1,7 @@
 #include "host/serve/state_json.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The hub's state as the API's JSON.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include "host/serve/hub.h"
 

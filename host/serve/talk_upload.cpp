@@ -1,6 +1,7 @@
 #include "host/serve/talk_upload.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "host/serve/connections.h"
