@@ -148,6 +148,8 @@ strangers=$!
 /usr/bin/python3 "$clients" talk "${url}0" 20 700 2>"$folder/talk.err" &
 talker=$!
 await "somebody who talks" eval 'curl -s "${page}api/channels" | grep -q \"talking\"'
+# Each document closes the streams of disabled outputs.
+await "his output enabled" eval 'curl -s "${page}api/channels/1" | grep -q "\"enabled\":true"'
 ! /usr/bin/python3 "$clients" talk "${url}0" 30 1900 2>"$folder/second.err" || fail "a second one talks"
 grep -q "503.*Service Unavailable" "$folder/second.err" || fail "a second one is not told"
 wait "$talker" || fail "no talk"

@@ -164,8 +164,8 @@ class Hub {
     Hub(const Hub&) = delete;
     Hub& operator=(const Hub&) = delete;
 
-    // Disables the inputs that were enabled for clients, stops the module, and returns the account
-    // of all buffers. The hub may only be destroyed afterwards.
+    // Disables the channels that were enabled for clients, stops the module, and returns the
+    // account of all buffers. The hub may only be destroyed afterwards.
     BufferAccount finish();
 
     HubState state() const;
@@ -181,7 +181,7 @@ class Hub {
     std::unique_ptr<Listening> listen(int number, OnServedFrame onFrame);
     // Calls `onEvent` at each change from now on. The new state is in `state`.
     std::unique_ptr<Observing> observe(OnHubEvent onEvent);
-    // Gives an output to one talker at a time, or says why not.
+    // Gives an output to one talker at a time and enables it, or says why not.
     TalkAnswer beginTalk(int number);
     // Asks the module to rename, enable or disable a channel. A channel that was disabled here is
     // kept off: clients cannot use it until it is enabled here, or the hub ends.

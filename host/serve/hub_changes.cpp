@@ -2,7 +2,10 @@
 #include "host/serve/channel_names.h"
 #include "host/serve/hub_impl.h"
 
-// Enables an input that has clients. Disables one that has none any more, if the options say so.
+// Enables a channel that has clients. Disables an input that has none any more, if the options say
+// so. A disabled output would play, too, but the module closes its stream with each document, also
+// with one for another channel, and drops what the device still holds. An output stays enabled
+// after a talk, because its last sound is still to be played.
 void HubImpl::adaptToClients(int number) {
     const std::lock_guard asking(askMutex_);
     const int clients = clientsOf(number);

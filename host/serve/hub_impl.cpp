@@ -65,14 +65,10 @@ HubState HubImpl::state() const {
     HubState state = ledger_.state(session_.channels());
     state.buffers = session_.module().buffers();
     for (ChannelState& channel : state.channels)
-        channel.clients = channel.channel.isOutput ? 0 : clientsOf(channel.channel.number);
+        channel.clients = clientsOf(channel.channel.number);
     const std::lock_guard held(mutex_);
-    for (ChannelState& channel : state.channels) {
+    for (ChannelState& channel : state.channels)
         channel.isKeptOff = keptOff_.contains(channel.channel.number);
-        const auto line = lines_.find(channel.channel.number);
-        if (line != lines_.end())
-            channel.clients = line->second->isTaken() ? 1 : 0;
-    }
     return state;
 }
 
@@ -132,11 +128,15 @@ void HubImpl::endListening(uint64_t key) {
 }
 
 int HubImpl::clientsOf(int number) const {
-    const std::lock_guard held(listenersMutex_);
     int clients = 0;
-    for (const auto& [key, listener] : listeners_)
-        clients += listener.number == number ? listener.clients : 0;
-    return clients;
+    {
+        const std::lock_guard held(listenersMutex_);
+        for (const auto& [key, listener] : listeners_)
+            clients += listener.number == number ? listener.clients : 0;
+    }
+    const std::lock_guard held(mutex_);
+    const auto line = lines_.find(number);
+    return clients + (line != lines_.end() && line->second->isTaken() ? 1 : 0);
 }
 
 TalkAnswer HubImpl::beginTalk(int number) {
@@ -157,7 +157,7 @@ TalkAnswer HubImpl::beginTalk(int number) {
         if (!line->begin())
             return {nullptr, TalkRefusal::Busy};
     }
-    tell(HubEvent::Clients);
+    adaptToClients(number);
     return {std::make_unique<Talk>(shared_from_this(), number), TalkRefusal::None};
 }
 
