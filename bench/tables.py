@@ -257,7 +257,7 @@ def serve_losses():
                   f"{losses['clients'] - losses['still there']}"],
                  [f"{day['hours']:.1f} simulated hours: clients who came and went",
                   f"{day['lives']:,}"],
-                 ["memory in its 1st, 12th and 24th part", ", ".join(memory)],
+                 ["memory after the 1st, 12th and 24th hour", ", ".join(memory)],
                  ["descriptors and threads, at first and at last", ", ".join(parts)])
 
 
