@@ -71,6 +71,19 @@ heard() {  # FILE HERTZ LEAST_QUARTER_SECONDS
 status=0
 "$host" serve --dir "$folder/settings" --listen 0.0.0.0 2>"$folder/refused.err" || status=$?
 [ "$status $(wc -l <"$folder/refused.err")" = "2 1" ] || fail "listens without passwords: $status"
+# Ctrl-C at the prompt leaves the terminal with its echo.
+/usr/bin/python3 - "$host" "$folder/passwords" <<'END' || fail "the terminal stays silent"
+import os, pty, signal, subprocess, sys, termios
+screen, terminal = pty.openpty()
+echoes = lambda: bool(termios.tcgetattr(terminal)[3] & termios.ECHO)
+signal.signal(signal.SIGINT, signal.SIG_DFL)  # the child inherits it
+asking = subprocess.Popen([sys.argv[1], "password", "--file", sys.argv[2], "carol"],
+                          stdin=terminal, stderr=terminal)
+os.read(screen, 1)  # the prompt
+assert not echoes()
+asking.send_signal(signal.SIGINT)
+assert asking.wait() == -signal.SIGINT and echoes()
+END
 "$host" password --file "$folder/passwords" alice <<<"correct horse"
 "$host" password --file "$folder/passwords" bob <<<"battery staple"
 [ "$(stat -c %a "$folder/passwords")" = 600 ] || fail "others may read the passwords"
