@@ -176,7 +176,7 @@ wait "$first" || true  # it may miss the server's good-bye
 [ -e "$folder/media.log" ] && ! grep "got error" "$folder/media.log" || fail "a medium fails"
 
 # The first client must have got all frames, except those on their way at the end.
-frames=$(sed -n 's/^served: *channel 0, \([0-9]*\) frames.*/\1/p' "$folder/server.out")
+frames=$(sed -n 's/^captured: channel 0, \([0-9]*\) frames.*/\1/p' "$folder/server.out")
 got=$(($(stat -c %s "$folder/tcp.ul") / 2048))
 ((got <= frames && got >= frames - 8)) || fail "$got frames of $frames"
 for transport in tcp udp; do
