@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "host/serve/access.h"
 #include "host/serve/closure_data.h"
+#include "host/serve/object_pointer.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include <optional>
 #include <set>
 
-#include "host/serve/access.h"
+#include "host/serve/object_pointer.h"
 #include "host/serve/rtsp_hub.h"
 #include "host/serve/rtsp_talk.h"
 #include "host/serve/talker_filter.h"

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "host/serve/access.h"
 #include "host/serve/closure_data.h"
+#include "host/serve/object_pointer.h"
 #include "host/system/steady_time.h"
 
 namespace {
