@@ -141,9 +141,7 @@ RtspServer::~RtspServer() {
 }
 
 std::string RtspServer::url() const {
-    const bool isV6 = options_.listenAddress.find(':') != std::string::npos;
-    return (hasTls_ ? "rtsps://" : "rtsp://") +
-           (isV6 ? "[" + options_.listenAddress + "]" : options_.listenAddress) + ":" +
+    return (hasTls_ ? "rtsps://" : "rtsp://") + options_.addressInUrls() + ":" +
            std::to_string(gst_rtsp_server_get_bound_port(server_.get())) + "/";
 }
 
