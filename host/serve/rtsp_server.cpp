@@ -208,7 +208,7 @@ void RtspServer::welcome(GstRTSPClient* client) {
     connections_.add(client);
 }
 
-// Drops sessions without a sign of life, frees the output of silent talkers, and tells each feed
+// Drops sessions without a sign of life, frees the output of idle talkers, and tells each feed
 // the number of its clients.
 void RtspServer::keepHouse() {
     gst_rtsp_session_pool_filter(sessions_.get(), endIfExpired, nullptr);
@@ -224,7 +224,7 @@ void RtspServer::keepHouse() {
             media.emplace_back(GST_RTSP_MEDIA(g_object_ref(medium)));
             if (RtspFeed* feed = RtspFeed::of(medium)) {
                 ++clients[feed];
-                feed->talk().giveBackIfSilent();
+                feed->talk().giveBackIfIdle();
             }
         }
         g_list_free_full(parts, g_object_unref);

@@ -12,9 +12,7 @@
 
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto Patience = 10s;
+constexpr std::chrono::seconds Patience{TalkPatience};
 constexpr guint FlowInterval = 50;  // ms
 
 std::span<const uint8_t> bytesOf(GBytes* chunk) {
