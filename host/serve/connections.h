@@ -74,5 +74,5 @@ class Connections {
     const ObjectPointer<GSocketService> service_;
     uint16_t port_ = 0;
     std::vector<std::weak_ptr<Connection>> connections_;  // the oldest first
-    guint look_ = 0;
+    guint timer_ = 0;
 };

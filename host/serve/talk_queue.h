@@ -13,9 +13,9 @@ class TalkQueue {
   public:
     explicit TalkQueue(size_t mostAhead) : mostAhead_(mostAhead) {}
 
-    // The next sound comes from a talker whose clock is another one.
-    void beginTalker() { senderAhead_.reset(); }
-    // Adds live sound, which begins at `position` of the talker's clock. Fills a gap before it with
+    // Forgets the clock of the previous talker.
+    void beginTalker() { senderOffset_.reset(); }
+    // Adds sound that begins at `position` of the talker's clock. Fills a gap before it with
     // silence, and plays late sound at once. Returns false when it drops the sound, because too
     // much waits here and in the module, which has `lent` samples. Dropped sound leaves no gap.
     bool put(int64_t position, std::span<const uint8_t> codes, size_t lent);
@@ -36,5 +36,5 @@ class TalkQueue {
     const size_t mostAhead_;
     std::vector<uint8_t> waiting_;
     int64_t end_ = 0;  // end of the sound so far: counts all samples, also of silence
-    std::optional<int64_t> senderAhead_;  // `end_` minus the sender's time
+    std::optional<int64_t> senderOffset_;  // `end_` minus the sender's time
 };
