@@ -67,8 +67,8 @@ void endWithConnection(GstRTSPSession* session, GstRTSPClient* client) {
 }
 
 // Removes a session without a sign of life, and its media. GStreamer's own clean-up would leave the
-// media to the session's last owner. That may be the client's connection, or nobody: a SETUP that
-// is refused loses a reference to the session.
+// media until the session is freed. The client's connection may own the session, and a refused
+// SETUP leaks a reference to it.
 GstRTSPFilterResult endIfExpired(GstRTSPSessionPool* /*pool*/, GstRTSPSession* session,
                                  gpointer /*data*/) {
     if (gst_rtsp_session_is_expired_usec(session, g_get_monotonic_time()) == FALSE)

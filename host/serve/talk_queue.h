@@ -19,9 +19,9 @@ class TalkQueue {
     // silence, and plays late sound at once. Returns false when it drops the sound, because too
     // much waits here and in the module, which has `lent` samples. Dropped sound leaves no gap.
     bool put(int64_t position, std::span<const uint8_t> codes, size_t lent);
-    // Drops live sound that the output may not play now.
+    // Drops such sound, which the output may not play now.
     void drop(int64_t position, size_t samples);
-    // Adds sound that is not live. Returns false when there is no room for it.
+    // Adds sound without a time. Returns false when there is no room for it.
     bool append(std::span<const uint8_t> codes);
     size_t room() const;
 
@@ -29,7 +29,7 @@ class TalkQueue {
     void clear() { waiting_.clear(); }
     // Takes the oldest sound, up to a block.
     std::vector<uint8_t> nextBlock();
-    // The module got silence while nothing waited.
+    // Counts silence that the module got and no talker sent.
     void countSilence(size_t samples) { end_ += static_cast<int64_t>(samples); }
 
   private:

@@ -87,7 +87,7 @@ class TalkUploads::Upload {
         connection_->allow(Patience);
     }
 
-    // Returns true while sound waits. Until then the request is not read further.
+    // Returns true while sound waits. Meanwhile the request is not read.
     bool flowOn() {
         if (connection_->isDropped()) {  // libsoup sees that only when it reads again
             waiting_.clear();
