@@ -71,6 +71,19 @@ heard() {  # FILE HERTZ LEAST_QUARTER_SECONDS
 status=0
 "$host" serve --dir "$folder/settings" --listen 0.0.0.0 2>"$folder/refused.err" || status=$?
 [ "$status $(wc -l <"$folder/refused.err")" = "2 1" ] || fail "listens without passwords: $status"
+# Ctrl-C at the prompt leaves the terminal with its echo.
+/usr/bin/python3 - "$host" "$folder/passwords" <<'END' || fail "the terminal stays silent"
+import os, pty, signal, subprocess, sys, termios
+screen, terminal = pty.openpty()
+echoes = lambda: bool(termios.tcgetattr(terminal)[3] & termios.ECHO)
+signal.signal(signal.SIGINT, signal.SIG_DFL)  # the child inherits it
+asking = subprocess.Popen([sys.argv[1], "password", "--file", sys.argv[2], "carol"],
+                          stdin=terminal, stderr=terminal)
+os.read(screen, 1)  # the prompt
+assert not echoes()
+asking.send_signal(signal.SIGINT)
+assert asking.wait() == -signal.SIGINT and echoes()
+END
 "$host" password --file "$folder/passwords" alice <<<"correct horse"
 "$host" password --file "$folder/passwords" bob <<<"battery staple"
 [ "$(stat -c %a "$folder/passwords")" = 600 ] || fail "others may read the passwords"
@@ -165,7 +178,7 @@ wait "$first" || true  # it may miss the server's good-bye
 [ -e "$folder/media.log" ] && ! grep "got error" "$folder/media.log" || fail "a medium fails"
 
 # The first client must have got all frames, except those on their way at the end.
-frames=$(sed -n 's/^served: *channel 0, \([0-9]*\) frames.*/\1/p' "$folder/server.out")
+frames=$(sed -n 's/^captured: channel 0, \([0-9]*\) frames.*/\1/p' "$folder/server.out")
 got=$(($(stat -c %s "$folder/tcp.ul") / 2048))
 ((got <= frames && got >= frames - 8)) || fail "$got frames of $frames"
 for transport in tcp udp; do

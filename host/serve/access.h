@@ -3,17 +3,11 @@
 
 #include <gio/gio.h>
 
-#include <memory>
 #include <optional>
 
+#include "host/serve/object_pointer.h"
 #include "host/serve/passwords.h"
 #include "host/serve/serve_options.h"
-
-struct ObjectUnref {
-    void operator()(gpointer object) const { g_object_unref(object); }
-};
-template <typename Object>
-using ObjectPointer = std::unique_ptr<Object, ObjectUnref>;
 
 struct Access {
     std::optional<Passwords> passwords;          // nothing: all users of this machine may connect

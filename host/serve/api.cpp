@@ -56,7 +56,7 @@ void Api::onHeaders(SoupServerMessage* message, const char* path) {
                                      methods.c_str());
         return refuse(message, SOUP_STATUS_METHOD_NOT_ALLOWED, "This path takes " + methods + ".");
     }
-    if (route->resource == Resource::Audio)
+    if (route->resource == Resource::TalkUpload)
         uploads_.begin(message, route->number);
     else if (soup_server_message_get_method(message) == std::string_view("PUT"))
         expectChange(message);
@@ -92,9 +92,9 @@ void Api::onRequest(SoupServerMessage* message, const char* path) {
             return listen(message, route->number, AudioFraming::Wav);
         case Resource::TimedAudio:
             return listen(message, route->number, AudioFraming::Timed);
-        case Resource::Audio:
+        case Resource::TalkUpload:
             return uploads_.end(message);
-        case Resource::Talk:
+        case Resource::TalkSocket:
             // libsoup continues with the handshake if the request asks for a WebSocket.
             if (soup_message_headers_header_equals(soup_server_message_get_request_headers(message),
                                                    "Upgrade", "websocket") == FALSE)
@@ -105,7 +105,7 @@ void Api::onRequest(SoupServerMessage* message, const char* path) {
 void Api::onTalkSocket(SoupServerMessage* message, const char* path,
                        SoupWebsocketConnection* socket) {
     const auto route = findRoute(path);
-    if (route && route->resource == Resource::Talk)
+    if (route && route->resource == Resource::TalkSocket)
         sockets_.add(socket, route->number, Connections::of(message));
 }
 

@@ -3,27 +3,51 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <array>
+#include <csignal>
 #include <cstdio>
 #include <iostream>
 #include <stdexcept>
 
 namespace {
 
-// Keeps the terminal from showing what is typed, while this object lives.
+constexpr std::array EndingSignals{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
+
+termios terminalBefore{};  // for the signal handler
+
+void restoreTerminal() { tcsetattr(STDIN_FILENO, TCSAFLUSH, &terminalBefore); }
+
+void endBySignal(int signal) {
+    restoreTerminal();
+    raise(signal);  // ends the process when this handler returns, by SA_RESETHAND
+}
+
+// Keeps the terminal from showing what is typed, while this object lives or until a signal ends the
+// process. At most one object.
 class SilentTerminal {
   public:
     SilentTerminal() {
-        tcgetattr(STDIN_FILENO, &before_);
-        termios silent = before_;
+        tcgetattr(STDIN_FILENO, &terminalBefore);
+        struct sigaction ending {};
+        ending.sa_handler = endBySignal;
+        ending.sa_flags = static_cast<int>(SA_RESETHAND);
+        sigfillset(&ending.sa_mask);
+        for (size_t i = 0; i < EndingSignals.size(); ++i)
+            sigaction(EndingSignals[i], &ending, &before_[i]);
+        termios silent = terminalBefore;
         silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
         tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
     }
-    ~SilentTerminal() { tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_); }
+    ~SilentTerminal() {
+        restoreTerminal();
+        for (size_t i = 0; i < EndingSignals.size(); ++i)
+            sigaction(EndingSignals[i], &before_[i], nullptr);
+    }
     SilentTerminal(const SilentTerminal&) = delete;
     SilentTerminal& operator=(const SilentTerminal&) = delete;
 
   private:
-    termios before_{};
+    std::array<struct sigaction, EndingSignals.size()> before_{};
 };
 
 std::string readLine(const std::string& prompt) {

@@ -16,7 +16,7 @@ enum class AudioFraming { Wav, Timed };
 
 class AudioStreams {
   public:
-    // Bytes that may wait for a client, four seconds of sound. A slower client is dropped.
+    // Bytes that may wait for a client (ClientStream): four seconds of sound, and headers.
     static constexpr size_t MostWaiting = size_t{4} * 8000 + 256;
     static constexpr size_t MostClients = 200;
 

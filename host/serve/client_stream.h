@@ -13,8 +13,8 @@
 #include <span>
 #include <string>
 
-#include "host/serve/access.h"
 #include "host/serve/connections.h"
+#include "host/serve/object_pointer.h"
 
 // Bytes, and the object that owns them.
 struct Chunk {

@@ -1,4 +1,4 @@
-// Lets what GLib calls own a C++ object.
+// C++ objects that GLib owns as data of its callbacks and objects.
 #pragma once
 
 #include <glib-object.h>
@@ -16,7 +16,8 @@ void freeData(gpointer data) {
     const std::unique_ptr<Object> ended(static_cast<Object*>(data));
 }
 
-// Connects a handler whose last argument points to an object that lives as long as the connection.
+// Connects a handler whose last argument points to the object, which lives until the handler is
+// disconnected.
 template <typename Object, typename Handler>
 void connectOwning(gpointer sender, const char* signal, Handler handler, Object object) {
     g_signal_connect_data(

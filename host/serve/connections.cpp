@@ -120,7 +120,7 @@ Connections::Connections(SoupServer* server, const Access& access, const std::st
             return TRUE;
         }),
         this);
-    look_ = g_timeout_add_seconds(
+    timer_ = g_timeout_add_seconds(
         LookInterval,
         [](gpointer self) -> gboolean {
             static_cast<Connections*>(self)->dropLate();
@@ -130,7 +130,7 @@ Connections::Connections(SoupServer* server, const Access& access, const std::st
 }
 
 Connections::~Connections() {
-    g_source_remove(look_);
+    g_source_remove(timer_);
     g_signal_handlers_disconnect_by_data(service_.get(), this);
     g_socket_service_stop(service_.get());
     g_socket_listener_close(G_SOCKET_LISTENER(service_.get()));

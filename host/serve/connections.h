@@ -22,7 +22,8 @@ class Connection {
     void allow(std::chrono::milliseconds time);
     // Ends the time limit: the caller watches the client itself from now on.
     void allowForEver();
-    // An idle connection, one without a request, is dropped first when there are too many.
+    // Only idle connections, without a request that has passed the password check, are dropped when
+    // there are too many.
     void setIdle(bool isIdle) { isIdle_ = isIdle; }
     bool isIdle() const { return isIdle_; }
     bool isLate() const;
@@ -58,7 +59,7 @@ class Connections {
     uint16_t port() const { return port_; }
     // Returns the number of connections.
     size_t count() const;
-    // Returns the connection of a request; null when it is gone.
+    // Returns the connection of a request; null after `forget`.
     static std::shared_ptr<Connection> of(SoupServerMessage* message);
     // Makes `of` return null for the message. Call it when the connection is taken away from
     // libsoup, because libsoup would keep its reference until the server ends.
@@ -74,5 +75,5 @@ class Connections {
     const ObjectPointer<GSocketService> service_;
     uint16_t port_ = 0;
     std::vector<std::weak_ptr<Connection>> connections_;  // the oldest first
-    guint look_ = 0;
+    guint timer_ = 0;
 };

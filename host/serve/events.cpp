@@ -63,6 +63,7 @@ void Events::add(const std::shared_ptr<ClientStream>& client) {
             std::erase_if((*self)->clients_, [gone](const auto& one) { return one.get() == gone; });
     });
     std::string text = event("state", stateJson(state, now));
+    // The first client gets all lines. Others get those after lastLine_ from sendChanges.
     for (const HubLogLine& line : state.log)
         if (clients_.size() == 1 || line.number <= lastLine_)
             text += event("log", logJson(line));

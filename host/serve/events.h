@@ -15,7 +15,7 @@
 
 class Events {
   public:
-    static constexpr size_t MostWaiting = size_t{256} * 1024;  // bytes; with more it is dropped
+    static constexpr size_t MostWaiting = size_t{256} * 1024;  // bytes, see ClientStream
     static constexpr size_t MostClients = 32;
 
     explicit Events(Hub& hub);

@@ -50,7 +50,7 @@ std::optional<Passwords> parseHtdigest(std::istream& text) {
     for (std::string line; std::getline(text, line);) {
         const size_t first = line.find(':');
         const size_t last = line.rfind(':');
-        if (first == last)  // there may be none
+        if (first == last)  // one colon or none
             return std::nullopt;
         const std::string user = line.substr(0, first);
         const std::string realm = line.substr(first + 1, last - first - 1);

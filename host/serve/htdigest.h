@@ -14,10 +14,10 @@ struct Passwords {
 };
 
 // Returns true for 1 to 64 characters of ASCII without spaces, colons, quotation marks and
-// backslashes. Headers have the name between quotation marks, the file before a colon.
+// backslashes. In headers quotation marks surround the name, in the file a colon follows it.
 bool isGoodUser(const std::string& user);
 
-// Returns the salt of a new file. Throws std::runtime_error when the system gives no random
+// Returns the realm of a new file. Throws std::runtime_error when the system gives no random
 // numbers.
 std::string newRealm();
 

@@ -10,7 +10,6 @@ namespace {
 constexpr size_t MostRefusalBytes = 4096;
 constexpr goffset MostIgnoredBytes = 65536;  // of a refused request's body
 
-// Headers that keep other sites from using our answers in a browser.
 constexpr std::pair<const char*, const char*> SafetyHeaders[] = {
     {"Content-Security-Policy",
      "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src "

@@ -19,14 +19,13 @@ void answer(SoupServerMessage* message, unsigned status, const char* type, std::
 void answerJson(SoupServerMessage* message, unsigned status, const nlohmann::json& body);
 // Answers with {"error": sentence}.
 void answerError(SoupServerMessage* message, unsigned status, const std::string& sentence);
-// Answers with an error. Does not wait for a long body: it answers before the body has come and
-// does not read it, except to a client without a password.
+// Answers with an error. Waits for the end of a long body only with status 401.
 void refuse(SoupServerMessage* message, unsigned status, const std::string& sentence);
 
 // Returns the JSON text. Bytes that are not UTF-8 become U+FFFD.
 std::string asText(const nlohmann::json& value);
 
-// Takes the connection away from libsoup. Later, from the main loop, sends the headers and passes
+// Later, from the main loop, takes the connection away from libsoup, sends the headers and passes
 // the stream to `onTaken`, unless the client has left by then.
 void takeOver(SoupServerMessage* message, const char* type, size_t mostWaiting,
               std::function<void(const std::shared_ptr<ClientStream>&)> onTaken);

@@ -6,7 +6,7 @@
 #include <cctype>
 #include <string_view>
 
-#include "host/serve/access.h"
+#include "host/serve/object_pointer.h"
 
 namespace {
 

@@ -18,7 +18,8 @@ constexpr std::array Paths{
 // What may follow the number of a channel in a path.
 constexpr std::array Parts{Fixed{"", Resource::Channel}, Fixed{"/audio.wav", Resource::WavAudio},
                            Fixed{"/audio.frames", Resource::TimedAudio},
-                           Fixed{"/audio", Resource::Audio}, Fixed{"/talk", Resource::Talk}};
+                           Fixed{"/audio", Resource::TalkUpload},
+                           Fixed{"/talk", Resource::TalkSocket}};
 constexpr std::string_view ChannelBeginning = "/api/channels/";
 
 template <typename List>
@@ -52,12 +53,12 @@ const char* allowedMethods(Resource resource) {
     switch (resource) {
         case Resource::Channel:
             return "GET, HEAD, PUT";
-        case Resource::Audio:
+        case Resource::TalkUpload:
             return "POST";
         case Resource::WavAudio:
         case Resource::TimedAudio:
         case Resource::Events:
-        case Resource::Talk:
+        case Resource::TalkSocket:
             return "GET";
         default:
             return "GET, HEAD";

@@ -14,8 +14,8 @@ enum class Resource {
     Channel,
     WavAudio,    // to hear an input
     TimedAudio,  // to hear an input, with the frames' times
-    Audio,       // to talk by a request
-    Talk,        // to talk by a WebSocket
+    TalkUpload,
+    TalkSocket,
 };
 
 struct Route {

@@ -16,11 +16,6 @@ char* hashOf(SoupAuthDomain* /*domain*/, SoupServerMessage* /*message*/, const c
     return found == hashes.end() ? nullptr : g_strdup(found->second.c_str());
 }
 
-// Returns the address as URLs have it: in brackets when it has colons.
-std::string inUrl(const std::string& address) {
-    return address.find(':') == std::string::npos ? address : "[" + address + "]";
-}
-
 }  // namespace
 
 HttpServer::HttpServer(Hub& hub, const ServeOptions& options, const Access& access)
@@ -28,7 +23,7 @@ HttpServer::HttpServer(Hub& hub, const ServeOptions& options, const Access& acce
       server_(soup_server_new(nullptr, nullptr)),
       connections_(server_.get(), access, options.listenAddress, options.httpPort),
       api_(hub, [this] { return connections_.count(); }),
-      url_((access.certificate == nullptr ? "http://" : "https://") + inUrl(options.listenAddress) +
+      url_((access.certificate == nullptr ? "http://" : "https://") + options.addressInUrls() +
            ":" + std::to_string(connections_.port()) + "/") {
     if (passwords_)
         guard(*passwords_);
@@ -89,8 +84,8 @@ void HttpServer::prepare(SoupServerMessage* message) {
 
 void HttpServer::onHeaders(SoupServerMessage* message) {
     SoupMessageHeaders* const asked = soup_server_message_get_request_headers(message);
-    // libsoup closes a connection that it did not accept itself after one request, and the header
-    // tells the client so. A WebSocket's handshake has a Connection header of its own.
+    // After one request libsoup closes a connection that it did not accept itself. The header tells
+    // the client so. A WebSocket's handshake has a Connection header of its own.
     if (soup_message_headers_get_list(asked, "Upgrade") == nullptr)
         soup_message_headers_replace(soup_server_message_get_response_headers(message),
                                      "Connection", "close");

@@ -59,7 +59,7 @@ struct ChannelState {
 };
 
 struct HubLogLine {
-    uint64_t number = 0;  // counts all lines from 1; only the last ones are kept
+    uint64_t number = 0;  // counts the lines of LogInfo and above, from 1
     int64_t milliseconds = 0;
     int32_t level = 0;
     std::string text;  // may come from outside, so escape it
@@ -70,7 +70,7 @@ struct HubState {
     std::vector<ChannelState> channels;
     bool isAlarmed = false;  // the device status
     BufferAccount buffers;
-    std::vector<HubLogLine> log;  // the oldest first
+    std::vector<HubLogLine> log;  // the last KeptLogLines, the oldest first
 };
 
 enum class HubEvent {
@@ -86,8 +86,8 @@ struct ChannelChange {
     std::optional<bool> enabled;
 };
 enum class ChangeAnswer { Asked, NoSuchChannel, BadName, Refused };
-// Called once: with true when the module has described its channels after the change, with false
-// when the hub ended before that.
+// Called once if the change was Asked: with true when the module has described its channels after
+// it, with false when the hub ended before that.
 using OnApplied = std::function<void(bool isApplied)>;
 
 class HubImpl;
@@ -132,8 +132,9 @@ class Talk {
     Talk& operator=(const Talk&) = delete;
 
     // Adds mu-law codes with the sender's time: `position` counts samples from any beginning. A gap
-    // after the previous codes becomes silence. Never waits. Returns false and drops the codes when
-    // three seconds of sound wait already.
+    // after the previous codes becomes silence, at most two seconds. Never waits. Returns false and
+    // drops the codes when the output is kept off, or when more than three seconds would wait here
+    // and in the module.
     bool put(int64_t position, std::span<const uint8_t> codes);
     // Adds mu-law codes directly after the previous ones. Never waits. Returns false and drops the
     // codes when they do not fit `room`.
@@ -154,7 +155,7 @@ struct TalkAnswer {
 
 class Hub {
   public:
-    static constexpr size_t MostTalkAhead = size_t{4} * AudioSampleRate;
+    static constexpr size_t MostTalkAhead = size_t{4} * AudioSampleRate;  // samples, for append
     static constexpr size_t KeptLogLines = 200;
 
     // Runs the module as a Session does, and throws as it does.
@@ -165,7 +166,7 @@ class Hub {
     Hub& operator=(const Hub&) = delete;
 
     // Disables the channels that were enabled for clients, stops the module, and returns the
-    // account of all buffers. The hub may only be destroyed afterwards.
+    // account of all buffers. Afterwards the hub may only be destroyed.
     BufferAccount finish();
 
     HubState state() const;

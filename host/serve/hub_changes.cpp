@@ -1,4 +1,4 @@
-// What the hub asks of the module, for its clients or by their order.
+// What the hub asks of the module because of its clients or at their request.
 #include "host/serve/channel_names.h"
 #include "host/serve/hub_impl.h"
 

@@ -14,6 +14,7 @@
 // may be called on any thread.
 class HubLedger {
   public:
+    // Counts the frame, and sets `served.followsGap`.
     void hearFrame(const CapturedFrame& frame, ServedFrame& served);
     // Returns true when the line is kept.
     bool hearLog(int32_t level, std::string_view text);
@@ -38,7 +39,7 @@ class HubLedger {
     std::string version_;
     bool isAlarmed_ = false;
     std::deque<HubLogLine> log_;
-    uint64_t linesHeard_ = 0;
+    uint64_t linesCounted_ = 0;
 };
 
 class HubImpl : public std::enable_shared_from_this<HubImpl> {

@@ -7,10 +7,10 @@
 
 namespace {
 
-constexpr int64_t LateTolerance = 200;  // ms; the module sends frames at uneven intervals
-constexpr int64_t DecisionTime = 2000;  // ms that late frames get to catch up
-constexpr int64_t CertainGap = 1000;    // ms; a frame that is later follows lost sound
-constexpr int64_t ShiftDivisor = 8;     // a frame shifts the next ones by this part of its lateness
+constexpr int64_t LateTolerance = 200;   // ms; the module sends frames at uneven intervals
+constexpr int64_t DecisionTime = 2000;   // ms that late frames get to catch up
+constexpr int64_t CertainGap = 1000;     // ms; a frame that is later follows lost sound
+constexpr int64_t ShiftDivisor = 8;      // the next frame is due later by lateness / ShiftDivisor
 constexpr int64_t LevelLifetime = 3000;  // ms, as long as the module's watchdog waits
 constexpr size_t MostLineBytes = 1000;   // of a log line that is kept
 
@@ -20,7 +20,7 @@ int64_t durationOf(size_t samples) { return static_cast<int64_t>(samples) * 1000
 
 // Returns true when sound was lost before this frame. A frame that is a little late may follow lost
 // sound, or was only sent late: then the next ones catch up. So a gap of less than CertainGap is
-// reported only DecisionTime later. `track.expected` is the time when the frame is due.
+// reported only DecisionTime later.
 bool HubLedger::followsGap(Track& track, int64_t arrival) {
     const int64_t late = arrival - track.expected;
     if (track.expected == 0 || late > CertainGap) {
@@ -69,7 +69,7 @@ bool HubLedger::hearLog(int32_t level, std::string_view text) {
     if (level < LogInfo)
         return false;
     log_.push_back(
-        {++linesHeard_, clockMilliseconds(), level, std::string(text.substr(0, MostLineBytes))});
+        {++linesCounted_, clockMilliseconds(), level, std::string(text.substr(0, MostLineBytes))});
     if (log_.size() > Hub::KeptLogLines)
         log_.pop_front();
     return true;

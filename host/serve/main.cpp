@@ -33,10 +33,10 @@ void showInputs(Console& console, const Hub& hub, const RtspServer& rtsp) {
                            state.channel.name);
 }
 
-void showServed(Console& console, const HubState& state) {
+void showCaptured(Console& console, const HubState& state) {
     for (const ChannelState& channel : state.channels)
         if (channel.frames > 0)
-            console.remark("served:  channel " + std::to_string(channel.channel.number) + ", " +
+            console.remark("captured: channel " + std::to_string(channel.channel.number) + ", " +
                            std::to_string(channel.frames) + " frames, " +
                            std::to_string(channel.gaps) + " gaps");
 }
@@ -55,11 +55,12 @@ int serve(const ServeOptions& options, Console& console) {
         served = hub.state();
     }
     const BufferAccount account = hub.finish();
-    showServed(console, served);
+    showCaptured(console, served);
     if (account.lent == account.returned && account.faults == 0)
         return 0;
-    console.error("the module has not returned every buffer: " + std::to_string(account.returned) +
-                  " of " + std::to_string(account.lent));
+    console.error("the module returned " + std::to_string(account.returned) + " of " +
+                  std::to_string(account.lent) + " buffers, and " + std::to_string(account.faults) +
+                  " that were not lent");
     return Failed;
 }
 

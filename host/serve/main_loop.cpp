@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr guint SignalInterval = 100;  // ms between looks for a signal
+constexpr guint LookInterval = 100;  // ms between looks at stopAsked
 
 }  // namespace
 
@@ -16,8 +16,8 @@ MainLoop::MainLoop() : loop_(g_main_loop_new(nullptr, FALSE)) {}
 MainLoop::~MainLoop() { g_main_loop_unref(loop_); }
 
 void MainLoop::run() {
-    const guint look = g_timeout_add(
-        SignalInterval,
+    const guint timer = g_timeout_add(
+        LookInterval,
         [](gpointer self) -> gboolean {
             if (stopAsked())
                 static_cast<MainLoop*>(self)->quit();
@@ -25,7 +25,7 @@ void MainLoop::run() {
         },
         this);
     g_main_loop_run(loop_);
-    g_source_remove(look);
+    g_source_remove(timer);
 }
 
 void MainLoop::quit() { g_main_loop_quit(loop_); }

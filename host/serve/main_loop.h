@@ -13,7 +13,7 @@ class MainLoop {
     MainLoop(const MainLoop&) = delete;
     MainLoop& operator=(const MainLoop&) = delete;
 
-    // Runs until a signal came (host/system/stop.h) or `quit` was called.
+    // Runs until stopAsked() (host/system/stop.h) or `quit`.
     void run();
     // Any thread.
     void quit();

@@ -85,8 +85,9 @@ std::string metricsText(const HubState& state, size_t connections) {
                    state.isAlarmed ? 1 : 0);
     text += single({"buffers_lent_total", "counter", "Buffers that the module has accepted."},
                    state.buffers.lent);
-    text += single({"buffers_returned_total", "counter", "Buffers that it has handed back."},
-                   state.buffers.returned);
+    text +=
+        single({"buffers_returned_total", "counter", "Buffers that the module has handed back."},
+               state.buffers.returned);
     text += single({"http_connections", "gauge", "Connections of the HTTP server."}, connections);
     text += head({"info", "gauge", "The module."}) + "tamborin_info{version=\"" +
             escaped(state.version) + "\"} 1\n";

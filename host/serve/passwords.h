@@ -1,4 +1,4 @@
-// The password file (host/serve/htdigest.h). Only its owner may read it.
+// The password file (host/serve/htdigest.h).
 #pragma once
 
 #include <filesystem>

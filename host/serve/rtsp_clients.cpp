@@ -27,8 +27,6 @@ gchar* makePath(Asked* asked, const GstRTSPUrl* url) {
 
 GstRTSPClient* createClient(GstRTSPServer* server);
 
-// GObject classes that override one function of their base class.
-
 void initClientClass(gpointer type, gpointer /*data*/) {
     static_cast<GstRTSPClientClass*>(type)->make_path_from_uri = makePath<GstRTSPClient>;
 }

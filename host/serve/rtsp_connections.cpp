@@ -9,14 +9,14 @@
 #include <thread>
 #include <vector>
 
-#include "host/serve/access.h"
 #include "host/serve/closure_data.h"
+#include "host/serve/object_pointer.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int MostIdleLooks = 30;  // s
+constexpr int MostIdleLooks = 30;  // one a second
 // GStreamer limits a request's lines and body, but not the number of lines.
 constexpr uint64_t MostIdleBytes = 65536;
 constexpr const char* NotesKey = "tamborin-notes";
@@ -25,10 +25,10 @@ constexpr const char* NotesKey = "tamborin-notes";
 struct Notes {
     uint64_t number = 0;  // counts all clients; 0: not added yet
     ObjectPointer<GSocket> socket;
-    // Since it had a session:
-    int idleLooks = 0;
-    uint64_t bytesBefore = 0;  // that had come when the time began
     bool isHungUp = false;
+    // Since the client last had a session:
+    int idleLooks = 0;
+    uint64_t bytesBefore = 0;  // that had come until then
 };
 
 Notes& notesOf(GstRTSPClient* client) {
@@ -60,7 +60,7 @@ uint64_t bytesFrom(GSocket* socket) {
     return info.tcpi_bytes_received;
 }
 
-// Returns the clients that were added and are not hung up. Those that are close soon.
+// Returns the clients that were added, without those that are hung up, which close soon.
 std::vector<ObjectPointer<GstRTSPClient>> connected(GstRTSPServer* server) {
     std::vector<ObjectPointer<GstRTSPClient>> clients;
     GList* all = gst_rtsp_server_client_filter(server, nullptr, nullptr);

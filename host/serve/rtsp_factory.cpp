@@ -4,8 +4,8 @@
 
 #include <memory>
 
-#include "host/serve/access.h"
 #include "host/serve/derived_type.h"
+#include "host/serve/object_pointer.h"
 
 namespace {
 

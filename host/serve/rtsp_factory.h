@@ -8,6 +8,6 @@
 constexpr const char* BackchannelName = "onvif-backchannel";
 constexpr const char* BackchannelFilterName = "depay_backchannel";
 
-// Returns a class like GstRTSPOnvifMediaFactory, which would lose the depayloader of each
-// backchannel that it makes.
+// Returns a class like GstRTSPOnvifMediaFactory, which would leak a reference to the first
+// element of each backchannel.
 GType rtspFactoryType();

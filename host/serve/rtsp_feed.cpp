@@ -44,8 +44,7 @@ bool isRtpManager(GstElement* element) {
 }
 
 // Makes RTCP's sender reports contain the time of capture instead of the time of sending, and
-// limits what RTCP from outside can make: the manager has a thread for each sender that is
-// reported.
+// limits the senders that RTCP from outside can add: the manager has a thread for each.
 void setUpRtp(GstBin* /*pipeline*/, GstElement* element, gpointer /*data*/) {
     constexpr guint MostSenders = 4;
     if (isRtpManager(element))
@@ -57,8 +56,8 @@ void filterPackets(GstBin* /*pipeline*/, GstElement* element, gpointer filter) {
         TalkerFilter::attach(*static_cast<const std::shared_ptr<TalkerFilter>*>(filter), element);
 }
 
-// GStreamer loses a reference to the backchannel's bin when it makes the bin's stream. Nobody uses
-// the medium yet, so that the bin's parent and this function have the only other ones.
+// GStreamer leaks a reference to the backchannel's bin when it makes the bin's stream. Nobody uses
+// the medium yet, so only the bin's parent and this function have the others.
 void releaseBackchannel(GstRTSPMedia* medium) {
     constexpr int KnownReferences = 2;
     const ObjectPointer<GstElement> element(gst_rtsp_media_get_element(medium));

@@ -1,4 +1,5 @@
-// Feeds one RTSP medium: sends an input's sound to the clients, and a client's sound to an output.
+// Feeds one RTSP medium (a GstRTSPMedia, the pipeline of an input): sends the input's sound to the
+// clients, and a client's sound to an output.
 #pragma once
 
 #include <gst/app/app.h>
@@ -10,7 +11,7 @@
 #include <optional>
 #include <set>
 
-#include "host/serve/access.h"
+#include "host/serve/object_pointer.h"
 #include "host/serve/rtsp_hub.h"
 #include "host/serve/rtsp_talk.h"
 #include "host/serve/talker_filter.h"
@@ -22,7 +23,7 @@ class RtspFeeds {
   public:
     static constexpr size_t MostBackchannels = 32;
 
-    // Returns false when the feed has a backchannel, and as many feeds as may be have one already.
+    // Returns false when the feed has a backchannel and MostBackchannels others have one already.
     bool add(RtspFeed& feed);
     // Ends the feed, too. Waits when `end` is ending it.
     void remove(RtspFeed& feed);
@@ -50,8 +51,8 @@ struct RtspInput {
 extern const char* const CaptureLaunch;
 extern const char* const BackchannelLaunch;
 
-// The medium owns its feed, and ends its streaming threads before it. All functions may be called
-// on any thread.
+// The medium owns its feed. The medium's streaming threads end before the feed. All functions may
+// be called on any thread.
 class RtspFeed {
   public:
     // Handles a factory's signal "media-configure": makes the medium's feed. `input` is the
@@ -65,7 +66,7 @@ class RtspFeed {
     RtspFeed(const RtspFeed&) = delete;
     RtspFeed& operator=(const RtspFeed&) = delete;
 
-    // Returns false when there are too many feeds. The medium must not be used then.
+    // Returns false when RtspFeeds::add has refused the feed. The medium must not be used then.
     bool isAdmitted() const { return isAdmitted_; }
     bool hasBackchannel() const { return sink_ != nullptr; }
     RtspTalk& talk() { return talk_; }

@@ -1,5 +1,5 @@
 // The class of the RTSP server's media. Each client that asks for the backchannel gets a medium of
-// its own, with threads and sockets. Its number is limited.
+// its own, with threads and sockets. The number of such media is limited.
 #pragma once
 
 #include <gst/rtsp-server/rtsp-server.h>

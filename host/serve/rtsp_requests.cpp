@@ -5,7 +5,7 @@
 
 namespace {
 
-// The client's medium for which the SETUP that is handled now has taken the output.
+// Key of the medium whose output the client's current SETUP has taken.
 constexpr const char* TakenKey = "tamborin-taken";
 
 }  // namespace
@@ -23,6 +23,7 @@ GstRTSPStatusCode beforeDescribe(GstRTSPClient* /*client*/, GstRTSPContext* cont
 GstRTSPStatusCode beforeSetup(GstRTSPClient* client, GstRTSPContext* context, gpointer hub) {
     if (const auto status = beforeDescribe(client, context, hub); status != GST_RTSP_STS_OK)
         return status;
+    // Only the backchannel has a sink pad.
     const ObjectPointer<GstPad> in(gst_rtsp_stream_get_sinkpad(context->stream));
     RtspFeed* feed = in == nullptr ? nullptr : RtspFeed::of(context->media);
     if (feed == nullptr)

@@ -4,10 +4,9 @@
 
 #include <gst/rtsp-server/rtsp-server.h>
 
-// Refuses inputs that are disabled.
+// Refuses an input that is kept off or has no device.
 GstRTSPStatusCode beforeDescribe(GstRTSPClient* client, GstRTSPContext* context, gpointer hub);
-// Refuses these, too, and the backchannel unless the client gets the output. Only the backchannel
-// has a sink pad.
+// Refuses the same, and the backchannel unless the client gets the output.
 GstRTSPStatusCode beforeSetup(GstRTSPClient* client, GstRTSPContext* context, gpointer hub);
 // Gives the output back when a SETUP that took it fails for another reason.
 void beforeAnswer(GstRTSPClient* client, GstRTSPContext* context, GstRTSPMessage* answer,

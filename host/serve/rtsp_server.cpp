@@ -67,8 +67,8 @@ void endWithConnection(GstRTSPSession* session, GstRTSPClient* client) {
 }
 
 // Removes a session without a sign of life, and its media. GStreamer's own clean-up would leave the
-// media to the session's last owner. That may be the client's connection, or nobody: a SETUP that
-// is refused loses a reference to the session.
+// media until the session is freed. The client's connection may own the session, and a refused
+// SETUP leaks a reference to it.
 GstRTSPFilterResult endIfExpired(GstRTSPSessionPool* /*pool*/, GstRTSPSession* session,
                                  gpointer /*data*/) {
     if (gst_rtsp_session_is_expired_usec(session, g_get_monotonic_time()) == FALSE)
@@ -141,9 +141,7 @@ RtspServer::~RtspServer() {
 }
 
 std::string RtspServer::url() const {
-    const bool isV6 = options_.listenAddress.find(':') != std::string::npos;
-    return (hasTls_ ? "rtsps://" : "rtsp://") +
-           (isV6 ? "[" + options_.listenAddress + "]" : options_.listenAddress) + ":" +
+    return (hasTls_ ? "rtsps://" : "rtsp://") + options_.addressInUrls() + ":" +
            std::to_string(gst_rtsp_server_get_bound_port(server_.get())) + "/";
 }
 
@@ -210,7 +208,7 @@ void RtspServer::welcome(GstRTSPClient* client) {
     connections_.add(client);
 }
 
-// Drops sessions without a sign of life, frees the output of silent talkers, and tells each feed
+// Drops sessions without a sign of life, frees the output of idle talkers, and tells each feed
 // the number of its clients.
 void RtspServer::keepHouse() {
     gst_rtsp_session_pool_filter(sessions_.get(), endIfExpired, nullptr);
@@ -226,7 +224,7 @@ void RtspServer::keepHouse() {
             media.emplace_back(GST_RTSP_MEDIA(g_object_ref(medium)));
             if (RtspFeed* feed = RtspFeed::of(medium)) {
                 ++clients[feed];
-                feed->talk().giveBackIfSilent();
+                feed->talk().giveBackIfIdle();
             }
         }
         g_list_free_full(parts, g_object_unref);

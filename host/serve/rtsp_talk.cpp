@@ -1,12 +1,7 @@
 #include "host/serve/rtsp_talk.h"
 
+#include "host/serve/talk_beginning.h"
 #include "host/system/steady_time.h"
-
-namespace {
-
-constexpr int64_t Patience = 10000;  // ms without a sound, as by HTTP
-
-}  // namespace
 
 // Returns true when the client has the output, or gets it now. The caller holds the mutex.
 bool RtspTalk::holds() {
@@ -19,7 +14,7 @@ RtspTalk::Answer RtspTalk::take() {
     const std::lock_guard held(mutex_);
     if (talk_ != nullptr)
         return Answer::HadIt;
-    lastSound_ = steadyMilliseconds();
+    lastPut_ = steadyMilliseconds();
     return holds() ? Answer::Taken : Answer::Refused;
 }
 
@@ -28,9 +23,9 @@ void RtspTalk::giveBack() {
     talk_.reset();
 }
 
-void RtspTalk::giveBackIfSilent() {
+void RtspTalk::giveBackIfIdle() {
     const std::lock_guard held(mutex_);
-    if (steadyMilliseconds() > lastSound_ + Patience)
+    if (steadyMilliseconds() > lastPut_ + 1000 * int64_t{TalkPatience})
         talk_.reset();
 }
 
@@ -42,7 +37,7 @@ void RtspTalk::end() {
 
 void RtspTalk::put(int64_t position, std::span<const uint8_t> codes) {
     const std::lock_guard held(mutex_);
-    lastSound_ = steadyMilliseconds();
+    lastPut_ = steadyMilliseconds();
     if (holds())
         talk_->put(position, codes);
 }

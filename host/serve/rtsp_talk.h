@@ -11,7 +11,7 @@
 #include "host/serve/rtsp_hub.h"
 
 // A client takes the output when he sets his backchannel up. He loses it after ten seconds without
-// a sound. His next sound takes it again, unless somebody else has it.
+// a packet. His next packet takes it again, unless somebody else has it.
 class RtspTalk {
   public:
     // Without an output nobody can talk.
@@ -22,10 +22,10 @@ class RtspTalk {
 
     enum class Answer { Refused, Taken, HadIt };
     Answer take();
-    // Gives the output back until the next sound.
+    // Gives the output back until the next packet.
     void giveBack();
-    // Gives it back when no sound came for ten seconds.
-    void giveBackIfSilent();
+    // Gives it back when no packet came for ten seconds.
+    void giveBackIfIdle();
     // Gives it back for good.
     void end();
     // Plays the sound, see Talk::put.
@@ -38,6 +38,6 @@ class RtspTalk {
     const std::optional<int> output_;
     std::mutex mutex_;  // guards what follows
     std::unique_ptr<Talk> talk_;
-    int64_t lastSound_ = 0;  // or when the output was taken, steady ms
+    int64_t lastPut_ = 0;  // or when the output was taken, steady ms
     bool hasEnded_ = false;
 };

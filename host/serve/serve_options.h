@@ -23,4 +23,10 @@ struct ServeOptions {
     std::filesystem::path certificate;
     std::filesystem::path key;
     std::string talkOutput;  // number or name; empty: the first with a device
+
+    // Returns the address as URLs have it: in brackets when it has colons.
+    std::string addressInUrls() const {
+        return listenAddress.find(':') == std::string::npos ? listenAddress
+                                                            : "[" + listenAddress + "]";
+    }
 };

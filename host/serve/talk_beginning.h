@@ -6,6 +6,8 @@
 
 #include "host/serve/hub.h"
 
+constexpr int TalkPatience = 10;  // seconds that a talker may send nothing
+
 struct TalkBeginning {
     std::unique_ptr<Talk> talk;  // null: refused
     unsigned status = 0;         // HTTP status of the refusal

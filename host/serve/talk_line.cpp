@@ -104,9 +104,9 @@ void TalkLine::run() {
 }
 
 // Writes blocks until the module has two seconds of sound. When it has none, its stream is closed
-// or closes now, so silence for a new start comes first. While the stream runs there are always two
-// blocks: one that is being played counts as a whole one. Returns false once enough silence has
-// followed the last talk, so that the device has played all of it.
+// or closes now, so silence for a new start comes first. While the stream runs the module has at
+// least two blocks, counting the one that is being played. Returns false once enough silence has
+// followed the last talk for the device to have played all of the talk.
 bool TalkLine::writeSome() {
     size_t lent = module_.lentSamples(channelId_);
     const bool isStarting = lent == 0;

@@ -22,19 +22,19 @@ bool TalkQueue::put(int64_t position, std::span<const uint8_t> codes, size_t len
         drop(position, codes.size());
         return false;
     }
-    const int64_t missing = senderAhead_ ? position + *senderAhead_ - end_ : 0;
+    const int64_t missing = senderOffset_ ? position + *senderOffset_ - end_ : 0;
     const int64_t most = std::min(MostGap, static_cast<int64_t>(MostLiveAhead - ahead));
     const int64_t gap = missing < LeastGap ? 0 : std::min(missing, most);
     waiting_.insert(waiting_.end(), static_cast<size_t>(gap), SilenceCode);
     waiting_.insert(waiting_.end(), codes.begin(), codes.end());
     end_ += gap;
-    senderAhead_ = end_ - position;
+    senderOffset_ = end_ - position;
     end_ += static_cast<int64_t>(codes.size());
     return true;
 }
 
 void TalkQueue::drop(int64_t position, size_t samples) {
-    senderAhead_ = end_ - position - static_cast<int64_t>(samples);
+    senderOffset_ = end_ - position - static_cast<int64_t>(samples);
 }
 
 bool TalkQueue::append(std::span<const uint8_t> codes) {

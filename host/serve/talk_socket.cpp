@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr guint Patience = 10;  // seconds without a message
 constexpr guint64 MostMessageBytes = 8192;
 constexpr gushort Refused = 4000;  // plus the HTTP status; 4000 to 4999 are for applications
 
@@ -43,7 +42,7 @@ class TalkSockets::Socket {
         }
         soup_websocket_connection_send_text(socket, "{\"talking\": true}");
         timer_ = g_timeout_add_seconds(
-            Patience,
+            TalkPatience,
             [](gpointer self) -> gboolean {
                 return static_cast<Socket*>(self)->look() ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
             },

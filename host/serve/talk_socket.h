@@ -20,8 +20,8 @@ class TalkSockets {
     TalkSockets& operator=(const TalkSockets&) = delete;
 
     // Takes binary messages as mu-law codes. Sends a text message when the client has the output.
-    // Closes the socket with a sentence when the talk is refused, or after ten seconds without a
-    // message.
+    // Closes the socket with a sentence when the talk is refused, or after ten to twenty seconds
+    // without a message.
     void add(SoupWebsocketConnection* socket, int number, std::shared_ptr<Connection> connection);
 
   private:

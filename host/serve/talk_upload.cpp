@@ -12,9 +12,7 @@
 
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto Patience = 10s;
+constexpr std::chrono::seconds Patience{TalkPatience};
 constexpr guint FlowInterval = 50;  // ms
 
 std::span<const uint8_t> bytesOf(GBytes* chunk) {
@@ -89,7 +87,7 @@ class TalkUploads::Upload {
         connection_->allow(Patience);
     }
 
-    // Returns true while sound waits. Until then the request is not read further.
+    // Returns true while sound waits. Meanwhile the request is not read.
     bool flowOn() {
         if (connection_->isDropped()) {  // libsoup sees that only when it reads again
             waiting_.clear();

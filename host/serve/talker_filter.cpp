@@ -4,15 +4,15 @@
 
 #include <algorithm>
 
-#include "host/serve/access.h"
 #include "host/serve/closure_data.h"
+#include "host/serve/object_pointer.h"
 #include "host/system/steady_time.h"
 
 namespace {
 
 constexpr size_t HeaderBytes = 12;  // of RTP, and the identifier is at its end
 constexpr size_t IdentifierOffset = 8;
-constexpr size_t MostPacketBytes = 8192;  // about a second, as by WebSocket
+constexpr size_t MostPacketBytes = 8192;  // about a second, as in a WebSocket's message
 constexpr uint8_t MulawType = 0;
 constexpr size_t ReportHeaderBytes = 4;  // of each part of an RTCP packet
 constexpr uint8_t SenderReportType = 200;
@@ -48,9 +48,9 @@ gboolean removeAddress(GstBuffer* /*packet*/, GstMeta** meta, gpointer /*data*/)
 }
 
 // Returns true when an RTCP packet harms the session. A sender's farewell (BYE) would end the sound
-// of the next one, who gets the same identifier. A report of another sender would take one of the
-// few senders that the session can have.
-bool isHarmful(GstBuffer* packet, const TalkerFilter::Identifier& sender) {
+// of the next one, who gets the same identifier. A report of a sender with another identifier
+// would take one of the session's few places (MostSenders in host/serve/rtsp_feed.cpp).
+bool isHarmful(GstBuffer* packet, const TalkerFilter::Identifier& first) {
     struct {
         std::array<uint8_t, ReportHeaderBytes> header;
         TalkerFilter::Identifier identifier;
@@ -58,7 +58,7 @@ bool isHarmful(GstBuffer* packet, const TalkerFilter::Identifier& sender) {
     for (size_t at = 0; gst_buffer_extract(packet, at, &part, sizeof(part)) >= ReportHeaderBytes;) {
         const auto& header = part.header;
         if (header[1] == FarewellType ||
-            (header[1] == SenderReportType && part.identifier != sender))
+            (header[1] == SenderReportType && part.identifier != first))
             return true;
         at += ReportHeaderBytes * (size_t{1} + (size_t{header[2]} << 8U) + header[3]);
     }

@@ -44,7 +44,7 @@ void UploadDecoder::take(std::span<const uint8_t> bytes, std::vector<uint8_t>& c
         codes.insert(codes.end(), bytes.begin(), bytes.end());
         return;
     }
-    while (!bytes.empty() && place_ != Place::Behind)
+    while (!bytes.empty() && place_ != Place::AfterSound)
         takeSome(bytes, codes);
 }
 
@@ -70,13 +70,13 @@ void UploadDecoder::takeSome(std::span<const uint8_t>& bytes, std::vector<uint8_
             bytes = bytes.subspan(count);
             left_ -= left_ == Endless ? 0 : count;
             if (left_ == 0)
-                place_ = place_ == Place::Sound ? Place::Behind : Place::ChunkHead;
+                place_ = place_ == Place::Sound ? Place::AfterSound : Place::ChunkHead;
         }
     }
 }
 
 void UploadDecoder::end() const {
-    if (!isRaw_ && place_ != Place::Sound && place_ != Place::Behind)
+    if (!isRaw_ && place_ != Place::Sound && place_ != Place::AfterSound)
         throw UploadError("The WAV file ends before its sound.");
 }
 

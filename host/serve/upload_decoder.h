@@ -31,7 +31,7 @@ class UploadDecoder {
     void end() const;
 
   private:
-    enum class Place { FileHead, ChunkHead, Format, Skipped, Sound, Behind };
+    enum class Place { FileHead, ChunkHead, Format, Skipped, Sound, AfterSound };
     bool collect(std::span<const uint8_t>& bytes, size_t count);
     void takeSome(std::span<const uint8_t>& bytes, std::vector<uint8_t>& codes);
     void readFileHead();

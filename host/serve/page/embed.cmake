@@ -8,6 +8,7 @@ foreach(entry "/|index.html|text/html; charset=utf-8" "/page.css|page.css|text/c
     string(REPLACE "|" ";" fields "${entry}")
     list(GET fields 0 path)
     list(GET fields 1 name)
+    # A type may have a semicolon, which would split it.
     string(REGEX REPLACE "^[^|]*[|][^|]*[|]" "" type "${entry}")
     file(READ ${FOLDER}/${name} content)
     string(APPEND entries "    PageFile{\"${path}\", \"${type}\", R\"~~~(${content})~~~\"},\n")

@@ -119,10 +119,10 @@ class Card {
   async listen() {
     complain("");
     listening?.stop();
-    let told = 0;
+    let hintedAt = 0;
     this.listener = listening = new Listener(this.number, serverNow, (latency) => {
-      if (Date.now() < told + 1000) return;
-      told = Date.now();
+      if (Date.now() < hintedAt + 1000) return;
+      hintedAt = Date.now();
       this.hint("Listening", `${latency.toFixed(1)} s behind`);
     });
     const mine = this.listener;
