@@ -1,6 +1,6 @@
-// Replaces base/clock.cpp in a library for hosts, between fakes of the audio libraries: the
-// module's steady time runs a day in a minute, and each open input calls back in every 256 ms of
-// it. Leaves the time that has passed in the file "passed_ms" of the working directory.
+// Replaces base/clock.cpp in a build of the module with a fake PortAudio: its steady time runs a
+// day in a minute, and each open input calls back in every 256 ms of it. Leaves the time that has
+// passed in the file "passed_ms" of the working directory.
 #include <alsa/asoundlib.h>
 
 #include <array>
@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int DaysAMinute = 1440;  // and so many pauses take a millisecond
+constexpr int SpeedUp = 1440;  // so many pauses take a millisecond
 constexpr int FrameMs = 256;
 
 std::chrono::milliseconds passed{0};  // worker's thread
@@ -56,7 +56,7 @@ void pauseOneMillisecond() noexcept {
             if (stream->isInput)
                 stream->capture(frame());
     static SteadyTime next = std::chrono::steady_clock::now();
-    if (passed.count() % DaysAMinute == 0) {
+    if (passed.count() % SpeedUp == 0) {
         next += std::chrono::milliseconds(1);
         const auto rest = next - std::chrono::steady_clock::now();
         if (rest.count() < 0) {

@@ -1,10 +1,10 @@
-// GStreamer's own way from a sound card to RTSP clients, behind the same server library and with as
-// many threads as tamborin-host-serve has: what the benchmark compares that with. Prints its URLs.
+// Serves sound devices to RTSP clients by GStreamer's own elements, for comparison with
+// tamborin-host-serve: with its server library and a thread for each client, too. Prints its URLs.
 //
 //     gst_serve [PERIOD_MS]
 //
-// Captures in periods of GStreamer's choice and sends each as a packet; with PERIOD_MS in such
-// periods and in packets of 32 ms.
+// Captures in periods of GStreamer's choice, each sent as a packet; with PERIOD_MS in periods of
+// that length, in packets of 32 ms.
 #include <gst/rtsp-server/rtsp-server.h>
 
 #include <array>

@@ -30,7 +30,7 @@ class RtpAccount:
 
 
 class RtspClient(asyncio.Protocol):
-    """Interleaved with its requests over TCP."""
+    """Gets RTP on its RTSP connection (TCP)."""
 
     def __init__(self, url, on_sound=None):
         self.url = url
@@ -56,7 +56,7 @@ class RtspClient(asyncio.Protocol):
         self._keeping_alive = loop.create_task(self._keep_alive())
 
     def close(self, is_polite=True):
-        """Says so to the server, or vanishes."""
+        """Disconnects, if polite with TEARDOWN."""
         if self._keeping_alive:
             self._keeping_alive.cancel()
         if not self.is_closed:
@@ -67,7 +67,7 @@ class RtspClient(asyncio.Protocol):
     async def _keep_alive(self):
         while not self.is_closed:
             await asyncio.sleep(KEEP_ALIVE)
-            with contextlib.suppress(ConnectionError):  # it was closed, which everybody sees
+            with contextlib.suppress(ConnectionError):  # is_closed tells it
                 await self._ask("GET_PARAMETER", self.url)
 
     def _send(self, method, url, headers=""):
@@ -115,7 +115,7 @@ class RtspClient(asyncio.Protocol):
 
 
 class UdpReceiver(asyncio.DatagramProtocol):
-    """RTP that somebody sends to a port of ours, without asking."""
+    """Receives RTP on a port of its own, without RTSP."""
 
     def __init__(self):
         self.rtp = RtpAccount()

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""What serving an input to RTSP clients takes, beside others who serve the same one, as JSON.
+"""Prints, as JSON, what this and other servers take to serve an input to RTSP clients.
 
     private-pulseaudio serve.py BUILD_FOLDER [costs] [clients] [day]
 
-The clients (rtsp_client.py) are all of this process and decode nothing; the CPU time is that of the
+All clients (rtsp_client.py) run in this process and decode nothing; the CPU time is that of the
 serving process alone. The servers take turns. Then 100 clients of tamborin-host-serve hear one
 input, while bench/serve_latency.py measures; and a module whose time runs a day in a minute serves
 clients that come and go (fast_clock.cpp).
@@ -22,14 +22,14 @@ import time
 from process_cpu import cpu_and_wakeups
 from rtsp_client import RtspClient, UdpReceiver
 
-TURNS = 2              # their mean counts
+TURNS = 2              # their median counts
 COUNTS = (1, 10, 100)  # clients of one input
 SETTLING = 1           # seconds, after everybody hears something
 SECONDS = 12 * 0.256   # whole frames
 LASTING = 60           # seconds
 AT_ONCE = 4            # clients who come and go
 STAY = 0.1             # seconds, of each; every other one leaves without a word
-LEAST_SOUND = 0.9      # of the time measured; who gets less is not compared
+LEAST_SOUND = 0.9      # of the time measured; else the figure is not shown
 
 build = sys.argv[1]
 parts = sys.argv[2:] or ["costs", "clients", "day"]
@@ -48,7 +48,7 @@ MODULE = "the module alone (tamborin-host record)"
 
 @contextlib.contextmanager
 def running(command, lines=0):
-    """A process of its own, and the first words of what it prints first."""
+    """A process of its own, and the first word of each of its first lines."""
     process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                                text=True)
     try:
@@ -78,7 +78,7 @@ async def hear(clients):
 
 
 async def measure(pid, accounts):
-    """CPU seconds and wake-ups a second, and whether all heard what there was meanwhile."""
+    """Returns CPU seconds and wake-ups a second, and whether all clients heard enough."""
     await asyncio.sleep(SETTLING)
     (cpu, wakeups), begin = cpu_and_wakeups(pid), time.monotonic()
     samples = [account.samples for account in accounts]
@@ -137,7 +137,7 @@ async def measure_module():
 
 
 def median(measured):
-    """Of the turns, for each number of clients."""
+    """Returns the median of the turns for each key."""
     return {count: {key: statistics.median(turn[count][key] for turn in measured)
                     if key != "runs" else all(turn[count][key] for turn in measured)
                     for key in measured[0][count]} for count in measured[0]}
@@ -154,7 +154,7 @@ async def costs():
 
 
 async def hundred_clients():
-    """What 100 clients miss, and what others measure meanwhile."""
+    """Returns what 100 clients miss, and the latencies meanwhile."""
     with contextlib.ExitStack() as stack:
         started = {name: stack.enter_context(running(command, 2))
                    for name, command in servers.items()}

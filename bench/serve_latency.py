@@ -3,9 +3,9 @@
 
     private-pulseaudio serve_latency.py SECONDS BUILD_FOLDER [NAME=RTSP_URL...]
 
-Bursts at random times are played to the server's null sink. Each counts from the moment at which the
-server's own recorder has it, which asks for 10 ms at a time. Beside the RTSP clients listens a
-recording tamborin-host, whose records say when the module hands a frame over.
+Bursts at random times are played to the server's null sink. Each counts from the moment at which
+parec has it, which asks for 10 ms at a time. A tamborin-host listens beside the RTSP clients. Its
+records say when the module hands a frame over.
 """
 import asyncio
 import json
@@ -20,9 +20,9 @@ from rtsp_client import RtspClient
 
 STEP = 0.01       # seconds of sound that are written at once
 BURST_STEPS = 5
-LEAST_PAUSE = 50  # steps from burst to burst: two frames
+LEAST_PAUSE = 52  # steps between bursts: more than two frames
 FRAME_STEPS = 26  # and up to so many more, so that a burst lies anywhere in a frame
-SETTLING = 3
+SETTLING = 3      # seconds before the first burst and after the last
 LOUD = bytes((~code & 0x7F) >= 0x50 for code in range(256))  # of mu-law
 RAW = ["--raw", "--rate=8000", "--channels=1", "--format=s16le"]
 
@@ -96,12 +96,12 @@ async def play_bursts(seconds):
 
 
 def report(name, begun, ear):
-    answers = {}  # to each burst; none takes as long as until the next one
+    delay_of = {}  # by burst; shorter than the time to the next one
     for heard in ear.heard:
         before = [at for at in begun if at <= heard]
         if before:
-            answers.setdefault(before[-1], heard - before[-1])
-    delays = sorted(answers.values())
+            delay_of.setdefault(before[-1], heard - before[-1])
+    delays = sorted(delay_of.values())
     return {"name": name, "bursts": len(begun), "heard": len(delays),
             **{f"p{p}": delays[round(p / 100 * (len(delays) - 1))] for p in (0, 50, 99) if delays}}
 

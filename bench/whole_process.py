@@ -28,7 +28,7 @@ folder = tempfile.mkdtemp(prefix="tamborin-bench-")
 alsa = ["-D", "default", "-q", "-f", "MU_LAW", "-r", "8000", "-c", "1", "-t", "au"]
 programs = {
     "PortAudio, empty callback, no file": [build + "/empty_callback"],
-    "the same, with a pause of 1 ms after the other": [build + "/empty_callback", "1"],
+    "the same, with a main loop of 1 ms pauses": [build + "/empty_callback", "1"],
     "tamborin-host record": [build + "/tamborin-host", "record", "--input", "0",
                              "--dir", folder, "--out", folder],
     "arecord": ["arecord", *alsa, folder + "/arecord.au"],

@@ -1,4 +1,4 @@
-// The real clocks, which all other tests of the module replace.
+// The real clocks, which unit_tests replaces.
 #include "base/clock.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// Replaces ALSA's functions for cards, mixers and PCMs by those that a test describes.
+// Replaces ALSA's functions. A test describes the cards, mixers and PCMs that they find.
 #pragma once
 
 #include <functional>
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-// One mixer element: the values that queries return, and the errors of queries and settings.
+// One mixer element. `values` holds what queries return, and errors such as "range_error".
 struct _snd_mixer_elem {
     std::map<std::string, long> values{
         {"switch", 1}, {"left", 1}, {"right", 1}, {"max", 31}, {"vol", 5}};

@@ -1,5 +1,5 @@
-// A PortAudio that calls nobody back. Its devices and errors are the test's or the benchmark's,
-// which also plays the callback's thread.
+// A PortAudio that calls nobody back. A test or benchmark gives it devices and errors, and calls
+// the callbacks itself.
 #pragma once
 
 #include <portaudio.h>
@@ -42,7 +42,7 @@ struct FakePortAudio {
     PaStreamInfo streamInfo{1, 0.0, 0.0, 8000};
     std::deque<FakeStream> streams;  // every stream ever opened; its address is its handle
     std::vector<FakeStream*> open;   // those not closed, in the order of their opening
-    std::string wrongCalls;          // parameters that no stream of the module has
+    std::string wrongCalls;
     std::function<void(FakeStream&)> whileStarting = [](FakeStream&) {};
     std::function<void(FakeStream&)> whileClosing = [](FakeStream&) {};
 

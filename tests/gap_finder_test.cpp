@@ -69,7 +69,7 @@ TEST(GapFinder, FindsTheGapsAndNoOthers) {
         constexpr int64_t Exactness = 50;  // frames arrive up to 20 ms late
         EXPECT_LE(std::abs(end - arrival - (isMissing ? c.restMs : 0)), Exactness) << c.what;
         ASSERT_EQ(gaps.size(), isMissing ? 1U : 0U) << c.what;
-        gaps.push_back(c.gap);
+        gaps.push_back(c.gap);  // so that gaps[0] exists
         EXPECT_LE(std::abs(gaps[0].begin - c.gap.begin), Exactness) << c.what;
         EXPECT_LE(std::abs(gaps[0].end - c.gap.end), Exactness) << c.what;
     }

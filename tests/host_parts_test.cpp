@@ -123,7 +123,7 @@ TEST_F(HostParts, ARecordingOfTheSameSecondStays) {
     EXPECT_EQ(readCodes(std::filesystem::directory_iterator(folder_)->path()), sound);
 }
 
-// Links that the user names must stay, and lead where the kernel follows them to.
+// Links that the user names must stay, and be followed as the kernel does.
 TEST_F(HostParts, LinksAreFollowedAndKept) {
     create_directories(folder_ / "far/away");
     create_directory_symlink(folder_ / "far/away", folder_ / "door");
@@ -138,7 +138,7 @@ TEST_F(HostParts, LinksAreFollowedAndKept) {
     create_symlink("lost", folder_ / "twice");
     for (const char* link : {"lost", "twice"})
         EXPECT_THROW(readyFile(folder_ / link, "--picture"), std::runtime_error);
-    // A path that leads nowhere is for whoever opens it.
+    // A path that leads nowhere is kept; its open fails.
     create_symlink("loop", folder_ / "loop");
     std::filesystem::path endless = folder_ / "loop/new";
     makeAbsolute(endless);
@@ -193,7 +193,7 @@ TEST_F(HostParts, TextsBeyondTheBoundAreCountedAndNoOthersAreLost) {
     close(ends[0]);
 }
 
-TEST_F(HostParts, ClipsAreReadAsFarAsWantedAndNoNumberIsSilence) {
+TEST_F(HostParts, ClipsAreReadAsFarAsWantedAndNanIsSilence) {
     constexpr int Rate = 2 * SampleRate;
     std::vector<float> sound(size_t{3} * Rate, 0.5F);
     sound[Rate] = std::nanf("");

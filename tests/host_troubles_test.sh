@@ -54,7 +54,7 @@ done
 grep -q "^tamborin-host: [0-9]* records were left out" err || fail "records left out: $(cat err)"
 rm err
 timeout --foreground -k 60 120 "$host" record --input 0 --out - >stalled 2>err & recorder=$!
-until grep -qs "^channel 0 .*\] [^w]" err; do
+until grep -qs "^channel 0 .*\] [^w]" err; do  # until it is not "waiting"
     kill -0 $recorder || fail "no sound for a reader who takes nothing"
     sleep 0.1
 done

@@ -47,7 +47,7 @@ TEST(HostView, MetersBeginAtTheFloorAndEndAtFullScale) {
     EXPECT_EQ(bar(9, 4) + "|" + bar(1, 3), "####|#  ");
 }
 
-// At any width no column is cut and no terminal column stays unused.
+// From a width of 14 on nothing is cut. With names the whole width is used.
 TEST(HostView, ColumnsFillTheTerminal) {
     size_t fewest = 0;
     for (size_t width = 0; width <= 300; ++width) {
@@ -70,7 +70,7 @@ TEST(HostView, ColumnsFillTheTerminal) {
 }
 
 TEST(HostView, TicksAreRoundTimesOfDayWithRoomForTheirLabels) {
-    setenv("TZ", "<+0545>-5:45", 1);  // no whole hours from Unix time
+    setenv("TZ", "<+0545>-5:45", 1);  // not whole hours from UTC
     tzset();
     constexpr int64_t Begin = 1'763'300'123'456;
     const struct {
@@ -112,13 +112,14 @@ TEST(HostView, APictureHasGapRestartAndAlarmWhereTheyWere) {
         if (time <= 30'000 || time > 50'000)
             builder.add(loud, Begin + time);
     builder.finish(Begin + 100'000);
-    const auto kinds =
+    const auto events =
         std::to_array<ModuleEvent>({{ModuleEvent::Kind::Restart, 7, Begin + 60'000},
                                     {ModuleEvent::Kind::Restart, 8, Begin + 90'000},
                                     {ModuleEvent::Kind::Alarm, 0, Begin + 70'000},
                                     {ModuleEvent::Kind::AllClear, 0, Begin + 80'000}});
     const std::string file = testing::TempDir() + "tamborin-picture.png";
-    drawPicture(file, {{builder.outline()}, {kinds.begin(), kinds.end()}, Begin, Begin + 100'000});
+    drawPicture(file,
+                {{builder.outline()}, {events.begin(), events.end()}, Begin, Begin + 100'000});
     cairo_surface_t* picture = cairo_image_surface_create_from_png(file.c_str());
     ASSERT_EQ(cairo_surface_status(picture), CAIRO_STATUS_SUCCESS);
     const auto at = [&](double second, double y) {

@@ -36,8 +36,8 @@ std::string manyAttributes(int count) {
 using HostileDocuments = ModuleTest;
 
 // Each harmful element comes in a host's document, in the settings file and in its pending file.
-// What stands before and behind it must be applied. Each also comes without its end: then the part
-// before it is applied of a host's document, and files count as malformed.
+// What stands before and behind it must be applied. Each also comes without its end: then a host's
+// document is applied up to the harm, and files count as malformed.
 TEST_F(HostileDocuments, AreUsedWithoutTheHarm) {
     const std::string behind = "</Audio></Device></Devices></Varo>";
     for (const auto& [harm, end] : std::vector<std::pair<std::string, std::string>>{

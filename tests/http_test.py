@@ -44,7 +44,7 @@ def put(body, *options):
 def channel(number, *options):
     return json.loads(curl(f"api/channels/{number}", *options)[1])
 
-def send(text):  # sends a part of a request, from a client that reads nothing
+def send(text):  # sends a text, from a client with a small buffer
     client = socket.create_connection(("127.0.0.1", port), 60)
     client.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 2048)
     client.sendall(text.encode())
@@ -102,7 +102,7 @@ def test_api():
     await_that("a talker", lambda: channel(1)["state"] == "talking")
     assert curl("api/channels/1/audio", "-H", MULAW, "-d", "x")[0] == 409, "a second one talks"
     await_that("the talk", lambda: open(heard, "rb").read().count(b"\x00\x80") > 5000)
-    await_that("the end of who reads nothing", lambda: channel(0)["clients"] == 1)
+    await_that("the end of the stalled client", lambda: channel(0)["clients"] == 1)
     frames = channel(0)["frames"]
     await_that("all frames", lambda: os.path.getsize(heard) >= frames * 2060)
     assert listener.poll() is None and os.path.getsize(heard) <= channel(0)["frames"] * 2060
@@ -117,7 +117,7 @@ def test_api():
     curl("api/channels/0/audio.wav", "-m3", "-o", f"{folder}/clip.wav")
     status, body = curl("api/channels/1/audio", "-H", WAV, "--data-binary", f"@{folder}/clip.wav")
     assert status == 200 and json.loads(body)["samples"] % 2048 == 0, body
-    assert not send("GET / HTTP/1.1\r\nHos").recv(1), "half a request is waited for"
+    assert not send("GET / HTTP/1.1\r\nHos").recv(1), "half a request is answered"
 
 def test_passwords():
     for options in [], put('{"name": "theirs"}'):

@@ -38,9 +38,9 @@ namespace {
 
 class LostDevice : public LiveModule {
   protected:
-    // Takes the device away, checks what that costs, brings it back and waits for its sound.
+    // Checks what the absence costs, brings the device back and waits for its sound.
     template <typename Condition>
-    void loseAndReturn(snd_pcm_stream_t direction, Condition isHeard) {
+    void endAbsence(snd_pcm_stream_t direction, Condition isHeard) {
         const double share = workerShare(away);
         EXPECT_LE(opens[direction], 12);
         EXPECT_GE(opens[direction], 10);
@@ -63,7 +63,7 @@ TEST_F(LostDevice, Playback) {
     opens[SND_PCM_STREAM_PLAYBACK] = failedOpens_ = 0;
     isLoud_ = false;
     play(Output);
-    loseAndReturn(SND_PCM_STREAM_PLAYBACK, [this] { return isLoud_.load(); });
+    endAbsence(SND_PCM_STREAM_PLAYBACK, [this] { return isLoud_.load(); });
     // Audio written while the device was away is played, and no captured frame was lost meanwhile.
     EXPECT_TRUE(await(60s, [&] { return isHeardSince(begin); }));
     EXPECT_TRUE(await(60s, [&] { return allReturned(); }));
@@ -79,7 +79,7 @@ TEST_F(LostDevice, CaptureBesideAnOutput) {
     module_.configure(enablingDocument({2}, true, 1000));
     ASSERT_TRUE(await(30s, [this] { return failedOpens_ == 1; }));
     const size_t before = recorded();
-    loseAndReturn(SND_PCM_STREAM_CAPTURE, [&] { return recorded() > before; });
+    endAbsence(SND_PCM_STREAM_CAPTURE, [&] { return recorded() > before; });
 }
 
 }  // namespace

@@ -122,7 +122,7 @@ static std::string nameOf(uint64_t level) {
     return found != Levels.end() ? found->second : std::to_string(level);
 }
 
-// Every field of the record that is not zero, and whether any other byte is not.
+// Notes every field that is not zero, and whether any other byte is set.
 static void showRecord(HostMessage record) {
     std::ostringstream line;
     const auto show = [&](const char* name, auto& field) {

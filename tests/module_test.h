@@ -49,10 +49,10 @@ class ModuleTest : public testing::Test {
     static void nextLife() { Unload(), load(); }
     // Runs the worker until something closes the module.
     static void run();
-    // Lends the module a buffer; true when accepted. Its name appears in the trace when it is
-    // handed back ("release NAME"); it is poisoned and freed then, so that whoever touches it later
-    // is heard, or seen by the sanitizers. Any thread.
     static constexpr uint8_t Poison = 0xEE;
+    // Lends the module a buffer; true when accepted. A returned buffer is noted in the trace
+    // ("release NAME"), filled with Poison and freed: its later use shows in what is played or to
+    // the sanitizers. Any thread.
     static bool write(const std::string& name, const std::vector<uint8_t>& codes, int64_t target,
                       uint64_t type);
     static bool ioctl(const std::string& name, const std::string& text, int32_t code);
@@ -81,14 +81,14 @@ class ModuleTest : public testing::Test {
 
     static inline HostTable hostTable_{};
     static inline ModuleInfo moduleInfo_{};
-    static inline int32_t threshold;           // what level queries are answered
-    static inline int32_t answer;              // what documents and audio are answered
+    static inline int32_t threshold;           // the answer to level queries
+    static inline int32_t answer;              // the answer to documents and audio
     static inline bool showsRecords;           // notes every record, byte for byte
     static inline std::string document;        // the last one sent
     static inline std::string description;     // the last one of them that describes the channels
     static inline std::vector<uint8_t> frame;  // the last audio frame
     static inline std::string closingText;     // a log line at which the host closes the module
-    static inline std::function<void()> whileSending;  // happens in the callback given a frame
+    static inline std::function<void()> whileSending;  // called when a frame arrives
 
   private:
     struct Loan {

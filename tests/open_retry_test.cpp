@@ -43,7 +43,7 @@ TEST(OpenRetry, AsksAfterTenFailures) {
          {2000ms, Away, "ask"}, {599'999ms, Away, "ask"}, {601'000ms, Away, "ask, log"},
          {602'000ms, Away, "ask"}, {1'200'999ms, Away, "ask"}, {1'202'000ms, Away, "ask, log"},
          {1'203'000ms, Openable, "ask, open", true}, {1'203'000ms, Away, "open, log"}},
-        // ALSA can open it, PortAudio cannot: opens become rarer; a changed answer allows one.
+        // PortAudio cannot open it, busy or not: opens become rarer; a changed answer allows one.
         {{1000ms, Busy, "ask, open"}, {2000ms, Busy, "ask, open"}, {3000ms, Busy, "ask"},
          {4000ms, Busy, "ask, open"}, {7000ms, Busy, "ask"}, {7500ms, Busy, "wait"},
          {8000ms, Openable, "ask, open"}, {9000ms, Openable, "ask"}, {10'000ms, Away, "ask"},
@@ -71,7 +71,7 @@ TEST(OpenRetry, AsksAfterTenFailures) {
     }
 }
 
-// A device that ALSA can open but PortAudio cannot costs few opens a day.
+// A busy device that PortAudio cannot open costs few opens a day.
 TEST(OpenRetry, OpensOfABusyDeviceAreRare) {
     OpenRetry retry;
     int opens = 0;

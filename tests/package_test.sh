@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds, checks and unpacks the packages as an integrator does. Then builds README's host against
-# them, with pkg-config and with CMake, and records with the unpacked module. All blocks of C in the
-# README are one file for this test. Arguments: the build folder, the sources.
+# them, with pkg-config and with CMake, and records with the unpacked module.
+# Arguments: the build folder, the sources.
 set -euo pipefail
 build=$1 top=$2
 folder=$(mktemp -d /tmp/tamborin-package-XXXXXX)
@@ -18,7 +18,7 @@ for package in "${packages[@]}"; do
     dpkg-deb -x "$package" "$folder/root"
 done
 cd "$folder"
-sed -n '/^```c$/,/^```$/{/^```/d;p}' "$top/README.md" >host.c
+cp "$build/tests/readme_host.c" host.c
 configs=(root/usr/lib/*/pkgconfig)
 export PKG_CONFIG_PATH=$folder/${configs[0]}
 read -ra flags < <(pkg-config --cflags tamborin)

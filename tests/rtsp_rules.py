@@ -1,5 +1,5 @@
 """What the RTSP server asks of its clients, who are raw sockets here.
-   rtsp_rules.py RTSP_URL HTTP_URL RULE"""
+   rtsp_rules.py RTSP_URL HTTP_URL RULE [ARGUMENTS]"""
 import json, math, os, socket, sys, threading, time, urllib.request
 
 ONVIF = "Require: www.onvif.org/ver20/backchannel\r\n"
@@ -77,7 +77,7 @@ def silent():  # A silent talker makes room for others. His next sound takes the
     first.leave()
     await_that("the output is free", lambda: talkers() == 0)
 
-def idle():  # An input stops when its last client has left, but not while its first one still comes.
+def idle():  # An input stops when its last client has left, but not while its first one connects.
     client = Client()
     assert client.describe() == 200
     time.sleep(2.5)  # in which the server looks for clients
@@ -99,7 +99,7 @@ def refused():  # A SETUP that fails leaves the output to others.
         answer = client.set_up(transport, header)
         assert (answer, talkers()) == (status, 0), (transport, header, answer, talkers())
     assert client.set_up() == 200 and talkers() == 1
-    # He keeps what he has.
+    # It keeps the output.
     assert client.set_up("none") == 461 and talkers() == 1
     client.leave()
     await_that("the output is free", lambda: talkers() == 0)
@@ -128,7 +128,7 @@ def backchannels():  # There are 32 at most. Other clients can listen.
         client.leave()
     await_that("there is room", lambda: Client().describe(ONVIF) == 200)
 
-def header():  # An endless request ends its connection before an idle one ends. Bodies are limited.
+def header():  # An endless request ends its connection, but no idle one. Bodies are limited.
     idle, client = Client(), Client()
     assert Client().ask("OPTIONS", header="Content-Length: 5000\r\n") == 413
     client.connection.sendall(f"OPTIONS {url} RTSP/1.0\r\nCSeq: 1\r\n".encode())

@@ -116,7 +116,7 @@ TEST_F(Stress, NothingWaitsForTheNextWrite) {
         std::this_thread::yield();
     for (int round = 0; round < 5'000 && lent() == 0; ++round) {
         for (int block = 0; block <= round % 3; ++block)
-            EXPECT_TRUE(write("ball", std::vector<uint8_t>(2048), Channel0 + 1, TypeAudio));
+            EXPECT_TRUE(write("block", std::vector<uint8_t>(2048), Channel0 + 1, TypeAudio));
         const auto begin = std::chrono::steady_clock::now();
         while (lent() != 0 && std::chrono::steady_clock::now() - begin < 60s)
             std::this_thread::yield();

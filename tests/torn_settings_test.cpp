@@ -141,7 +141,7 @@ TEST_F(TornSettings, NothingIsSavedThatALoadRefuses) {
         EXPECT_EQ(LoadXmlFile(loaded, Target), excess == 0);
     }
 
-    constexpr size_t Tags = 8;  // and the line's end
+    constexpr size_t Tags = 8;  // with the line's end
     EXPECT_TRUE(SaveXmlFile(makeDocument("<a>" + std::string(LargestXmlFile - Tags, 'x') + "</a>"),
                             Target));
     put(Target, "<a b='x\ny\r\nz\rw'/>");
@@ -149,8 +149,8 @@ TEST_F(TornSettings, NothingIsSavedThatALoadRefuses) {
     ASSERT_TRUE(LoadXmlFile(lines, Target));
     EXPECT_STREQ(lines.RootElement()->Attribute("b"), "x\ny\nz\nw");
 
-    // A week by the minute is kept. A schedule that is mostly indentation or entities when printed
-    // is not, whatever elements it begins with.
+    // A week by the minute is kept. A schedule that indentation or entities make too large when
+    // printed is not, whatever elements it begins with.
     const std::string pairs = repeat("<d><d/></d>", 100);
     const std::string week =
         repeat("<Entry FirstMinute='0' LastMinute='10079' Record='0'/>", 10'080);

@@ -136,7 +136,7 @@ void callBack(int16_t samples) {
     note("heard" + heard);
 }
 
-// tests/transcripts/README.txt describes these commands, in the same order.
+// tests/transcripts/README.txt describes these commands.
 std::map<std::string, Command> commandsOfTheWorld() {
     using Test = ModuleTest;
     return {

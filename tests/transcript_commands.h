@@ -34,7 +34,7 @@ class Arguments {
 
 using Command = std::function<void(Arguments&)>;
 
-// Returns by name what the host does, and what happens to devices, cards and time.
+// Returns the commands of the host, devices, cards and time by name.
 std::map<std::string, Command> commandsOfTheWorld();
 
 // Calls the last stream back, on a thread of its own. An input captures samples that all have this

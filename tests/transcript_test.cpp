@@ -85,7 +85,7 @@ class Transcript : public ModuleTest {
         EXPECT_EQ(expectedFrom(next), "") << name_ << " does not begin with a command";
         while (next < lines_.size() && !HasFatalFailure()) {
             const std::string command = lines_[next++];
-            Arguments arguments(withDocumentBegun(command.substr(2)));
+            Arguments arguments(replaceOurs(command.substr(2)));
             const auto found = commands.find(arguments.word());
             ASSERT_NE(found, commands.end()) << name_ << ": " << command;
             const size_t line = next;
@@ -104,7 +104,7 @@ class Transcript : public ModuleTest {
                 expected += lines_[next] + "\n";
         return expected;
     }
-    static std::string withDocumentBegun(std::string text) {
+    static std::string replaceOurs(std::string text) {
         if (const size_t at = text.find("OURS"); at != std::string::npos)
             text.replace(at, 4, R"(<Varo><Devices ID="1310720")");
         return text;

@@ -1,5 +1,5 @@
-// Base of the fuzz targets. Each input gets a module of its own between the fakes. An expectation
-// that fails ends the process, so the fuzzer keeps the input.
+// Base of the fuzz targets that run the module. Each input gets a module of its own between the
+// fakes. An expectation that fails ends the process, so the fuzzer keeps the input.
 #pragma once
 
 #include <csignal>

@@ -94,7 +94,7 @@ void readChange(std::string_view input) {
     }
 }
 
-// Each path of a channel names it by its number, without another spelling.
+// A channel's path has the channel's number, in one spelling only.
 void readHttpPath(std::string_view path) {
     const auto route = findRoute(path);
     const std::string channel = "/api/channels/";
@@ -110,7 +110,7 @@ bool isLoopback(const std::string& name) {
     return is;
 }
 
-// GLib's own parser of URIs agrees with what was let in.
+// GLib's own URI parser finds this machine in each host that was let in.
 void readOrigin(std::string_view input) {
     const RequestOrigin request{takeText(input), takeText(input), takeText(input)};
     for (const bool isPage : {false, true}) {
