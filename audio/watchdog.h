@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstdint>
 
 #include "base/clock.h"
 #include "base/real_time.h"
@@ -18,21 +17,20 @@ class Watchdog {
 
     // Notes that the stream has called back. Callback thread; the worker also calls it, so that the
     // silence of a closed stream does not count.
-    void rearm() RT_SAFE { units_.exchange(Armed); }
+    void rearm() RT_SAFE { calledBack_.store(true); }
 
     // Begins a whole period for the first callback of a stream. Called after the stream was opened,
     // so the time that the opening took does not count. Worker thread.
     void beginPeriod(SteadyTime now) {
-        // A callback that re-arms between the two lines loses nothing: a whole period begins here.
-        if (hasCalledBack())
-            units_.fetch_sub(1);
+        // A callback just before this loses nothing: a whole period begins here.
+        calledBack_.store(false);
         end_ = now + Period;
     }
 
     // Returns true when a whole period has passed since the worker last noticed a callback, an
     // opening or a time-out. A time-out begins the next period. Worker thread.
     bool isTimedOut(SteadyTime now) {
-        const bool isAlive = hasCalledBack();
+        const bool isAlive = calledBack_.load();
         if (!isAlive && now < end_)
             return false;
         beginPeriod(now);
@@ -40,9 +38,6 @@ class Watchdog {
     }
 
   private:
-    static constexpr uint32_t Armed = 3;  // less: no callback since isTimedOut last looked
-    bool hasCalledBack() const { return units_.load() == Armed; }
-
-    std::atomic<uint32_t> units_{Armed};
+    std::atomic<bool> calledBack_{true};  // since isTimedOut last looked
     SteadyTime end_{};
 };
