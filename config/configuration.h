@@ -10,21 +10,21 @@
 #include <vector>
 
 #include "audio/channel_map.h"
+#include "config/settings_document.h"
 #include "devices/device_scan.h"
 
-// What a document changes; owned by the plug-in.
+// What a document changes; owned by CPlugin.
 struct Configured {
-    int32_t& bufferLength;  // ms of audio queued before an output starts
-    bool& forceOsServices;
+    Settings& settings;
     std::vector<AudioDevice>& devices;
     ChannelMap& channels;
 };
 
 // Applies one document. The settings file also binds channels to devices, and makes channels for
 // devices that no channel claims.
-class ConfigurationPass {
+class DocumentApplier {
   public:
-    ConfigurationPass(const Configured& state, bool fromSettings)
+    DocumentApplier(const Configured& state, bool fromSettings)
         : state_(state), fromSettings_(fromSettings) {}
 
     // `root` may be null. Returns false when the document holds nothing for this module; a document
@@ -35,7 +35,7 @@ class ConfigurationPass {
   private:
     void applySettings(const TiXmlElement& ourDevices);
     void applyInputs(const TiXmlElement* audio);
-    void bindToDevices(Channel& channel);
+    void bindToDevice(Channel& channel);
     void createChannelsForUnclaimedDevices();
     bool applyEnabling(const TiXmlElement* encoder);
     void applyStreams(bool mixersFailed);

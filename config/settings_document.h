@@ -9,8 +9,8 @@
 #include "audio/channel_map.h"
 
 struct Settings {
-    int32_t bufferLength;  // ms of audio queued before an output starts
-    bool forceOsServices;
+    int32_t bufferLength = 250;   // ms; see Channel::maintainOutput
+    bool forceOsServices = true;  // kept for the host; no effect on Linux
 };
 
 // Fills the empty `document`. Worker thread; throws std::bad_alloc.
