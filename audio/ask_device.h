@@ -7,7 +7,7 @@
 #include "audio/open_retry.h"
 
 // Opens the device in one direction with ALSA's non-blocking mode and closes it again. Returns
-// CannotTell for a device of another host API, and when the ALSA library has no PCM functions.
+// CannotTell for a device of another host API, and when the ALSA library lacks a function it needs.
 // Writes nothing to stderr. Worker thread, no lock held. May still wait as long as PortAudio's own
 // open would, for example for a sound server that hangs.
 DeviceAnswer askDevice(PaDeviceIndex device, bool isInput) noexcept;

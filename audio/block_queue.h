@@ -22,8 +22,8 @@ struct AudioBlock {
     AudioBlock* older = nullptr;
 };
 
-// Destroying a block frees its memory and hands a host-owned buffer back. That never happens under
-// a lock. On a callback's thread it happens only to a captured block that found its queue busy.
+// Destroying a block frees its memory and hands a host-owned buffer back. A callback destroys only
+// a captured block that found its queue busy.
 struct AudioBlockDeleter {
     void operator()(AudioBlock* block) const noexcept;
 };
@@ -54,7 +54,7 @@ class BlockQueue {
     AudioBlock* front() const RT_SAFE { return front_; }
     AudioBlock* back() const RT_SAFE { return back_; }
     // May be read without the lock; the value may then be out of date.
-    size_t size() const noexcept { return size_.load(std::memory_order_relaxed); }
+    size_t size() const RT_SAFE { return size_.load(std::memory_order_relaxed); }
 
   private:
     AudioBlock* front_ = nullptr;

@@ -1,8 +1,8 @@
 // Captured audio: from the stream's callback to the worker.
 #include "audio/channel.h"
 
-int Channel::captureBuffer(const void* input, uint32_t frameCount) RT_SAFE {
-    AudioBlockPtr block = makeCapturedBlock(input, frameCount);
+int Channel::captureBuffer(const void* input, uint32_t sampleCount) RT_SAFE {
+    AudioBlockPtr block = makeCapturedBlock(input, sampleCount);
     if (!block)
         return paAbort;  // ends the stream; the watchdog reopens it
     if (queueLock.try_lock()) {

@@ -3,7 +3,7 @@
 //
 // Three kinds of thread reach a channel: the worker (every function not marked otherwise), the
 // host's threads (pushPlayback) and the stream's callback thread (streamCallback and what it calls,
-// all marked RT_SAFE). The configuration creates channels, the channel map owns them, and they live
+// marked RT_SAFE). The configuration creates channels, the channel map owns them, and they live
 // until Unload.
 #pragma once
 
@@ -22,7 +22,7 @@
 #include "plugin/tamborin.h"
 
 constexpr int32_t ChannelSampleRate = AudioSampleRate;
-constexpr int32_t FramesPerBuffer = AudioFrameSamples;  // samples per callback: 256 ms
+constexpr int32_t FramesPerBuffer = AudioFrameSamples;  // samples per callback (256 ms)
 constexpr uint32_t NoDevice = 0xFFFFFFFF;  // a channel's paIndex while it has no device
 
 // The address of a channel in host records and its key in the channel map. Numbers that differ by
@@ -41,10 +41,10 @@ class Channel {
     Channel& operator=(const Channel&) = delete;
 
     // ---- stream (audio/channel_stream.cpp)
-    // Opens and starts the stream when the channel has a device and no stream. Leaves a stream that
-    // is open but not running alone, because the watchdog restarts it. Stores PortAudio's result in
-    // startResult. After ten failures in a row it first asks the device, at most once a second.
-    // May wait inside PortAudio or ALSA for seconds.
+    // Opens and starts the stream when the channel has a device and no stream. Leaves alone a
+    // stream that is open but not running: the watchdog restarts it. Stores PortAudio's result in
+    // startResult. After a failure OpenRetry decides when it tries again. May wait inside PortAudio
+    // or ALSA for seconds.
     void openStream();
     // Returns true while the device has to be asked before an open. The worker then calls
     // openStream for an input on every pass instead of isTimedOut. openStream limits how often it
@@ -55,9 +55,9 @@ class Channel {
     // Returns true once for each period of the watchdog in which the stream has not called back.
     // Cheap enough for every pass.
     bool isTimedOut() { return watchdog.isTimedOut(steadyTick()); }
-    // Opens or restarts an output's stream when `bufferLengthMs` milliseconds of audio are queued,
-    // rounded down to whole blocks but at least one. Closes it when nothing is queued. Holds
-    // queueLock while PortAudio opens or closes the stream.
+    // Opens or restarts an output's stream when max(bufferLengthMs / 256, 1) blocks, however short,
+    // are queued. Closes it when nothing is queued. Holds queueLock while PortAudio opens or closes
+    // the stream.
     void maintainOutput(int32_t bufferLengthMs) EXCLUDES(queueLock);
 
     // ---- queue
@@ -68,7 +68,7 @@ class Channel {
     // Removes and returns the oldest captured block. Returns null when the queue is empty or busy.
     AudioBlockPtr takeCaptured() EXCLUDES(queueLock);
     // Returns how many milliseconds pass between a sound and its callback, as PortAudio reports it.
-    // Returns 0 without a stream, and for values that no device has: a day or more.
+    // Returns 0 without a stream, and when that is not between 0 and a day.
     int64_t inputLatencyMs() const;
     // Queues `count` mu-law codes for playback. Returns true when the channel now owns them; it
     // hands them back later. Returns false when memory is short; the host then keeps them. Host
@@ -89,7 +89,7 @@ class Channel {
 
     // PortAudio's callback; userData is the channel. Never waits: when the queue is busy an input
     // loses this buffer, and an output plays silence.
-    static int streamCallback(const void* input, void* output, unsigned long frameCount,
+    static int streamCallback(const void* input, void* output, unsigned long sampleCount,
                               const PaStreamCallbackTimeInfo* timeInfo, PaStreamCallbackFlags flags,
                               void* userData) RT_SAFE;
 
@@ -98,22 +98,22 @@ class Channel {
     const int32_t ID;
     bool Enabled = false;
     const bool isInput;
-    const uint32_t Standard = 0;
+    const uint32_t Standard = 0;  // mu-law
     const int32_t SampleRate = ChannelSampleRate;
     const int32_t BufSizeSamples = FramesPerBuffer;
-    std::unique_ptr<TiXmlElement> Schedule;  // kept for the host, never evaluated
+    std::unique_ptr<TiXmlElement> Schedule;
     uint32_t paIndex = NoDevice;
     int32_t startResult = paNoError;  // of the last start; paNotInitialized after a failed open
     std::string OsName;
     std::string PortAudioName;
 
   private:
-    int captureBuffer(const void* input, uint32_t frameCount) RT_SAFE EXCLUDES(queueLock);
-    int playBuffer(int16_t* output, uint32_t frameCount) RT_SAFE EXCLUDES(queueLock);
-    uint32_t takeDecoded(int16_t* output, uint32_t frameCount) RT_SAFE REQUIRES(queueLock);
+    int captureBuffer(const void* input, uint32_t sampleCount) RT_SAFE EXCLUDES(queueLock);
+    int playBuffer(int16_t* output, uint32_t sampleCount) RT_SAFE EXCLUDES(queueLock);
+    uint32_t takeDecoded(int16_t* output, uint32_t sampleCount) RT_SAFE REQUIRES(queueLock);
     AudioBlock* oldestUndecoded() REQUIRES(queueLock);
     void forgetDeadStream();
-    bool isOpenDue() EXCLUDES(queueLock);
+    bool prepareOpen() EXCLUDES(queueLock);
     void startStream();
     void reportFailedOpen() const;
     void keepOutputRunning() EXCLUDES(queueLock);

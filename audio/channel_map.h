@@ -34,7 +34,7 @@ class ChannelMap {
         return created;
     }
 
-    // Destroys all channels, by ascending ID. Worker thread, or Unload once the worker has ended.
+    // Destroys all channels, by ascending ID. Unload, once the worker has ended.
     void clear() EXCLUDES(lock_) {
         Channels leaving;
         {

@@ -19,8 +19,8 @@ double lowLatencyOf(uint32_t paIndex, bool isInput) {
 
 }  // namespace
 
-// Forgets a stream handle that PortAudio reports as invalid. Asking about it a second time would
-// read freed memory.
+// Forgets a stream handle that PortAudio reports as invalid. It may point to freed memory: nothing
+// may use it again.
 void Channel::forgetDeadStream() {
     if (stream != nullptr && Pa_IsStreamActive(stream) == paBadStreamPtr)
         stream = nullptr;
@@ -28,14 +28,14 @@ void Channel::forgetDeadStream() {
 
 void Channel::openStream() {
     forgetDeadStream();
-    if (stream == nullptr && paIndex != NoDevice && isOpenDue())
+    if (stream == nullptr && paIndex != NoDevice && prepareOpen())
         startStream();
 }
 
 // Returns whether the stream may be opened now. Asks the device first when opens have failed too
 // often, and then returns false: the question may take seconds, and the worker checks for a stop
 // before a later pass opens. Not called with queueLock held, because Write would wait for it.
-bool Channel::isOpenDue() {
+bool Channel::prepareOpen() {
     switch (retry.next(steadyTick())) {
         case OpenRetry::Step::Open:
             return true;
@@ -47,7 +47,7 @@ bool Channel::isOpenDue() {
     const DeviceAnswer answer = askDevice(static_cast<PaDeviceIndex>(paIndex), isInput);
     const SteadyTime now = steadyTick();
     retry.takeAnswer(answer, now);
-    if (retry.next(now) != OpenRetry::Step::Open && retry.isReportDue(now))
+    if (retry.next(now) != OpenRetry::Step::Open && retry.takeDueReport(now))
         reportFailedOpen();
     return false;
 }
@@ -69,8 +69,8 @@ void Channel::startStream() {
     } else {
         stream = nullptr;  // a failed open may have written to it
     }
-    watchdog.beginPeriod(steadyTick());  // after the open, which may have taken seconds
-    if (error == paNoError)
+    watchdog.beginPeriod(steadyTick());
+    if (error == paNoError)  // a start that failed shows only in startResult
         logLine(LogInfo, "Started %s stream '%s'", directionWord(), Name.c_str());
     else if (retry.takeFailure(error, steadyTick()))
         reportFailedOpen();
@@ -105,7 +105,7 @@ void Channel::keepOutputRunning() {
     forgetDeadStream();
     if (stream != nullptr && !timedOut)
         return;
-    if (paIndex != NoDevice && !isOpenDue())
+    if (paIndex != NoDevice && !prepareOpen())
         return;
     const MutexLock held(queueLock);
     if (timedOut) {
@@ -139,14 +139,14 @@ void Channel::endOutput() {
         closeStream();
 }
 
-int Channel::streamCallback(const void* input, void* output, unsigned long frameCount,
+int Channel::streamCallback(const void* input, void* output, unsigned long sampleCount,
                             const PaStreamCallbackTimeInfo* /*timeInfo*/,
                             PaStreamCallbackFlags /*flags*/, void* userData) RT_SAFE {
     auto* channel = static_cast<Channel*>(userData);
-    const auto frames = static_cast<uint32_t>(frameCount);
+    const auto samples = static_cast<uint32_t>(sampleCount);
     if (input != nullptr)
-        return channel->captureBuffer(input, frames);
+        return channel->captureBuffer(input, samples);
     if (output != nullptr)
-        return channel->playBuffer(static_cast<int16_t*>(output), frames);
+        return channel->playBuffer(static_cast<int16_t*>(output), samples);
     return paAbort;
 }

@@ -28,14 +28,14 @@ bool OpenRetry::takeFailure(int32_t error, SteadyTime now) {
     lastError_ = error;
     isOpenAllowed_ = false;
     if (isDeviceInDoubt())
-        return isReportDue(now);
+        return takeDueReport(now);
     ++failures_;
     nextQuestion_ = now + AskPause;
     nextReport_ = now + ReportPause;
     return true;
 }
 
-bool OpenRetry::isReportDue(SteadyTime now) {
+bool OpenRetry::takeDueReport(SteadyTime now) {
     if (now < nextReport_)
         return false;
     nextReport_ = now + ReportPause;

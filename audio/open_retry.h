@@ -32,16 +32,16 @@ class OpenRetry {
 
     // Returns what the owner should do now about a closed stream that should be open.
     Step next(SteadyTime now) const;
-    // Takes the device's answer to Step::AskDevice. The next step may then be Step::Open. While a
+    // Takes the device's answer to Step::AskDevice. CannotTell always allows an open. While a
     // device stays openable or busy but its opens fail, opens become rarer, down to one in ten
     // minutes. When the answer changes to one of these, an open is allowed at once.
     void takeAnswer(DeviceAnswer answer, SteadyTime now);
     // Takes the error of an open that failed. Returns true when it is to be logged: each of the
     // first ten, then one in ten minutes.
     bool takeFailure(int32_t error, SteadyTime now);
-    // Returns true when the last error is to be logged again, ten minutes after the last line. The
+    // Returns true when the last error is to be logged again, and begins the next ten minutes. The
     // owner calls it after each answer that allowed no open.
-    bool isReportDue(SteadyTime now);
+    bool takeDueReport(SteadyTime now);
     int32_t lastError() const { return lastError_; }
     // Forgets all failures. The owner calls it when a stream was opened, when an output has nothing
     // left to play, and when a document enables the channel.

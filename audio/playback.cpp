@@ -52,28 +52,28 @@ void Channel::preparePlayback() {
     }
 }
 
-int Channel::playBuffer(int16_t* output, uint32_t frameCount) RT_SAFE {
+int Channel::playBuffer(int16_t* output, uint32_t sampleCount) RT_SAFE {
     watchdog.rearm();
     uint32_t filled = 0;
     if (queueLock.try_lock()) {
         const MutexLock held(queueLock, std::adopt_lock);
-        filled = takeDecoded(output, frameCount);
+        filled = takeDecoded(output, sampleCount);
     }
-    std::fill(output + filled, output + frameCount, int16_t{0});
+    std::fill(output + filled, output + sampleCount, int16_t{0});
     return paContinue;
 }
 
 // Fills the buffer from the oldest decoded blocks and returns the number of samples filled. When a
 // block ends within the buffer the next one continues there. Of a block that is longer than a
 // buffer only the beginning is played.
-uint32_t Channel::takeDecoded(int16_t* output, uint32_t frameCount) RT_SAFE {
+uint32_t Channel::takeDecoded(int16_t* output, uint32_t sampleCount) RT_SAFE {
     uint32_t filled = 0;
-    for (AudioBlock* block = blocks.back(); block != nullptr && filled < frameCount;
+    for (AudioBlock* block = blocks.back(); block != nullptr && filled < sampleCount;
          block = block->newer) {
         if (block->played || !block->pcm)
             continue;
-        const uint32_t end = std::max(std::min(block->count, frameCount), block->samplesPlayed);
-        const uint32_t taking = std::min(end - block->samplesPlayed, frameCount - filled);
+        const uint32_t end = std::max(std::min(block->count, sampleCount), block->samplesPlayed);
+        const uint32_t taking = std::min(end - block->samplesPlayed, sampleCount - filled);
         std::memcpy(output + filled, block->pcm.get() + block->samplesPlayed,
                     taking * sizeof(int16_t));
         block->samplesPlayed += taking;

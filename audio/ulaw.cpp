@@ -4,8 +4,8 @@
 #include <bit>
 
 // Compiles a function once for each of these levels of x86-64. The program's loader picks the best
-// one that the machine supports. Not used with clang 14, where calls from other files do not link,
-// nor with the thread sanitizer, which crashes while the loader picks.
+// one that the machine supports. Not used with clang (with 14, calls from other files do
+// not link), nor with the thread sanitizer, which crashes while the loader picks.
 #if defined(__x86_64__) && !defined(__clang__) && !defined(__SANITIZE_THREAD__)
 #define FOR_EACH_X86_64_LEVEL \
     __attribute__((target_clones("default", "arch=x86-64-v3", "arch=x86-64-v4")))
@@ -22,7 +22,7 @@ constexpr uint32_t SignBit = 0x80;
 
 // Has no branch, so that the loops below vectorise. A biased magnitude is at least 2^7 and below
 // 2^15, so a float holds it exactly. The float's exponent is the segment plus a constant, and its
-// top four mantissa bits are the step. Both stand side by side, as they do in the code.
+// top four mantissa bits are the step. Both stand side by side, as in a mu-law code.
 inline uint8_t encode(int16_t sample) noexcept {
     const auto negative = static_cast<int16_t>(sample >> 15);  // all ones or zero
     const auto magnitude = static_cast<int16_t>(sample ^ negative);

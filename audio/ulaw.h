@@ -2,7 +2,7 @@
 //
 // Stateless; any thread. Code bit 7 is the sign (1 for zero and positive samples), the rest the
 // inverted segment and step. Negative samples are coded by their one's complement, so 100 and -100
-// come back as 104 and -96. There is no zero-code suppression: -32768 and -32767 are 0x00.
+// come back as 104 and -96. There is no zero-code suppression: the lowest samples are 0x00.
 #pragma once
 
 #include <cstddef>

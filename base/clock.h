@@ -1,4 +1,4 @@
-// The module's clocks and its pause. Nothing else reads time, so that tests can replace it.
+// The module's clocks and its pause. Nothing else reads time, so that tests can replace them.
 #pragma once
 
 #include <sys/time.h>

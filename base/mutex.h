@@ -1,7 +1,7 @@
 // A mutex whose rules clang checks at compile time (-Wthread-safety, an error in the clang build).
 //
-// No module lock is held while another is taken, and no host buffer is handed back or freed under a
-// lock. docs/architecture.md says which lock guards what.
+// Under a lock the module itself takes no other, hands no host buffer back and frees no block.
+// docs/architecture.md says which lock guards what.
 #pragma once
 
 #include <mutex>
@@ -39,7 +39,7 @@ class SCOPED_CAPABILITY MutexLock {
     explicit MutexLock(Mutex& mutex) ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
     // Takes over a mutex that the caller has locked with try_lock.
     MutexLock(Mutex& mutex, std::adopt_lock_t /*held*/) RT_SAFE REQUIRES(mutex) : mutex_(mutex) {}
-    ~MutexLock() RELEASE() { mutex_.unlock(); }
+    ~MutexLock() RT_SAFE RELEASE() { mutex_.unlock(); }
     MutexLock(const MutexLock&) = delete;
     MutexLock& operator=(const MutexLock&) = delete;
 

@@ -1,4 +1,4 @@
-// The rules of a stream's callback thread, and the marker of everything that runs there.
+// The rules of a stream's callback thread, and the marker of what runs there.
 //
 // A function marked RT_SAFE may
 //   - try a lock, and go on without it when another thread holds it;

@@ -1,3 +1,4 @@
+// Apart from clock.cpp, which benchmarks replace without this.
 #include <ctime>
 
 #include "base/clock.h"

@@ -52,7 +52,7 @@ void disableAfterMixerFailure(Channel& input) {
 
 }  // namespace
 
-bool ConfigurationPass::apply(const TiXmlElement* root) {
+bool DocumentApplier::apply(const TiXmlElement* root) {
     const TiXmlElement* ourDevices = findOurDevices(root);
     const TiXmlElement* device = child(ourDevices, "Device");
     if (ourDevices != nullptr) {
@@ -68,7 +68,7 @@ bool ConfigurationPass::apply(const TiXmlElement* root) {
     return true;
 }
 
-void ConfigurationPass::applySettings(const TiXmlElement& ourDevices) {
+void DocumentApplier::applySettings(const TiXmlElement& ourDevices) {
     state_.bufferLength =
         std::min(intAttribute(ourDevices, "BufferLength").value_or(state_.bufferLength),
                  LongestBufferLength);
@@ -77,7 +77,7 @@ void ConfigurationPass::applySettings(const TiXmlElement& ourDevices) {
 }
 
 // Creates and names the channels of the document.
-void ConfigurationPass::applyInputs(const TiXmlElement* audio) {
+void DocumentApplier::applyInputs(const TiXmlElement* audio) {
     for (const TiXmlElement* input = child(audio, "Input"); input != nullptr;
          input = input->NextSiblingElement("Input")) {
         const std::optional<uint32_t> number = channelNumber(*input);
@@ -88,13 +88,13 @@ void ConfigurationPass::applyInputs(const TiXmlElement* audio) {
         Channel& channel = state_.channels.findOrCreate(*number, !isOutput);
         channel.applyInputElement(*input);
         if (fromSettings_)
-            bindToDevices(channel);
+            bindToDevice(channel);
     }
 }
 
 // Binds the channel to the device with its saved name or, when it never had a device, to the device
-// with its number. When several devices match, the last one is taken.
-void ConfigurationPass::bindToDevices(Channel& channel) {
+// with its number. When several match, the last one is taken and all count as claimed.
+void DocumentApplier::bindToDevice(Channel& channel) {
     for (AudioDevice& device : state_.devices) {
         const bool matches = channel.OsName.empty()
                                  ? static_cast<uint32_t>(device.number) == channel.Number
@@ -104,7 +104,8 @@ void ConfigurationPass::bindToDevices(Channel& channel) {
     }
 }
 
-void ConfigurationPass::createChannelsForUnclaimedDevices() {
+// A channel that already has the ID of a new number takes the device instead.
+void DocumentApplier::createChannelsForUnclaimedDevices() {
     for (AudioDevice& device : state_.devices) {
         if (device.claimed)
             continue;
@@ -117,7 +118,7 @@ void ConfigurationPass::createChannelsForUnclaimedDevices() {
 }
 
 // Returns true when an input was disabled before and is enabled now.
-bool ConfigurationPass::applyEnabling(const TiXmlElement* encoder) {
+bool DocumentApplier::applyEnabling(const TiXmlElement* encoder) {
     bool inputNewlyEnabled = false;
     for (const TiXmlElement* element = child(encoder, "AudioChannel"); element != nullptr;
          element = element->NextSiblingElement("AudioChannel")) {
@@ -133,13 +134,13 @@ bool ConfigurationPass::applyEnabling(const TiXmlElement* encoder) {
     return inputNewlyEnabled;
 }
 
-// Opens the streams of enabled inputs and closes those of disabled channels. An enabled output's
-// stream is opened later, when audio is queued.
-void ConfigurationPass::applyStreams(bool mixersFailed) {
+// Opens the streams of enabled inputs (or disables these when the mixers failed) and closes those
+// of disabled channels. Any output's is opened later, when audio is queued.
+void DocumentApplier::applyStreams(bool mixersFailed) {
     for (const auto& [id, channel] : state_.channels) {
         if (!channel->Enabled) {
             channel->closeStream();
-            // Audio captured since then must not be sent once the input is enabled again.
+            // Audio captured after applyEnabled must not be sent at the next enabling.
             if (channel->isInput)
                 channel->purgeBlocks(false);
         } else if (!channel->isInput) {

@@ -12,9 +12,9 @@
 #include "audio/channel_map.h"
 #include "devices/device_scan.h"
 
-// What a document changes; owned by the plug-in.
+// What a document changes; owned by CPlugin.
 struct Configured {
-    int32_t& bufferLength;  // ms of audio queued before an output starts
+    int32_t& bufferLength;
     bool& forceOsServices;
     std::vector<AudioDevice>& devices;
     ChannelMap& channels;
@@ -22,9 +22,9 @@ struct Configured {
 
 // Applies one document. The settings file also binds channels to devices, and makes channels for
 // devices that no channel claims.
-class ConfigurationPass {
+class DocumentApplier {
   public:
-    ConfigurationPass(const Configured& state, bool fromSettings)
+    DocumentApplier(const Configured& state, bool fromSettings)
         : state_(state), fromSettings_(fromSettings) {}
 
     // `root` may be null. Returns false when the document holds nothing for this module; a document
@@ -35,7 +35,7 @@ class ConfigurationPass {
   private:
     void applySettings(const TiXmlElement& ourDevices);
     void applyInputs(const TiXmlElement* audio);
-    void bindToDevices(Channel& channel);
+    void bindToDevice(Channel& channel);
     void createChannelsForUnclaimedDevices();
     bool applyEnabling(const TiXmlElement* encoder);
     void applyStreams(bool mixersFailed);

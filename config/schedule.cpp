@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "base/utf8.h"
+
 namespace {
 
 // A node of a schedule and its depth below the schedule's top element.
@@ -25,9 +27,10 @@ Place next(const Place& place, const TiXmlNode* top) {
     return afterSubtree(place, top);
 }
 
-// Returns at least as many bytes as the text takes with its special characters as entities.
-size_t escapedSize(const std::string& text) {
+// Returns an upper bound of the bytes that printDocument makes of the text.
+size_t escapedSize(std::string text) {
     constexpr size_t LongestEntity = 6;  // &quot;
+    makeUtf8(text);
     size_t size = 0;
     for (const char c : text)
         size += std::strchr("&<>\"'", c) != nullptr || static_cast<unsigned char>(c) < ' '
@@ -36,7 +39,7 @@ size_t escapedSize(const std::string& text) {
     return size;
 }
 
-// Returns at least as many bytes as the node takes in a file, without its children.
+// Returns an upper bound of the node's bytes in a file, without its children.
 size_t printedSize(const Place& place) {
     constexpr size_t ScheduleLevel = 5;  // elements around a schedule in the settings file
     constexpr size_t Indentation = 4;    // spaces for each level
@@ -49,7 +52,7 @@ size_t printedSize(const Place& place) {
     size_t size = (element->NoChildren() ? 1 : 2) * (line + value);
     for (const TiXmlAttribute* attribute = element->FirstAttribute(); attribute != nullptr;
          attribute = attribute->Next())
-        size += std::strlen(attribute->Name()) + escapedSize(attribute->ValueStr()) + 4;
+        size += escapedSize(attribute->NameTStr()) + escapedSize(attribute->ValueStr()) + 4;
     return size;
 }
 

@@ -7,7 +7,7 @@
 #include <memory>
 
 // The largest schedule that is kept, in bytes of the settings file. A week by the minute (10,080
-// entries) takes 0.8 million. The largest settings file that is loaded has room for sixteen.
+// entries) takes 0.8 million. The largest settings file that is loaded has room for fifteen.
 constexpr size_t LargestSchedule = 4 << 20;
 
 // Returns a deep copy of `schedule` for a channel to keep, or null when it would take more than

@@ -9,7 +9,7 @@
 #include "audio/channel_map.h"
 
 struct Settings {
-    int32_t bufferLength;  // ms of audio queued before an output starts
+    int32_t bufferLength;  // ms
     bool forceOsServices;
 };
 

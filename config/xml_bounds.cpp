@@ -132,8 +132,8 @@ class Scanner {
         return true;
     }
 
-    // Moves past one byte, or one numeric entity, of a text or quoted value. Bytes are enough: none
-    // of a longer UTF-8 character has a meaning to the parser.
+    // Moves past one byte, or one numeric entity, of a text or quoted value. Bytes are enough:
+    // those of a multi-byte character mean nothing to the parser.
     bool character() {
         if (*at_ == '&' && at_[1] == '#' && at_[2] != '\0')
             return numericEntity();

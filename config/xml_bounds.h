@@ -5,7 +5,7 @@
 // from outside, and what is parsed here is cloned, saved and parsed again at the next start. An
 // element that could do harm must therefore not reach the parser at all.
 //
-// The module saves what it keeps of a document at the same level. What was within the bounds on
+// The module saves what it keeps of a document at the same depth. What was within the bounds on
 // arrival is therefore within them at the next start.
 #pragma once
 
@@ -34,8 +34,8 @@ struct Excess {
 // (n log n for the attributes of one element). Any thread; throws std::bad_alloc.
 std::vector<Excess> excessIn(const std::string& text, const XmlBounds& bounds = {});
 
-// Removes the elements that excessIn found from `text`, an element that never ends with the rest of
-// the text. Keeps line ends, so that lines keep their numbers. An empty comment replaces an element
-// that directly follows text, so that text behind the element does not join it. Any thread; throws
+// Removes the elements that excessIn found from `text`, and all that follows one that never ends.
+// Keeps line ends, so that lines keep their numbers. An empty comment replaces an element that
+// directly follows text, to keep that text apart from text behind. Any thread; throws
 // std::bad_alloc.
 void leaveOut(const std::vector<Excess>& excess, std::string& text);

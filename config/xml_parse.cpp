@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr size_t ParserOverrun = 8;  // zero bytes; the parser may read so far behind the text
+constexpr size_t ParserOverrun = 8;  // zero bytes
 
 }  // namespace
 

@@ -76,8 +76,7 @@ std::string withErrno(const char* what, int error) {
 
 // Writes `text` to a new file and syncs it. Returns an error message, empty on success.
 //
-// Removes anything at the pending path first, and opens with "x", which only creates new files. So
-// a FIFO cannot block the save, and a link cannot redirect it to another file.
+// "x" creates new files only: a FIFO cannot block the save, and a link cannot redirect it.
 std::string writePending(const std::string& pendingPath, std::string_view text) {
     struct stat status {};
     if (lstat(pendingPath.c_str(), &status) == 0 && unlink(pendingPath.c_str()) != 0 &&

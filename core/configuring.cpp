@@ -1,4 +1,4 @@
-// The plug-in's start-up, and what it does with configuration documents. Worker thread.
+// The module's start-up, and what it does with configuration documents. Worker thread.
 #include <tinyxml.h>
 
 #include <system_error>
@@ -16,6 +16,7 @@ namespace {
 
 class TinyOneDoc : public TiXmlDocument {};
 
+// Reads it from the file's first Devices, whatever its ID: PortAudio's start needs it.
 void readForceOsServices(bool& forceOsServices) {
     TiXmlDocument document;
     if (!LoadXmlFile(document, SettingsPath) || document.RootElement() == nullptr)
@@ -32,27 +33,27 @@ void readForceOsServices(bool& forceOsServices) {
 void CPlugin::startAudioSystem() {
     if (audioStarted)
         return;
-    // Each step is contained by itself: one that runs out of memory does not end the others.
+    // Each step up to the load is contained: one that runs out of memory does not end the others.
     contain([this] { readForceOsServices(forceOsServices); });
     if (initializePortAudio(isOsAudioServiceStarted(forceOsServices))) {
         audioStarted = true;
         contain([this] { devices = scanDevices(); });
     }
-    TiXmlDocument settings;
-    const bool isLoaded = contain([&] { loadSettings(settings); });
-    // A load that threw may have left part of a document in `settings`.
-    applyConfiguration(isLoaded ? settings.RootElement() : nullptr, true);
+    TiXmlDocument file;
+    const bool isLoaded = contain([&] { loadSettings(file); });
+    // A load that threw may have left part of a document in `file`.
+    applyConfiguration(isLoaded ? file.RootElement() : nullptr, true);
     settingsHeld = isLoaded;
     writeSettings();
 }
 
-// Leaves `settings` without a root element when there is no usable file. Retries for about a second
+// Leaves `file` without a root element when there is no usable file. Retries for about a second
 // while the system is short of descriptors or memory, and throws if that does not end.
-void CPlugin::loadSettings(TiXmlDocument& settings) const {
+void CPlugin::loadSettings(TiXmlDocument& file) const {
     for (int pausesLeft = 100;; --pausesLeft) {
         try {
-            if (!LoadXmlFile(settings, SettingsPath))
-                settings.Clear();
+            if (!LoadXmlFile(file, SettingsPath))
+                file.Clear();
             return;
         } catch (const std::system_error&) {
             if (pausesLeft == 0 || sleepUnlessStopped(10))
@@ -72,7 +73,7 @@ void CPlugin::onIoctlMessage(const ipcam::IoctlMessage& message) {
 }
 
 bool CPlugin::applyConfiguration(const TiXmlElement* root, bool fromSettings) {
-    return ConfigurationPass({bufferLength, forceOsServices, devices, channels}, fromSettings)
+    return DocumentApplier({bufferLength, forceOsServices, devices, channels}, fromSettings)
         .apply(root);
 }
 

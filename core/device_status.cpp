@@ -8,8 +8,8 @@
 
 namespace {
 
-// A disabled channel counts as healthy. So does one whose stream could not be opened: each open
-// first stores paNotInitialized, and only a start replaces it.
+// A disabled channel counts as healthy. So, on purpose, does one whose stream could not be opened:
+// its startResult stays paNotInitialized.
 bool isHealthy(const Channel& channel) {
     return !channel.Enabled ||
            (channel.paIndex != NoDevice &&

@@ -33,12 +33,12 @@ struct IoctlMessage : HostDelivery {
     using HostDelivery::HostDelivery;
 };
 
-// A document sent with IoctlHostDocument: accepted, then handed back without effect.
+// A document sent with IoctlHostDocument.
 struct WriteMessage : HostDelivery {
     using HostDelivery::HostDelivery;
 };
 
-// No entry point queues this type yet; the queue and the handlers support it.
+// Not used: no entry point queues it, and its handler does nothing.
 struct AudioMessage : HostDelivery {
     AudioMessage(const void* hostBuffer, uint64_t byteCount, uint32_t extra) noexcept
         : HostDelivery(hostBuffer, byteCount), value(extra) {}

@@ -62,7 +62,7 @@ class CPlugin {
     HostMessageQueue takeBatch(size_t maximum) EXCLUDES(queueMutex);
     void onIoctlMessage(const ipcam::IoctlMessage& message);
     void dispatch(const HostMessageVariant& message) const;
-    void loadSettings(TiXmlDocument& settings) const;
+    void loadSettings(TiXmlDocument& file) const;
     void pass();
     void serveChannel(Channel& channel);
     void drainCaptured(Channel& channel) const;
@@ -70,20 +70,20 @@ class CPlugin {
 
     HostMessageQueue messageQueue GUARDED_BY(queueMutex);
     Mutex queueMutex;  // host threads wait for it, the worker only tries it
-    std::unique_ptr<MessageHandlers> handlers;
-    std::string textBuffer;  // text of the document that is being applied
     std::atomic<bool> stopRequested{false};
 
     // Only the worker uses the members below, without a lock. Host threads only look up channels.
+    std::unique_ptr<MessageHandlers> handlers;
+    std::string textBuffer;     // text of the document that is being applied
     bool audioStarted = false;  // PortAudio is up
     // True once everything in the settings file is in memory. Before that a save would lose it.
     bool settingsHeld = false;
-    int32_t bufferLength = 250;        // ms of audio queued before an output starts
+    int32_t bufferLength = 250;        // ms; see Channel::maintainOutput
     int32_t passPeriodMs = 1;          // pause between passes
     bool deviceAlarmed = false;        // the status last sent
     std::vector<AudioDevice> devices;  // found by the scan
     ChannelMap channels;
-    bool forceOsServices = true;
+    bool forceOsServices = true;  // kept for the host; no effect on Linux
 };
 
 // Null before Load and after Unload. Only these two write it.

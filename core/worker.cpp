@@ -8,7 +8,7 @@
 
 namespace {
 
-// The codes of the frame that is being sent. Only the worker uses it.
+// The codes of the frame that is being sent: 2048, with room to spare. Only the worker uses it.
 std::array<uint8_t, 524288> frameBuffer;
 
 struct CaptureTime {
@@ -16,7 +16,8 @@ struct CaptureTime {
     uint16_t milliseconds;
 };
 
-// Returns the wall-clock time less the time that the sound took to reach the callback.
+// Returns the wall-clock time less the time that the sound took to reach the callback. Hosts get
+// the low 32 bits of its seconds.
 CaptureTime captureTime(int64_t latencyMs) {
     constexpr int64_t MsPerSecond = 1000;
     const timeval now = wallClockNow();
@@ -85,7 +86,7 @@ void CPlugin::serveChannel(Channel& channel) {
     drainCaptured(channel);
 }
 
-// Sends as many blocks as are queued at the beginning, or up to four if fewer are. Without a limit
+// Sends as many blocks as are queued at the beginning, but tries at least four. Without a limit
 // a host whose callback takes longer than the 256 ms of a frame would keep the worker here.
 void CPlugin::drainCaptured(Channel& channel) const {
     constexpr size_t FewestBlocks = 4;

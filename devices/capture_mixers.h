@@ -1,8 +1,9 @@
 // The capture side of the machine's ALSA mixers.
 #pragma once
 
-// Walks all sound cards: switches on each capture switch that is off, raises each capture volume of
-// zero to half of its range, and logs what each capture source selector is connected to. Returns
-// false when a capture element could not be read or set; all others are set nevertheless.
-// An element that runs out of memory is skipped and does not count as a failure. Worker thread.
+// Walks all sound cards: switches on each capture switch that is off, sets each capture volume of
+// zero to half the width of its range plus 1, and logs what each capture source selector is
+// connected to. Returns false when a capture element could not be read or set; all others are set
+// nevertheless. An element that runs out of memory is skipped and does not count as a failure.
+// Worker thread.
 bool configureCaptureMixers() noexcept;

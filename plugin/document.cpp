@@ -9,10 +9,10 @@ TiXmlElement& addElement(TiXmlNode& parent, const char* name) {
     return *parent.LinkEndChild(element.release())->ToElement();
 }
 
-TiXmlElement& beginDocument(TiXmlDocument& document, bool delta) {
+TiXmlElement& beginDocument(TiXmlDocument& document, bool isComplete) {
     document.LinkEndChild(std::make_unique<TiXmlDeclaration>().release());
     TiXmlElement& root = addElement(document, "Varo");
-    if (delta)
+    if (isComplete)
         root.SetAttribute("Delta", 0);
     return root;
 }

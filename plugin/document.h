@@ -10,9 +10,9 @@
 // Throws std::bad_alloc.
 TiXmlElement& addElement(TiXmlNode& parent, const char* name);
 
-// Begins an empty document with <?xml ?><Varo> and returns that root element. With `delta` the root
-// has Delta="0", which tells the host that the document is complete. Throws std::bad_alloc.
-TiXmlElement& beginDocument(TiXmlDocument& document, bool delta);
+// Begins an empty document with <?xml ?><Varo> and returns that root element. The root of
+// a complete document has Delta="0" for the host. Throws std::bad_alloc.
+TiXmlElement& beginDocument(TiXmlDocument& document, bool isComplete);
 
 // Compact has no white space between elements and is for the host, Indented is for files.
 enum class Layout { Compact, Indented };

@@ -69,7 +69,7 @@ int64_t IOCTL(const IoctlRequest* request, IoctlResult* result) {
         case IoctlHostDocument:
             enqueue<ipcam::WriteMessage>(*request, *result);
             break;
-        case IoctlReply:  // the module never asks the host for anything
+        case IoctlReply:  // the module asks nothing that is answered by IOCTL
         default:
             break;
     }

@@ -16,13 +16,13 @@ class TiXmlDocument;
 extern HostCallback g_hostCallback;
 
 // Asks the host for its threshold and, when `level` reaches it, formats the line and sends it.
-// Lines of 2048 characters and more are cut to 2047 characters and a zero byte. At level 0 only a
-// line of exactly 2048 characters is cut. Returns the host's answer to the line, or 0 when nothing
-// was sent. Sends nothing when `callback` is null.
+// Long lines are cut as plugin/tamborin.h says; at level 0 only one of exactly 2048 characters is.
+// Returns the host's answer to the line, or 0 when nothing was sent. Sends nothing when `callback`
+// is null.
 [[gnu::format(printf, 4, 5)]] int32_t logMessage(int64_t moduleId, HostCallback callback,
                                                  int32_t level, const char* format, ...) noexcept;
 
-// Calls logMessage with the module's ID and the host's callback.
+// Does the same with the module's ID and the host's callback.
 [[gnu::format(printf, 2, 3)]] void logLine(int32_t level, const char* format, ...) noexcept;
 
 // Prints `document` without indentation and sends it as KindModuleDocument or KindStatusDocument.
@@ -34,5 +34,5 @@ void sendAudioFrame(std::span<const uint8_t> codes, uint64_t seconds, uint16_t m
                     int32_t channelId) noexcept;
 
 // Hands an accepted buffer back to the host. `buffer` is not null. The caller calls this once for
-// each buffer, holds no lock, and does not touch the buffer afterwards. Returns the host's answer.
+// each buffer and does not touch it afterwards. Returns the host's answer, which no caller needs.
 int32_t releaseHostBuffer(const void* buffer) noexcept;

@@ -8,10 +8,10 @@
  *     ModuleInfo info = {0};
  *     Load(&table, &info);
  *     Open();                                     // announces the module to myCallback
- *     // on a thread of its own:                  // returns only after Close
+ *     // on a thread of its own:
  *     IoctlRequest run = {.code = IoctlRun};
  *     IoctlResult none = {0};
- *     IOCTL(&run, &none);
+ *     IOCTL(&run, &none);                         // returns only after Close
  *     // from any other thread, meanwhile: IOCTL with documents, Write with audio
  *     Close();                                    // then join the thread above
  *     Unload();
@@ -19,18 +19,18 @@
  * The rules of the boundary:
  *
  *  1. Every function always returns 0. A request's result record says whether it was accepted.
- *  2. Every record is little-endian, at the offsets asserted below, and is read or written only
+ *  2. Fields are little-endian, at the offsets asserted below. Records are read or written only
  *     during the call. Pointers to records are never null.
  *  3. A buffer that the host passes in stays the host's unless the call sets `accepted` to 1. An
  *     accepted buffer belongs to the module, which reads it and never writes it, until it comes
  *     back with exactly one KindBufferRelease record: that may happen on another thread, and even
  *     before the call that accepted it has returned.
  *  4. A HostMessage and the module's data in it are valid only until the callback returns.
- *  5. The callback is called from several threads at once: the one inside IoctlRun, and those that
- *     call Open, IOCTL, Write, Close and Unload. It is never called on a real-time audio thread.
- *     It must not throw, and must not call Unload. It may call the other functions, with one
- *     exception: during a KindLog record it must neither call Write nor wait for a thread that
- *     does. The module may hold an output's lock while it logs, and Write would wait for that lock.
+ *  5. The callback is called on the threads that call IoctlRun, Open and Unload, on several at
+ *     once. It is never called on a real-time audio thread. It must not throw, and must not call
+ *     Unload. It may call the other functions, with one exception: during a KindLog record it must
+ *     neither call Write nor wait for a thread that does. The module may hold an output's lock
+ *     while it logs, and Write would wait for that lock.
  *  6. All audio is G.711 mu-law, 8000 Hz, mono, one byte per sample.
  *  7. The module starts no thread of its own; the audio library runs one for each open stream.
  *
@@ -70,9 +70,9 @@ enum {
     KindBufferRelease = 512   /* data is a host buffer that the module hands back */
 };
 
-/* The only audio format: the rate in Hz, and the samples in a captured frame, which are also the
- * most that is played of a written block. C++20 deprecates arithmetic of enumerators with
- * doubles. */
+/* The only audio format: the rate in Hz, and the samples of a captured frame, the most that is
+ * played of a written block. They are no enumerators in C++20, which deprecates arithmetic of
+ * enumerators with doubles. */
 #ifdef __cplusplus
 constexpr int32_t AudioSampleRate = 8000;
 constexpr int32_t AudioFrameSamples = 2048;
@@ -85,7 +85,7 @@ enum {
     TypeLogLevelQuery = 0x1000001,
     TypeLogText = 0x1000002,
     TypeDocument = 0x1000010,
-    TypeAudio = 0x1000080 /* also the bits that a WriteRecord's type must have set */
+    TypeAudio = 0x1000080
 };
 
 /* HostMessage.level */
@@ -100,8 +100,8 @@ enum {
 typedef struct HostMessage {
     uint32_t size;    /* always 224 */
     uint32_t version; /* always 1 */
-    uint32_t length;  /* bytes at data: text without a terminating zero, or mu-law samples; a log
-                         text that was cut is 2047 characters and a zero byte: 2048 */
+    uint32_t length;  /* bytes at data: text without a terminating zero, or mu-law samples; 2048 for
+                         a log text that was cut (2047 characters and a zero byte) */
     uint32_t reserved0;
     const void* data;
     int64_t sourceId; /* ModuleId; for audio the channel's ID */
@@ -151,14 +151,15 @@ typedef struct ModuleInfo {
     uint8_t reserved0[8];
     uint64_t moduleId; /* ModuleId */
     uint8_t reserved1[8];
-    uint64_t audioTypes;    /* AudioTypes */
-    uint64_t documentTypes; /* DocumentTypes */
+    uint64_t audioTypes;    /* always AudioTypes */
+    uint64_t documentTypes; /* always DocumentTypes */
     uint8_t reserved2[56];
-    uint8_t capability0; /* 1 */
+    uint8_t capability0; /* always 1 */
     uint8_t reserved3[2];
-    uint8_t capability1; /* 1 */
+    uint8_t capability1; /* always 1 */
 } ModuleInfo;
 
+/* Fixed values; a host need not read them. */
 enum { AudioTypes = 0x3000080, DocumentTypes = 0x3000010 };
 
 static_assert(offsetof(ModuleInfo, moduleId) == 8, "moduleId");
@@ -179,9 +180,9 @@ typedef struct IoctlRequest {
     uint8_t reserved0[8];
     int32_t code;
     uint8_t reserved1[12];
-    uint32_t length; /* bytes at data; 0 is ignored */
+    uint32_t length; /* bytes at data; a payload of 0 is not accepted */
     uint32_t reserved2;
-    const void* data;
+    const void* data; /* null with a length above 0 is accepted, but never handed back */
 } IoctlRequest;
 
 static_assert(sizeof(IoctlRequest) == 40, "IoctlRequest");
@@ -225,9 +226,9 @@ static_assert(offsetof(WriteResult, accepted) == 28, "accepted");
 
 #define TAMBORIN_API __attribute__((visibility("default")))
 
-/* Creates the module, keeps hostTable->hostCallback and fills moduleInfo. Called once, before all
- * other functions. When memory is short, moduleInfo stays unchanged and no module is created; every
- * other call then does nothing. */
+/* Creates the module, keeps hostTable->hostCallback and fills moduleInfo. Called before all other
+ * functions, and again only after Unload. When memory is short, moduleInfo stays unchanged and no
+ * module is created; every other call then does nothing. */
 TAMBORIN_API int64_t Load(const HostTable* hostTable, ModuleInfo* moduleInfo);
 
 /* Sends the announcement document. Any thread, after Load. */
@@ -251,8 +252,8 @@ TAMBORIN_API int64_t Write(const WriteRecord* record, WriteResult* result);
 /* Asks the module to stop; IoctlRun then returns soon. Any thread; never waits. */
 TAMBORIN_API int64_t Close(void);
 
-/* Hands back every buffer still held, closes the audio system and frees the module. Called once
- * IoctlRun has returned and no other call is in progress. Does nothing without Load. */
+/* Hands back every buffer still held, closes the audio system and frees the module. Called after
+ * IoctlRun has returned, when no other call is in progress. Does nothing without Load. */
 TAMBORIN_API int64_t Unload(void);
 
 #ifdef __cplusplus

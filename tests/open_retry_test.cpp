@@ -19,7 +19,7 @@ std::string attempt(OpenRetry& retry, SteadyTime now, DeviceAnswer answer, bool 
     if (asks)
         retry.takeAnswer(answer, now);
     if (retry.next(now) != OpenRetry::Step::Open)
-        return retry.isReportDue(now) ? "ask, log" : "ask";
+        return retry.takeDueReport(now) ? "ask, log" : "ask";
     std::string did = asks ? "ask, open" : "open";
     if (succeeds)
         retry.reset();

@@ -149,18 +149,19 @@ TEST_F(TornSettings, NothingIsSavedThatALoadRefuses) {
     ASSERT_TRUE(LoadXmlFile(lines, Target));
     EXPECT_STREQ(lines.RootElement()->Attribute("b"), "x\ny\nz\nw");
 
-    // A week by the minute is kept. A schedule that indentation or entities make too large when
-    // printed is not, whatever elements it begins with.
+    // A week by the minute is kept. A schedule that indentation, entities or replaced bytes make
+    // too large when printed is not, whatever elements it begins with.
     const std::string pairs = repeat("<d><d/></d>", 100);
     const std::string week =
         repeat("<Entry FirstMinute='0' LastMinute='10079' Record='0'/>", 10'080);
     const std::string deep = repeat("<d>", 50) + repeat("<e/>", 20'000) + repeat("</d>", 50);
     const std::string half = repeat("&quot;", 500'000);
     const std::string quotes = pairs + half + "<e b='" + half + "'/>";
+    const std::string surrogates = "<e b='" + repeat("&#xD800;", 700'000) + "'/>";
     const std::string small =
         pairs + repeat("<d>", 50) + repeat("<f/>", 12'000) + repeat("</d>", 50);
     bool isSmallKept = false;
-    fakeClock.onPause = [&, schedules = std::vector{small, week, deep, quotes},
+    fakeClock.onPause = [&, schedules = std::vector{small, week, deep, quotes, surrogates},
                          next = 0U]() mutable {
         isSmallKept = isSmallKept || description.find("<f />") != std::string::npos;
         if (next == schedules.size())
