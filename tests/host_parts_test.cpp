@@ -174,7 +174,7 @@ TEST_F(HostParts, TextsBeyondTheBoundAreCountedAndNoOthersAreLost) {
     uint64_t accepted = 0;
     std::future<uint64_t> received;
     {
-        BoundedWriter writer(ends[1], 1000);
+        BoundedWriter writer(ends[1], 1000, [] { return false; });
         for (uint64_t i = 0; i < Texts; ++i)
             accepted += writer.write(text) ? 1 : 0;
         received = std::async(std::launch::async, [&] {

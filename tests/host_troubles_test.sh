@@ -52,6 +52,14 @@ for streams in "stalled err 1" "out stalled 0"; do
     ! grep 'Channel.* Enabled="1"' tamborin.xml || fail "a reader who stalls leaves an input enabled"
 done
 grep -q "^tamborin-host: [0-9]* records were left out" err || fail "records left out: $(cat err)"
+
+# Results, and an end without a signal, do not depend on a reader of messages, either.
+for run in "0 channels --log-level detail" "2 --unknown"; do
+    read -ra arguments <<<"$run"
+    status=0
+    timeout 60 "$host" "${arguments[@]:1}" >out 2>stalled || status=$?
+    [ $status -eq "${arguments[0]}" ] || fail "${arguments[*]:1}: exit status $status: $(cat out)"
+done
 rm err
 timeout --foreground -k 60 120 "$host" record --input 0 --out - >stalled 2>err & recorder=$!
 until grep -qs "^channel 0 .*\] [^w]" err; do

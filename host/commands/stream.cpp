@@ -50,7 +50,7 @@ void lookForReader() {
 class SoundStream {
   public:
     explicit SoundStream(const ChannelDescription& input)
-        : writer_(STDOUT_FILENO, MostWaitingBytes, noteWriteError) {
+        : writer_(STDOUT_FILENO, MostWaitingBytes, stopAsked, noteWriteError) {
         recording_.channel = input;
         recording_.firstFile = "stdout";
         recording_.files = 1;
