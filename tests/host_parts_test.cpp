@@ -206,4 +206,16 @@ TEST_F(HostParts, ClipsAreReadAsFarAsWantedAndNoNumberIsSilence) {
     EXPECT_EQ(std::ranges::count(codes, linearToUlaw(0)), 0);
 }
 
+TEST_F(HostParts, AClipIsFoundWhereItBegins) {
+    std::vector<uint8_t> clip = builtInClip();
+    clip.resize(size_t{2} * SampleRate);
+    for (const int before : {0, 500}) {
+        std::vector<uint8_t> recording(static_cast<size_t>(before), SilenceCode);
+        recording.insert(recording.end(), clip.begin(), clip.end());
+        const ClipFound found = findClip(clip, recording, [](double) {});
+        EXPECT_TRUE(found.isFound());
+        EXPECT_DOUBLE_EQ(found.seconds, static_cast<double>(before) / SampleRate);
+    }
+}
+
 }  // namespace
