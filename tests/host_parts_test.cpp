@@ -174,7 +174,7 @@ TEST_F(HostParts, TextsBeyondTheBoundAreCountedAndNoOthersAreLost) {
     uint64_t accepted = 0;
     std::future<uint64_t> received;
     {
-        BoundedWriter writer(ends[1], 1000);
+        BoundedWriter writer(ends[1], 1000, [] { return false; });
         for (uint64_t i = 0; i < Texts; ++i)
             accepted += writer.write(text) ? 1 : 0;
         received = std::async(std::launch::async, [&] {
@@ -204,6 +204,18 @@ TEST_F(HostParts, ClipsAreReadAsFarAsWantedAndNanIsSilence) {
     EXPECT_EQ(codes.size(), size_t{2} * SampleRate);
     // NaN became 0, which resampling replaces by the samples around it.
     EXPECT_EQ(std::ranges::count(codes, linearToUlaw(0)), 0);
+}
+
+TEST_F(HostParts, AClipIsFoundWhereItBegins) {
+    std::vector<uint8_t> clip = builtInClip();
+    clip.resize(size_t{2} * SampleRate);
+    for (const int before : {0, 500}) {
+        std::vector<uint8_t> recording(static_cast<size_t>(before), SilenceCode);
+        recording.insert(recording.end(), clip.begin(), clip.end());
+        const ClipFound found = findClip(clip, recording, [](double) {});
+        EXPECT_TRUE(found.isFound());
+        EXPECT_DOUBLE_EQ(found.seconds, static_cast<double>(before) / SampleRate);
+    }
 }
 
 }  // namespace

@@ -28,7 +28,8 @@ double dot(std::span<const float> a, std::span<const float> b) {
 ClipFound findClip(std::span<const uint8_t> clip, std::span<const uint8_t> recording,
                    const OnProgress& onProgress) {
     const size_t length = std::min<size_t>(clip.size(), SampleRate);
-    const std::vector<float> wanted = decode(clip.subspan((clip.size() - length) / 2, length));
+    const size_t offset = (clip.size() - length) / 2;
+    const std::vector<float> wanted = decode(clip.subspan(offset, length));
     const std::vector<float> heard = decode(recording);
     const double wantedEnergy = dot(wanted, wanted);
     ClipFound best;
@@ -41,7 +42,8 @@ ClipFound findClip(std::span<const uint8_t> clip, std::span<const uint8_t> recor
                                        ? dot(wanted, window) / std::sqrt(energy * wantedEnergy)
                                        : 0;
         if (correlation > best.correlation)
-            best = {correlation, static_cast<double>(at) / SampleRate};
+            best = {correlation,
+                    (static_cast<double>(at) - static_cast<double>(offset)) / SampleRate};
     }
     return best;
 }

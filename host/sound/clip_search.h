@@ -10,11 +10,11 @@
 
 struct ClipFound {
     double correlation = 0;  // 1: identical except for loudness
-    double seconds = 0;      // where in the recording
+    double seconds = 0;      // in the recording, where the clip begins; negative: before it
     bool isFound() const { return correlation >= 0.7; }
 };
 
-// Looks in the recording for the second in the middle of the clip. Both are mu-law.
+// Looks in the recording for the middle second of the clip. Both are mu-law.
 ClipFound findClip(std::span<const uint8_t> clip, std::span<const uint8_t> recording,
                    const OnProgress& onProgress);
 

@@ -13,25 +13,29 @@
 #include <string_view>
 #include <utility>
 
-#include "host/system/stop.h"
-
 namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-// With a reader that takes nothing, once the user has stopped the tool.
 constexpr auto Patience = 1s;
 constexpr auto LookInterval = 100ms;
+
+// Returns false while a write to the descriptor would block.
+bool isWritable(int descriptor) {
+    pollfd ready{descriptor, POLLOUT, 0};
+    return poll(&ready, 1, 0) != 0;
+}
 
 }  // namespace
 
 struct BoundedWriter::Shared {
-    Shared(int fd, size_t most, std::function<void(int)> told)
-        : descriptor(fd), mostBytes(most), onFailure(std::move(told)) {}
+    Shared(int fd, size_t most, bool (*mayStop)(), std::function<void(int)> told)
+        : descriptor(fd), mostBytes(most), mayGiveUp(mayStop), onFailure(std::move(told)) {}
 
     const int descriptor;
     const size_t mostBytes;
+    bool (*const mayGiveUp)();
     const std::function<void(int)> onFailure;
 
     std::mutex mutex;  // guards what follows
@@ -64,8 +68,9 @@ struct BoundedWriter::Shared {
     }
 };
 
-BoundedWriter::BoundedWriter(int descriptor, size_t mostBytes, std::function<void(int)> onFailure)
-    : shared_(std::make_shared<Shared>(descriptor, mostBytes, std::move(onFailure))),
+BoundedWriter::BoundedWriter(int descriptor, size_t mostBytes, bool (*mayGiveUp)(),
+                             std::function<void(int)> onFailure)
+    : shared_(std::make_shared<Shared>(descriptor, mostBytes, mayGiveUp, std::move(onFailure))),
       thread_(run, shared_) {}
 
 BoundedWriter::~BoundedWriter() {
@@ -125,9 +130,11 @@ bool BoundedWriter::write(std::string text) {
 
 void BoundedWriter::settle() {
     std::unique_lock held(shared_->mutex);
-    while (!shared_->changed.wait_for(held, LookInterval, [&] { return shared_->texts.empty(); }) &&
-           !(stopAsked() && Clock::now() > shared_->progress + Patience)) {
-    }
+    const auto isStalled = [&] {
+        return Clock::now() > shared_->progress + Patience && !isWritable(shared_->descriptor);
+    };
+    while (!shared_->texts.empty() && !(shared_->mayGiveUp() && isStalled()))
+        shared_->changed.wait_for(held, LookInterval);
 }
 
 bool BoundedWriter::isSettled() const {

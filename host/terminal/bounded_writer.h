@@ -10,11 +10,12 @@
 
 class BoundedWriter {
   public:
-    // The descriptor must stay open while this lives. At most `mostBytes` wait to be written; a
-    // longer text is taken only when nothing else waits. `onFailure` gets the errno of a failed
-    // write, on the writing thread. Nothing is written after a failure.
+    // At most `mostBytes` wait to be written; a longer text is taken only when nothing else waits.
+    // `onFailure` gets the errno of a failed write, on the writing thread. Nothing is written after
+    // a failure. Leave the descriptor open: a blocked write may outlive this.
     BoundedWriter(
-        int descriptor, size_t mostBytes, std::function<void(int)> onFailure = [](int) {});
+        int descriptor, size_t mostBytes, bool (*mayGiveUp)(),
+        std::function<void(int)> onFailure = [](int) {});
     // Calls settle. A write that is still blocked then stays behind on its thread.
     ~BoundedWriter();
     BoundedWriter(const BoundedWriter&) = delete;
@@ -23,13 +24,13 @@ class BoundedWriter {
     // Queues the text. Returns false and drops it when there is no room or after a failure. Never
     // waits. Any thread.
     bool write(std::string text);
-    // Waits until all is written or a write has failed. Once the user has stopped the tool, it also
-    // gives up when the reader takes nothing for a second.
+    // Waits until all is written or a write has failed. While `mayGiveUp` returns true, also
+    // gives up when the reader has taken nothing for a second.
     void settle();
     bool isSettled() const;
     // Returns the number of texts that are not written to their end, the waiting ones included.
     uint64_t lost() const;
-    // Bytes of the texts that were accepted and are not, or not wholly, written.
+    // Returns the bytes of the accepted texts that are not written to their end.
     uint64_t unwrittenBytes() const;
 
   private:

@@ -71,9 +71,9 @@ Console::Console(const ConsoleOptions& options, FILE* messages)
       errColours_(showsColours(err_)),
       // Records on the same terminal would mix with the status lines.
       statusLive_(isTerminal(err_) && !(options.json && isTerminal(stdout))),
-      messages_(fileno(err_), MostMessageBytes),
+      messages_(fileno(err_), MostMessageBytes, [] { return true; }),
       records_(options.json ? std::make_unique<BoundedWriter>(STDOUT_FILENO, MostRecordBytes,
-                                                              noteRecordsFailure)
+                                                              stopAsked, noteRecordsFailure)
                             : nullptr) {}
 
 void Console::record(std::string line) {

@@ -3,7 +3,7 @@
 // Results and remarks go to stdout, or to stderr when stdout carries records or sound. Errors, log
 // lines and progress go to stderr. Results and remarks on stdout wait for their reader. Records,
 // sound, and all that goes to stderr are written by other threads, and dropped when their reader
-// stalls.
+// stalls. The end waits for the readers of records and sound until the user stops the tool.
 #pragma once
 
 #include <atomic>
@@ -61,10 +61,9 @@ class Console {
     // they are printed like other messages.
     void status(const std::vector<std::string>& lines);
     void clearStatus();
-    // Waits until all results are written. Throws std::runtime_error when some could not be.
+    // Waits until all results or records are written. Throws std::runtime_error when some were not.
     void finishResults();
-    // Waits until all records and messages are written. Once the user has stopped the tool, it does
-    // not wait for a reader that stalls.
+    // Waits until all records and messages are written, as BoundedWriter::settle does.
     void settle();
 
     bool isQuiet() const { return options_.quiet; }
