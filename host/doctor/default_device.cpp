@@ -111,5 +111,5 @@ Findings examineDefault(const SoundServer& server) {
                  std::to_string(bufferMs) +
                  " ms: frames are lost whenever the machine is busy for longer",
              "let 'default' in /etc/asound.conf lead to 'plug' on 'hw', or to a dsnoop with long "
-             "periods and a buffer of a second, as docs/configuration.md shows"}};
+             "periods and a buffer of a second"}};
 }
