@@ -1,4 +1,4 @@
-// tamborin-host: runs the module on a machine, lists its channels, records and plays.
+// tamborin-host: the program around the chosen command.
 #include <algorithm>
 #include <cstdio>
 #include <functional>
@@ -10,7 +10,7 @@
 #include "host/system/settings_folder.h"
 #include "host/system/standard_streams.h"
 #include "host/system/stop.h"
-#include "host/terminal/library_noise.h"
+#include "host/terminal/silenced_libraries.h"
 #include "host/terminal/text.h"
 
 namespace {
@@ -20,7 +20,7 @@ int attempt(Console& console, const std::function<int()>& work) {
     try {
         return work();
     } catch (const ModuleLoadError& error) {
-        console.error("cannot load the module: " + std::string(error.what()) + "; " + NameModule);
+        console.error("cannot load the module: " + std::string(error.what()) + "; " + NameLibrary);
     } catch (const std::exception& error) {
         console.error(error.what());
     }
@@ -55,10 +55,10 @@ int main(int argc, char** argv) {
             return Succeeded;
         }
         const StopSignals signals;
-        std::optional<LibraryNoise> noise;
+        std::optional<SilencedLibraries> silenced;
         if (line->command.needs != Command::Needs::Nothing && !line->common.showsLibraryNoise)
-            noise.emplace();
-        Console console(line->common.console, noise ? noise->messages() : stderr);
+            silenced.emplace();
+        Console console(line->common.console, silenced ? silenced->messages() : stderr);
         return run(*line, console);
     } catch (const UsageError& error) {
         Console({}, stderr).error(error.what());

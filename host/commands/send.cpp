@@ -5,8 +5,8 @@
 #include "host/commands/tables.h"
 #include "host/session/parse_as_module.h"
 #include "host/system/folders.h"
+#include "host/terminal/awaited.h"
 #include "host/terminal/end_process.h"
-#include "host/terminal/patient.h"
 
 namespace {
 
@@ -22,9 +22,9 @@ void check(std::string text, const std::filesystem::path& path, Console& console
     const DocumentFlaws flaws = parseAsModule(document, text);
     for (const std::string& element : flaws.leftOut)
         console.error(path.string() + ": the module leaves out: " + element);
-    if (!flaws.end.empty())
+    if (!flaws.unreadable.empty())
         throw std::runtime_error(path.string() + " is no XML document that the module reads (" +
-                                 flaws.end + "); nothing was sent");
+                                 flaws.unreadable + "); nothing was sent");
     if (findOurDevices(document.RootElement()) != nullptr)
         return;
     throw std::runtime_error(path.string() + " holds nothing for this module (a Devices element " +

@@ -14,9 +14,10 @@ namespace {
 
 using Verdict = Finding::Verdict;
 
-constexpr unsigned FramesPerMs = AudioSampleRate / 1000;
-constexpr snd_pcm_uframes_t Callback = AudioFrameSamples;
-constexpr unsigned EnoughMs = 3 * Callback / 2 / FramesPerMs;
+constexpr unsigned SamplesPerMs = AudioSampleRate / 1000;
+constexpr snd_pcm_uframes_t CallbackSamples = AudioFrameSamples;
+// Between the 42 ms of ALSA's own dsnoop and the 512 ms of two periods as long as a callback.
+constexpr unsigned EnoughMs = 3 * CallbackSamples / 2 / SamplesPerMs;
 
 struct Closer {
     void operator()(snd_pcm_t* pcm) const { snd_pcm_close(pcm); }
@@ -53,7 +54,7 @@ class Complaints {
 
 std::string complaint() { return firstComplaint.empty() ? "" : "; ALSA says: " + firstComplaint; }
 
-// Looks for dsnoop in ALSA's dump for people, the only place that names the chain of plug-ins.
+// Looks for dsnoop in the text of snd_pcm_dump, which alone names the chain of plug-ins.
 bool goesThroughDsnoop(snd_pcm_t* pcm) {
     snd_output_t* opened = nullptr;
     if (snd_output_buffer_open(&opened) < 0)
@@ -66,23 +67,23 @@ bool goesThroughDsnoop(snd_pcm_t* pcm) {
 }
 
 // Returns the length in ms of the buffer that PortAudio will ask for: two periods, each as close to
-// a callback's length as the device allows. Returns 0 when the device cannot tell.
+// a callback's length as the device allows. Returns 0 if it refuses 16-bit mono at 8000 Hz.
 unsigned bufferMsOf(snd_pcm_t* pcm) {
     snd_pcm_hw_params_t* made = nullptr;
     if (snd_pcm_hw_params_malloc(&made) < 0)
         return 0;
     const std::unique_ptr<snd_pcm_hw_params_t, Closer> parameters(made);
-    snd_pcm_uframes_t period = Callback;
+    snd_pcm_uframes_t period = CallbackSamples;
     snd_pcm_uframes_t longest = 0;
     int direction = 0;
     const bool isPossible =
         snd_pcm_hw_params_any(pcm, made) >= 0 &&
         snd_pcm_hw_params_set_format(pcm, made, SND_PCM_FORMAT_S16) >= 0 &&
         snd_pcm_hw_params_set_channels(pcm, made, 1) >= 0 &&
-        snd_pcm_hw_params_set_rate(pcm, made, 1000 * FramesPerMs, 0) >= 0 &&
+        snd_pcm_hw_params_set_rate(pcm, made, 1000 * SamplesPerMs, 0) >= 0 &&
         snd_pcm_hw_params_set_period_size_near(pcm, made, &period, &direction) >= 0 &&
         snd_pcm_hw_params_get_buffer_size_max(made, &longest) >= 0;
-    return isPossible ? static_cast<unsigned>(std::min(2 * period, longest) / FramesPerMs) : 0;
+    return isPossible ? static_cast<unsigned>(std::min(2 * period, longest) / SamplesPerMs) : 0;
 }
 
 }  // namespace

@@ -71,7 +71,7 @@ Discovery discover(const SoundServer& server, const SessionOptions& options, Con
         session.finish();
     } catch (const ModuleLoadError& error) {
         discovery.failure = error.what();
-        discovery.advice = NameModule;
+        discovery.advice = NameLibrary;
     } catch (const std::exception& error) {
         discovery.failure = error.what();
     }

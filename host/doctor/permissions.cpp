@@ -55,8 +55,8 @@ Findings examinePermissions(const CardAccess& access, const SoundServer& server,
     if (!access.hasFolder)
         return {{Verdict::Note, "there is no /dev/snd",
                  "in a container, pass the devices in; otherwise the kernel has no sound card"}};
-    const bool goesWithout = server.isReachable || (discovery.has(false) && discovery.has(true));
-    const Verdict verdict = goesWithout ? Verdict::Note : Verdict::Wrong;
+    const bool worksAnyway = server.isReachable || (discovery.has(false) && discovery.has(true));
+    const Verdict verdict = worksAnyway ? Verdict::Note : Verdict::Wrong;
     Findings findings;
     if (!access.hasGroup)
         findings.push_back(

@@ -35,9 +35,9 @@ SettingsText readSettings(const std::filesystem::path& path) {
     TiXmlDocument document;
     std::string text = contentOf(path);
     DocumentFlaws flaws = parseAsModule(document, text);
-    if (flaws.end.empty() && document.RootElement() == nullptr)
-        flaws.end = "it has no element";
-    return {flaws.end, flaws.leftOut, text};
+    if (flaws.unreadable.empty() && document.RootElement() == nullptr)
+        flaws.unreadable = "it has no element";
+    return {flaws.unreadable, flaws.leftOut, text};
 }
 
 std::filesystem::file_type typeOf(const std::filesystem::path& path) {
@@ -159,9 +159,10 @@ Findings examineSettings(const std::filesystem::path& folder, const Discovery& d
     if (!pendingObstacle.empty())
         findings.push_back(cannotReplace(pending, pendingObstacle));
     else if (isPendingWhole)
-        findings.push_back({Verdict::Note,
-                            pending.string() + " is complete: a save was interrupted after it",
-                            "nothing to do: the module uses it when it starts"});
+        findings.push_back(
+            {Verdict::Note,
+             pending.string() + " is complete: a save was interrupted after writing it",
+             "nothing to do: the module uses it when it starts"});
     else if (hasPending)
         findings.push_back({Verdict::Note, pending.string() + " is incomplete, from a failed save",
                             "nothing to do: the module ignores it, and its next save replaces it"});

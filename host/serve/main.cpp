@@ -18,7 +18,7 @@
 #include "host/system/settings_folder.h"
 #include "host/system/standard_streams.h"
 #include "host/system/stop.h"
-#include "host/terminal/library_noise.h"
+#include "host/terminal/silenced_libraries.h"
 #include "host/terminal/text.h"
 
 namespace {
@@ -77,10 +77,10 @@ int runServe(const ServeCommandLine& line) {
     raiseDescriptorLimit();
     gst_init(nullptr, nullptr);
     const StopSignals signals;
-    std::optional<LibraryNoise> noise;
+    std::optional<SilencedLibraries> silenced;
     if (!line.showsLibraryNoise)
-        noise.emplace();
-    Console console(line.console, noise ? noise->messages() : stderr);
+        silenced.emplace();
+    Console console(line.console, silenced ? silenced->messages() : stderr);
     try {
         const SettingsFolder folder(line.folder);
         return serve(line.serve, console);
@@ -88,7 +88,7 @@ int runServe(const ServeCommandLine& line) {
         console.error(error.what());
         return Misused;
     } catch (const ModuleLoadError& error) {
-        console.error("cannot load the module: " + std::string(error.what()) + "; " + NameModule);
+        console.error("cannot load the module: " + std::string(error.what()) + "; " + NameLibrary);
     } catch (const std::exception& error) {
         console.error(error.what());
     }

@@ -9,4 +9,4 @@ inline const std::string StartSoundServer =
     "start a sound server (PulseAudio or PipeWire), or " + SeeDoctor;
 inline const std::string SoundServerHangs =
     "does the sound server hang, or has it ended? " + DoctorTells;
-inline const std::string NameModule = "name the library with --module";
+inline const std::string NameLibrary = "name the library with --module";

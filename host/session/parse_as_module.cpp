@@ -44,11 +44,13 @@ DocumentFlaws parseAsModule(TiXmlDocument& document, std::string& text) {
     std::vector<Excess> excess = excessIn(text, Bounds);
     DocumentFlaws flaws;
     if (!excess.empty() && excess.back().end == Excess::NeverEnds) {
-        flaws.end = describe({excess.back()}, text).front() + " and cannot be read to its end";
+        flaws.unreadable =
+            describe({excess.back()}, text).front() + " and cannot be read to its end";
         excess.pop_back();
     }
     flaws.leftOut = describe(excess, text);
-    if (!parseXml(document, text) && flaws.end.empty())
-        flaws.end = "line " + std::to_string(document.ErrorRow()) + ": " + document.ErrorDesc();
+    if (!parseXml(document, text) && flaws.unreadable.empty())
+        flaws.unreadable =
+            "line " + std::to_string(document.ErrorRow()) + ": " + document.ErrorDesc();
     return flaws;
 }

@@ -7,8 +7,8 @@
 #include <vector>
 
 struct DocumentFlaws {
-    std::string end;  // why the module does not read the text to its end; empty when it does
-    // A line for each element that it leaves out with its content; the last line may count others.
+    std::string unreadable;  // why the module does not read the text to its end; empty when it does
+    // A line for each element that the module leaves out; the last may say how many more there are.
     std::vector<std::string> leftOut;
 };
 

@@ -10,7 +10,7 @@ namespace {
 constexpr int64_t LateTolerance = 200;  // ms; the module sends frames at uneven intervals
 constexpr int64_t DecisionTime = 2000;  // ms that late frames get to catch up
 constexpr int64_t EndTolerance = 3000;  // ms after the last frame that count as no gap
-constexpr int64_t ShiftDivisor = 8;     // a frame shifts the next ones by this part of its lateness
+constexpr int64_t ShiftDivisor = 8;     // a frame's lateness divided by this shifts the next ones
 
 int64_t durationOf(size_t samples) { return static_cast<int64_t>(samples) * 1000 / SampleRate; }
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "host/session/documents.h"
+#include "host/sound/envelope.h"
 #include "host/sound/gap_finder.h"
-#include "host/sound/waveform.h"
 
 struct Gap {
     int64_t begin;  // ms, steady

@@ -4,8 +4,8 @@
 
 #include "host/session/sound_format.h"
 #include "host/sound/clip.h"
+#include "host/terminal/awaited.h"
 #include "host/terminal/end_process.h"
-#include "host/terminal/patient.h"
 #include "host/terminal/progress.h"
 
 namespace {

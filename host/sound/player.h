@@ -19,12 +19,12 @@ std::vector<uint8_t> readClip(const std::filesystem::path& file, double seconds,
 
 class Player {
   public:
-    // Plays `clip` on the channel, and then two seconds of silence. A stream that closes drops what
-    // is left in the device's buffer: then this is silence, and not the end of the clip.
+    // For playing `clip` on the channel, and then two seconds of silence. A closing stream drops
+    // what the device still holds: some of the silence, and not the clip's end.
     Player(ModuleHost& module, int32_t channelId, std::vector<uint8_t> clip);
 
     // Lends the module the next blocks, up to two seconds ahead. Call it several times a second.
-    // Returns false once all has been played, or when nothing was for ten seconds.
+    // Returns false once all has been played, or when no block came back for ten seconds.
     bool feed();
     // Returns true when the module has returned every block of clip and silence.
     bool isDone() const { return position_ == codes_.size() && outstanding() == 0; }

@@ -36,7 +36,7 @@ class Recorder {
              double secondsPerFile, int64_t beginMs);
 
     // Appends a frame that arrived at a steady time (ms). Ignores frames of other channels. The
-    // frame's own time only names files, because its clock may be set. Module's thread.
+    // frame's own time only names files: the clock may be set. Module's thread.
     void onFrame(const CapturedFrame& frame, int64_t arrival);
     // Closes the files at a steady time (ms). Ignores all later frames. Any thread.
     void finish(int64_t endMs);
@@ -52,7 +52,7 @@ class Recorder {
 
   private:
     struct Track {
-        Recording recording;  // without what is asked of `files` and `outline`
+        Recording recording;  // without the values that `files` and `outline` keep
         WavFiles files;
         OutlineBuilder outline;
     };

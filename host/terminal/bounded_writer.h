@@ -11,9 +11,8 @@
 class BoundedWriter {
   public:
     // At most `mostBytes` wait to be written; a longer text is taken only when nothing else waits.
-    // `mayGiveUp` tells whether settle may give up. `onFailure` gets the errno of a failed write,
-    // on the writing thread. Nothing is written after a failure. Leave the descriptor open: a
-    // blocked write may outlive this.
+    // `onFailure` gets the errno of a failed write, on the writing thread. Nothing is written after
+    // a failure. Leave the descriptor open: a blocked write may outlive this.
     BoundedWriter(
         int descriptor, size_t mostBytes, bool (*mayGiveUp)(),
         std::function<void(int)> onFailure = [](int) {});
@@ -25,8 +24,8 @@ class BoundedWriter {
     // Queues the text. Returns false and drops it when there is no room or after a failure. Never
     // waits. Any thread.
     bool write(std::string text);
-    // Waits until all is written or a write has failed. Where it may give up, it does so when the
-    // reader has taken nothing for a second.
+    // Waits until all is written or a write has failed. While `mayGiveUp` returns true, also
+    // gives up when the reader has taken nothing for a second.
     void settle();
     bool isSettled() const;
     // Returns the number of texts that are not written to their end, the waiting ones included.

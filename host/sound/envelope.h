@@ -1,5 +1,5 @@
-// The envelope of a sound over time, from which it is drawn. Its memory is limited, whatever the
-// sound's length.
+// The envelope of a sound over time, from which the sound is drawn. Its memory is limited, whatever
+// the sound's length.
 #pragma once
 
 #include <cstdint>
@@ -15,10 +15,10 @@ class Envelope {
         double squares = 0;  // sum of the samples' squares
     };
 
-    // Adds the samples that `other` stands for to `bucket`.
+    // Adds to `bucket` the samples that `other` stands for.
     static void include(Bucket& bucket, const Bucket& other);
 
-    // Adds mu-law codes, the first of them `position` samples after the beginning (not negative).
+    // Adds mu-law codes. The first lies `position` (at least 0) samples after the beginning.
     void add(int64_t position, std::span<const uint8_t> codes);
 
     const std::vector<Bucket>& buckets() const { return buckets_; }

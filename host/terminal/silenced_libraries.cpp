@@ -1,4 +1,4 @@
-#include "host/terminal/library_noise.h"
+#include "host/terminal/silenced_libraries.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -22,7 +22,7 @@ void tellOfAbort(int /*signal*/) {
 
 }  // namespace
 
-LibraryNoise::LibraryNoise() {
+SilencedLibraries::SilencedLibraries() {
     const int user = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     messages_ = user >= 0 && nowhere >= 0 ? fdopen(user, "w") : nullptr;
@@ -37,7 +37,7 @@ LibraryNoise::LibraryNoise() {
         close(nowhere);
 }
 
-LibraryNoise::~LibraryNoise() {
+SilencedLibraries::~SilencedLibraries() {
     if (messages_ == nullptr)
         return;
     std::signal(SIGABRT, previousAbort_);

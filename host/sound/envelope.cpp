@@ -1,4 +1,4 @@
-#include "host/sound/waveform.h"
+#include "host/sound/envelope.h"
 
 #include <algorithm>
 #include <utility>

@@ -5,15 +5,15 @@
 
 // The libraries write pages of text while they look for devices. The only way to silence them all
 // is to redirect descriptor 2. At most one object, made before any thread is started.
-class LibraryNoise {
+class SilencedLibraries {
   public:
     // Redirects descriptor 2 to /dev/null, unless no descriptor is free. When a library then aborts
     // the process, the user is told.
-    LibraryNoise();
+    SilencedLibraries();
     // Makes descriptor 2 the user's stderr again.
-    ~LibraryNoise();
-    LibraryNoise(const LibraryNoise&) = delete;
-    LibraryNoise& operator=(const LibraryNoise&) = delete;
+    ~SilencedLibraries();
+    SilencedLibraries(const SilencedLibraries&) = delete;
+    SilencedLibraries& operator=(const SilencedLibraries&) = delete;
 
     // Returns the user's stderr, valid while this object lives.
     FILE* messages() const { return messages_ != nullptr ? messages_ : stderr; }
