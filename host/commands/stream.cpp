@@ -73,7 +73,7 @@ class SoundStream {
             lostSamples_ += frame.codes.size();
     }
 
-    // Waits for the reader, when the module has stopped.
+    // Waits for the reader. Called after the module has stopped.
     void finish(int64_t endMs) {
         writer_.settle();
         const uint64_t unwrittenBytes = writer_.unwrittenBytes();
@@ -148,8 +148,9 @@ int streamInput(const std::vector<std::string>& inputs, double seconds, const Co
         throw std::runtime_error("cannot write the sound to stdout: " +
                                  std::string(std::strerror(writeError)));
     if (stream->lostSeconds() > 0 && !readerHasLeft())
-        throw std::runtime_error(std::to_string(std::lround(std::ceil(stream->lostSeconds()))) +
-                                 " seconds of sound were left out, as stdout did not take them");
+        throw std::runtime_error("sound was left out, as stdout did not take it: " +
+                                 std::to_string(std::lround(std::ceil(stream->lostSeconds()))) +
+                                 " s");
     if (stream->recording().frames == 0 && !readerHasLeft())
         throw std::runtime_error("nothing was captured; " + SeeDoctor);
     return accountBalances ? Succeeded : Failed;

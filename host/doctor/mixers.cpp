@@ -33,9 +33,8 @@ std::filesystem::path controlOf(int card) {
 }
 
 std::string adviceOnUnreadable(int card) {
-    return "hide the card from the host, which a sound server may go on using (in the host's "
-           "systemd unit: InaccessiblePaths=-" +
-           controlOf(card).string() + "), or do without it: echo blacklist " + driverOf(card) +
+    return "hide the card from the host only (in its systemd unit: InaccessiblePaths=-" +
+           controlOf(card).string() + "), or disable the card: echo blacklist " + driverOf(card) +
            " | sudo tee /etc/modprobe.d/tamborin.conf, and restart the machine";
 }
 
@@ -74,7 +73,7 @@ Finding examineElement(const std::string& label, const CaptureElement& read) {
 struct ExclusiveSwitches {
     int count = 0;
     std::string labels;
-    std::string lastTurnedOn;  // by the module, so it stays on; empty when it turns none on
+    std::string lastTurnedOn;  // by the module; this one stays on; empty: the module turns none on
 };
 
 Finding explained(const ExclusiveSwitches& switches) {

@@ -8,6 +8,6 @@
 // and why, or an empty text.
 std::string trySave(const std::filesystem::path& folder);
 
-// Returns why a save could not replace the file at the path (a link itself, not its target), or an
-// empty text when it could or nothing is there. Changes nothing.
+// Returns why a save could not replace the file, or an empty text. A missing file is replaceable. A
+// link is replaced itself, not its target. Changes nothing.
 std::string whyNotReplaceable(const std::filesystem::path& path);
