@@ -28,7 +28,6 @@ class Grammar {
             addCommand(line_);
     }
 
-    // Returns the chosen command, or nothing after it has printed a help text or the version.
     std::optional<Command> parse() {
         try {
             app_.parse(argc_, argv_);

@@ -29,10 +29,10 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The options of all commands. Paths are absolute, except a module's name without a slash.
+// The options of all commands. Paths are absolute.
 struct CommonOptions {
     std::filesystem::path folder = ".";  // of the settings file
-    std::filesystem::path module;        // the library
+    std::filesystem::path module;        // the library's path, or a name (ModuleHost)
     int32_t logLevel = LogError;         // lines below are not shown
     ConsoleOptions console;
     bool showsLibraryNoise = false;  // what the audio libraries write to stderr
@@ -48,9 +48,9 @@ struct Command {
     enum class Needs { Nothing, SilencedLibraries, SettingsFolder };
 
     Needs needs = Needs::SettingsFolder;
-    // Throws UsageError when options exclude each other. May reserve stdout for sound.
+    // Throws UsageError when options do not fit. May change them and `common`.
     std::function<void(CommonOptions& common)> check = [](CommonOptions&) {};
-    // Reads and checks files that the user names, before the settings folder is entered.
+    // Checks and reads what the command needs, before the settings folder is entered.
     std::function<void(Console& console)> prepare = [](Console&) {};
     // Returns the exit status.
     std::function<int(const CommonOptions& common, Console& console)> run;
@@ -67,8 +67,8 @@ Command commandWith(
                                   Console& console) { return run(*options, common, console); }};
 }
 
-// The command line while commands declare themselves. The variables that options fill must live as
-// long as the command: its functions own them (commandWith).
+// Collects the commands and their options. The variables that options fill must live as long as
+// the command: the command's functions own them (commandWith).
 class CommandLine {
   public:
     // `app` holds the whole grammar, `arguments` are those of main. Both must outlive this.
@@ -82,8 +82,8 @@ class CommandLine {
     // process by that program, which reads them itself. It throws std::runtime_error if it cannot.
     void addForwarded(const char* name, const char* help, void (*become)(char** arguments));
 
-    // Adds an option that names a file or folder. After parsing the path is absolute, or empty if
-    // it was empty and the user gives none.
+    // Adds an option that names a file or folder. After parsing the path is absolute; an empty
+    // default stays empty.
     void addPath(CLI::App& command, const char* name, std::filesystem::path& path,
                  const std::string& help);
     // Adds the argument "file", which must exist. After parsing the path is absolute.
@@ -117,5 +117,5 @@ void addFlag(CLI::App& command, const char* name, bool& flag, const char* help);
 void addOut(CLI::App& command, std::filesystem::path& folder, const char* help);
 // Adds --input for several channels.
 void addInputs(CLI::App& command, std::vector<std::string>& channels);
-// Adds --input or --output for one channel, so that a file may follow it.
+// Adds --input or --output, which takes exactly one channel, so that a file may follow.
 void addChannel(CLI::App& command, const char* name, std::vector<std::string>& channels);

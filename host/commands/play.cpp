@@ -25,7 +25,7 @@ void prepare(Options& options, Console& console) {
     options.clip = readClip(options.file, options.seconds, console);
 }
 
-// Fails when the clip was not played.
+// Fails when the output stops taking sound.
 int run(const Options& options, const CommonOptions& common, Console& console) {
     Session session(common.session(options.seconds), console, endProcess);
     const ChannelDescription output = chooseOutputs(session.channels(), options.outputs).front();

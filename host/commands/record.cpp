@@ -32,7 +32,8 @@ struct Options {
     double secondsPerFile = 0;                 // 0: one file
 };
 
-// With --out - stdout carries one input's sound and nothing else. Refuses what does not fit that.
+// Makes a folder's path absolute. For "-" refuses the options that exclude sound on stdout, and
+// reserves stdout for it.
 void checkOut(Options& options, CommonOptions& common) {
     if (options.out != StandardOutput)
         return makeAbsolute(options.out);

@@ -10,7 +10,7 @@
 constexpr const char* StandardOutput = "-";
 
 // Writes the sound of one input to stdout as a WAV stream, until the reader leaves or the session
-// ends. Missing sound is not replaced by silence. Throws std::runtime_error when nothing was
-// captured, or when stdout did not take all, unless the reader has left.
+// ends. Missing sound is not replaced by silence. Unless the reader has left, throws
+// std::runtime_error when nothing was captured or stdout did not take all.
 int streamInput(const std::vector<std::string>& inputs, double seconds, const CommonOptions& common,
                 Console& console);

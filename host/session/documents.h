@@ -30,7 +30,7 @@ std::string announcedVersion(std::string_view xml);
 // Returns whether a status document reports an alarm; nothing when `xml` is another document.
 std::optional<bool> reportedAlarm(std::string_view xml);
 
-// Returns a configuration that enables or disables channels. A positive `bufferLength` (ms) is set.
+// Returns a configuration that enables or disables channels. Sets `bufferLength` (ms) if positive.
 std::string enablingDocument(const std::vector<int>& numbers, bool enabled, int bufferLength);
 // Returns a configuration that names a channel, enables or disables it, or does both.
 std::string changingDocument(int number, const std::optional<std::string>& name,

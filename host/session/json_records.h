@@ -7,6 +7,6 @@
 #include "plugin/tamborin.h"
 
 // Returns the record as one line, and with it the host's answer when the record asks which log
-// lines are wanted. Of sound it tells the number of samples and their peak. With `isAscii` all
-// other characters are escaped, else the line is UTF-8. Any thread.
+// lines are wanted. For sound the line has the number of samples and their peak. With `isAscii`
+// the line is ASCII with escapes, else UTF-8. Any thread.
 std::string jsonLine(const HostMessage& message, int32_t answer, bool isAscii);

@@ -10,7 +10,7 @@
 
 struct LogFact {
     enum class Kind {
-        StreamRestarted,   // the channel's stream was silent for too long
+        StreamRestarted,   // the channel's stream had not called back for too long
         DeviceFound,       // the module uses the device for one direction
         DeviceNotAllowed,  // the module does not open devices of this name
         DeviceOfOtherApi,  // the device is not of PortAudio's default host API

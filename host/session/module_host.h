@@ -29,10 +29,10 @@ struct ModuleLoadError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Receives the module's records. Called on the module's threads, on several at once. Arguments are
-// valid only during the call. Of the functions that change the ModuleHost it may call only
-// `configure` and `play`. While it gets a log line it may not call `play` either, nor wait for a
-// thread that does, for example by a mutex.
+// Receives the module's records. Called on several threads at once, the caller's included.
+// Arguments are valid only during the call. Of the functions that change the ModuleHost it may call
+// only `configure` and `play`. While it gets a log line it may not call `play` either, nor wait for
+// a thread that does, for example by a mutex.
 struct ModuleListener {
     // Gets every record, unparsed, with the host's answer to it. The buffer of a
     // KindBufferRelease record is freed before the call.

@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 constexpr auto ModuleTimeout = 20s;
 constexpr auto StopPatience = 1s;
 constexpr auto LookInterval = 100ms;
-constexpr auto SoundTimeout = 10s;  // an input may need two seconds to start; some stay silent
+constexpr auto SoundTimeout = 10s;  // an input may need two seconds to start; some never do
 
 }  // namespace
 

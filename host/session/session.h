@@ -19,13 +19,13 @@ struct SessionOptions {
     double seconds = 0;            // 0: until stopped
 };
 
-// Prints a line for the user and ends the process; does not return.
+// The type of endProcess (host/terminal/end_process.h), which does not return.
 using ProcessEnd = void (*)(Console& console, const std::string& line);
 
 class Session {
   public:
     // Loads and starts the module, which finds its settings in the working directory, and waits for
-    // its description. `listener` is called on the module's threads, at least with the log lines of
+    // its description. `listener` is called on several threads, at least with the log lines of
     // `listenerLevel` and above. Throws std::runtime_error, also when a signal comes meanwhile.
     // Calls `endProcess` when the module hangs, as do enable, send, finish and the destructor.
     Session(const SessionOptions& options, Console& console, ProcessEnd endProcess,

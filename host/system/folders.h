@@ -15,7 +15,7 @@ void readyFile(const std::filesystem::path& file, const char* option);
 // Returns the file's bytes, or an empty text when it cannot be read.
 std::string contentOf(const std::filesystem::path& file);
 
-// Leaves an empty path empty. Follows links as far as they lead to something: the path of a pipe,
-// or behind a folder that may not be searched, is only made absolute. Throws std::runtime_error
-// when the working directory is gone.
+// Leaves an empty path empty. Follows links where they can be resolved. A path such as /dev/fd/63
+// of a pipe, or in a folder that may not be searched, is only made absolute. Throws
+// std::runtime_error when the working directory is gone.
 void makeAbsolute(std::filesystem::path& path);

@@ -4,5 +4,5 @@
 #include <filesystem>
 
 // Returns the path of the file `name`: beside the running program if it is there (in a build tree),
-// else in the folder `installed`, relative to the program's. Without /proc it returns `name` alone.
+// else in `installed`, relative to the program's folder. Without /proc it returns `name` alone.
 std::filesystem::path partOfTool(const char* name, const char* installed);
