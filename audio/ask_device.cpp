@@ -5,8 +5,8 @@
 #include <cerrno>
 #include <cstdarg>
 
-// These symbols are weak, so that the module also loads with an ALSA library that has only mixer
-// functions. They are null then.
+// These symbols are weak, so that the module also loads with an ALSA library that lacks them.
+// They are null then.
 #pragma weak snd_pcm_open
 #pragma weak snd_pcm_close
 // Declared here because ALSA's header gives this C function the linkage of C++.

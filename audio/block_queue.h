@@ -15,9 +15,9 @@ struct AudioBlock {
     const uint8_t* data = nullptr;   // captured: 16-bit samples; playback: the host's mu-law codes
     std::unique_ptr<int16_t[]> pcm;  // playback: the decoded samples, once the worker has made them
     uint32_t count = 0;              // samples
-    bool played = false;             // the callback has played the last sample
+    bool played = false;             // the callback needs no more of it
     bool hostOwned = false;          // destroying the block hands data back to the host
-    uint32_t samplesPlayed = 0;      // how many samples of pcm
+    uint32_t samplesPlayed = 0;
     AudioBlock* newer = nullptr;
     AudioBlock* older = nullptr;
 };

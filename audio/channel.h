@@ -43,12 +43,11 @@ class Channel {
     // ---- stream (audio/channel_stream.cpp)
     // Opens and starts the stream when the channel has a device and no stream. Leaves alone a
     // stream that is open but not running: the watchdog restarts it. Stores PortAudio's result in
-    // startResult. After a failure OpenRetry decides when it tries again. May wait inside PortAudio
-    // or ALSA for seconds.
+    // startResult. After a failure OpenRetry decides when a call tries again. May wait inside
+    // PortAudio or ALSA for seconds.
     void openStream();
-    // Returns true while the device has to be asked before an open. The worker then calls
-    // openStream for an input on every pass instead of isTimedOut. openStream limits how often it
-    // asks.
+    // Returns OpenRetry's answer. While it is true, the worker calls openStream for an input on
+    // every pass instead of isTimedOut. openStream limits how often it asks.
     bool isDeviceInDoubt() const { return retry.isDeviceInDoubt(); }
     // Closes the stream, if there is one. Audio that the device still holds is dropped.
     void closeStream();

@@ -32,9 +32,9 @@ void Channel::openStream() {
         startStream();
 }
 
-// Returns whether the stream may be opened now. Asks the device first when opens have failed too
-// often, and then returns false: the question may take seconds, and the worker checks for a stop
-// before a later pass opens. Not called with queueLock held, because Write would wait for it.
+// Returns whether the stream may be opened now. After too many failures it asks the device and
+// returns false. The question may take seconds, so a later pass opens the stream, after a look for
+// a stop. Not called with queueLock held, because Write would wait for it.
 bool Channel::prepareOpen() {
     switch (retry.next(steadyTick())) {
         case OpenRetry::Step::Open:

@@ -6,9 +6,9 @@
 
 #include "base/real_time.h"
 
-// It is set with the lock held, or by the worker itself. The worker takes it before it acquires the
+// A hint is set with the lock held, or by the worker. The worker clears it before it acquires the
 // lock. The lock orders everything else, so relaxed memory order is enough. A hint that is set just
-// after it was taken is seen on the next pass.
+// after it was cleared is seen on the next pass.
 class Hint {
   public:
     void set() RT_SAFE { isSet_.store(true, std::memory_order_relaxed); }

@@ -23,7 +23,8 @@ class Watchdog {
     // Begins a whole period for the first callback of a stream. Called after the stream was opened,
     // so the time that the opening took does not count. Worker thread.
     void beginPeriod(SteadyTime now) {
-        // A callback that re-arms between the two lines loses nothing: a whole period begins here.
+        // A callback between the test and the subtraction goes unnoticed, but a whole period begins
+        // here anyway.
         if (hasCalledBack())
             units_.fetch_sub(1);
         end_ = now + Period;

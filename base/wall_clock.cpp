@@ -1,4 +1,4 @@
-// Apart from clock.cpp, which benchmarks replace without this.
+// A file of its own, because benchmarks replace only clock.cpp.
 #include <ctime>
 
 #include "base/clock.h"

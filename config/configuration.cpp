@@ -135,7 +135,7 @@ bool DocumentApplier::applyEnabling(const TiXmlElement* encoder) {
 }
 
 // Opens the streams of enabled inputs (or disables these when the mixers failed) and closes those
-// of disabled channels. Any output's is opened later, when audio is queued.
+// of disabled channels. An output's stream is opened later, when audio is queued.
 void DocumentApplier::applyStreams(bool mixersFailed) {
     for (const auto& [id, channel] : state_.channels) {
         if (!channel->Enabled) {

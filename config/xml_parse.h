@@ -8,11 +8,8 @@
 #include "config/xml_bounds.h"
 
 // Fills `document` from `text`, up to its first error. Returns true when the text is well-formed to
-// its end. Before it parses, it removes the elements beyond the bounds from `text`, and pads it
-// as a second guard: TinyXML would read behind a text that ends inside a character. Any thread;
-// throws std::bad_alloc.
-//
-// The text is converted to UTF-8 first and read as UTF-8, whatever encoding it declares. Documents
-// are saved as UTF-8: a byte of another encoding in a name, even one made from "&#xE9;", would make
-// the settings file unreadable.
+// its end. Before it parses, it converts `text` to UTF-8, removes the elements beyond the bounds
+// and pads it with zeros, because TinyXML would read behind a text that ends inside a character.
+// The text is read as UTF-8, whatever encoding it declares, because documents are saved as UTF-8.
+// Any thread; throws std::bad_alloc.
 bool parseXml(TiXmlDocument& document, std::string& text, const XmlBounds& bounds = {});

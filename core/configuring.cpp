@@ -16,7 +16,8 @@ namespace {
 
 class TinyOneDoc : public TiXmlDocument {};
 
-// Reads it from the file's first Devices, whatever its ID: PortAudio's start needs it.
+// Reads ForceOsServices, which is passed to PortAudio's start, from the first Devices element,
+// whatever its ID.
 void readForceOsServices(bool& forceOsServices) {
     TiXmlDocument document;
     if (!LoadXmlFile(document, SettingsPath) || document.RootElement() == nullptr)

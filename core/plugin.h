@@ -70,11 +70,11 @@ class CPlugin {
 
     HostMessageQueue messageQueue GUARDED_BY(queueMutex);
     Mutex queueMutex;  // host threads wait for it, the worker only tries it
+    std::unique_ptr<MessageHandlers> handlers;  // only the worker uses these two
+    std::string textBuffer;                     // text of the document that is being applied
     std::atomic<bool> stopRequested{false};
 
     // Only the worker uses the members below, without a lock. Host threads only look up channels.
-    std::unique_ptr<MessageHandlers> handlers;
-    std::string textBuffer;     // text of the document that is being applied
     bool audioStarted = false;  // PortAudio is up
     // True once everything in the settings file is in memory. Before that a save would lose it.
     bool settingsHeld = false;

@@ -86,8 +86,8 @@ void CPlugin::serveChannel(Channel& channel) {
     drainCaptured(channel);
 }
 
-// Sends as many blocks as are queued at the beginning, but tries at least four. Without a limit
-// a host whose callback takes longer than the 256 ms of a frame would keep the worker here.
+// Sends at most as many blocks as are queued at the beginning, or four if fewer are. Without a
+// limit a host whose callback takes longer than the 256 ms of a frame would keep the worker here.
 void CPlugin::drainCaptured(Channel& channel) const {
     constexpr size_t FewestBlocks = 4;
     for (size_t left = std::max(channel.queuedBlocks(), FewestBlocks); left > 0; --left) {

@@ -44,7 +44,7 @@ class Grammar {
         if (!line_.chosen())
             throw UsageError("name a command; see 'tamborin-host --help'");
         // Made absolute, because the working directory will change. A name without a slash stays as
-        // it is, so that the dynamic linker searches for it.
+        // it is (ModuleHost).
         if (common_.module.has_parent_path())
             makeAbsolute(common_.module);
         line_.makePathsAbsolute();

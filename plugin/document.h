@@ -10,8 +10,8 @@
 // Throws std::bad_alloc.
 TiXmlElement& addElement(TiXmlNode& parent, const char* name);
 
-// Begins an empty document with <?xml ?><Varo> and returns that root element. The root of
-// a complete document has Delta="0" for the host. Throws std::bad_alloc.
+// Writes <?xml ?><Varo> into the empty document and returns that root element. `isComplete` adds
+// Delta="0": true for all documents but the status. Throws std::bad_alloc.
 TiXmlElement& beginDocument(TiXmlDocument& document, bool isComplete);
 
 // Compact has no white space between elements and is for the host, Indented is for files.

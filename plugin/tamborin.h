@@ -70,8 +70,8 @@ enum {
     KindBufferRelease = 512   /* data is a host buffer that the module hands back */
 };
 
-/* The only audio format: the rate in Hz, and the samples of a captured frame, the most that is
- * played of a written block. They are no enumerators in C++20, which deprecates arithmetic of
+/* The only audio format: the rate in Hz, and the samples of a captured frame. Of a written block no
+ * more are played. They are no enumerators in C++20, which deprecates arithmetic of
  * enumerators with doubles. */
 #ifdef __cplusplus
 constexpr int32_t AudioSampleRate = 8000;
@@ -90,7 +90,7 @@ enum {
 
 /* HostMessage.level */
 enum {
-    LogDetail = 0,  /* routine detail; only this level sends texts above 2048 bytes whole */
+    LogDetail = 0,  /* routine detail; texts above 2048 bytes come whole, at other levels cut */
     LogInfo = 25,   /* progress and findings */
     LogNotice = 50, /* changes of state */
     LogError = 75   /* failures */
@@ -205,7 +205,7 @@ typedef struct WriteRecord {
     const void* data;
     int64_t targetId; /* the low 32 bits are the ID of an output channel */
     uint8_t reserved2[16];
-    uint64_t type; /* the record is ignored unless all bits of TypeAudio are set */
+    uint64_t type; /* TypeAudio */
 } WriteRecord;
 
 static_assert(sizeof(WriteRecord) == 64, "WriteRecord");

@@ -209,9 +209,9 @@ TEST_F(HostParts, ClipsAreReadAsFarAsWantedAndNanIsSilence) {
 TEST_F(HostParts, AClipIsFoundWhereItBegins) {
     std::vector<uint8_t> clip = builtInClip();
     clip.resize(size_t{2} * SampleRate);
-    for (const int before : {0, 500}) {
-        std::vector<uint8_t> recording(static_cast<size_t>(before), SilenceCode);
-        recording.insert(recording.end(), clip.begin(), clip.end());
+    for (const int before : {0, 500, -500}) {
+        std::vector<uint8_t> recording(static_cast<size_t>(std::max(before, 0)), SilenceCode);
+        recording.insert(recording.end(), clip.begin() + std::max(-before, 0), clip.end());
         const ClipFound found = findClip(clip, recording, [](double) {});
         EXPECT_TRUE(found.isFound());
         EXPECT_DOUBLE_EQ(found.seconds, static_cast<double>(before) / SampleRate);

@@ -57,8 +57,9 @@ grep -q "^tamborin-host: [0-9]* records were left out" err || fail "records left
 for run in "0 channels --log-level detail" "2 --unknown"; do
     read -ra arguments <<<"$run"
     status=0
-    timeout 60 "$host" "${arguments[@]:1}" >out 2>stalled || status=$?
+    timeout -k 60 120 "$host" "${arguments[@]:1}" >out 2>stalled || status=$?
     [ $status -eq "${arguments[0]}" ] || fail "${arguments[*]:1}: exit status $status: $(cat out)"
+    [ $status -ne 0 ] || grep -q default out || fail "the results are lost"
 done
 rm err
 timeout --foreground -k 60 120 "$host" record --input 0 --out - >stalled 2>err & recorder=$!

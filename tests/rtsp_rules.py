@@ -1,4 +1,4 @@
-"""What the RTSP server asks of its clients, who are raw sockets here.
+"""Rules that the RTSP server keeps. Its clients are raw sockets here.
    rtsp_rules.py RTSP_URL HTTP_URL RULE [ARGUMENTS]"""
 import json, math, os, socket, sys, threading, time, urllib.request
 

@@ -14,7 +14,7 @@
 #include "host/terminal/console.h"
 #include "plugin/tamborin.h"
 
-// Only command.cpp and command_line.cpp include the library, which takes long to compile.
+// Not included, because CLI11 takes long to compile.
 namespace CLI {
 class App;
 }
@@ -29,7 +29,7 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The options of all commands. Paths are absolute.
+// The options of all commands. Paths are absolute, but for a module's name.
 struct CommonOptions {
     std::filesystem::path folder = ".";  // of the settings file
     std::filesystem::path module;        // the library's path, or a name (ModuleHost)
@@ -112,7 +112,7 @@ void addSeconds(CLI::App& command, const char* name, double& seconds, double lea
                 const char* help);
 // Adds an option without a value.
 void addFlag(CLI::App& command, const char* name, bool& flag, const char* help);
-// Adds --out, the folder of the recordings. The command makes it absolute, or takes it for
+// Adds --out, the folder of the recordings. The command makes it absolute, or reads it as
 // StandardOutput.
 void addOut(CLI::App& command, std::filesystem::path& folder, const char* help);
 // Adds --input for several channels.

@@ -29,7 +29,7 @@ struct Options {
     std::filesystem::path picture;             // empty: none
     std::vector<std::string> inputs;           // empty: all with a device
     double seconds = 0;                        // 0: until stopped
-    double secondsPerFile = 0;                 // 0: one file
+    double secondsPerFile = 0;                 // 0: as long as a file may be
 };
 
 // Makes a folder's path absolute. For "-" refuses the options that exclude sound on stdout, and

@@ -44,7 +44,11 @@ bool showFound(Console& console, const std::vector<uint8_t>& clip, const Recordi
     const ClipFound found = findClip(clip, readCodes(recording.firstFile),
                                      [&](double fraction) { progress.show(fraction); });
     std::array<char, 128> text{};
-    if (found.isFound())
+    if (found.isFound() && found.seconds < 0)
+        std::snprintf(text.data(), text.size(),
+                      "clip:    found, begun before the recording (correlation %.2f)",
+                      found.correlation);
+    else if (found.isFound())
         std::snprintf(text.data(), text.size(),
                       "clip:    found, %.2f s into the recording (correlation %.2f)", found.seconds,
                       found.correlation);

@@ -16,7 +16,7 @@ using Verdict = Finding::Verdict;
 
 constexpr unsigned SamplesPerMs = AudioSampleRate / 1000;
 constexpr snd_pcm_uframes_t CallbackSamples = AudioFrameSamples;
-// Between the 42 ms of ALSA's own dsnoop and the 512 ms of two periods as long as a callback.
+// Separates ALSA's own dsnoop (42 ms) from two periods as long as a callback (512 ms).
 constexpr unsigned EnoughMs = 3 * CallbackSamples / 2 / SamplesPerMs;
 
 struct Closer {

@@ -15,10 +15,8 @@ constexpr std::array EndingSignals{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
 
 termios terminalBefore{};  // for the signal handler
 
-void restoreTerminal() { tcsetattr(STDIN_FILENO, TCSAFLUSH, &terminalBefore); }
-
 void endBySignal(int signal) {
-    restoreTerminal();
+    tcsetattr(STDIN_FILENO, TCSANOW, &terminalBefore);  // never waits for the terminal
     raise(signal);  // ends the process when this handler returns, by SA_RESETHAND
 }
 
@@ -32,14 +30,17 @@ class SilentTerminal {
         ending.sa_handler = endBySignal;
         ending.sa_flags = static_cast<int>(SA_RESETHAND);
         sigfillset(&ending.sa_mask);
-        for (size_t i = 0; i < EndingSignals.size(); ++i)
-            sigaction(EndingSignals[i], &ending, &before_[i]);
+        for (size_t i = 0; i < EndingSignals.size(); ++i) {
+            sigaction(EndingSignals[i], nullptr, &before_[i]);
+            if (before_[i].sa_handler != SIG_IGN)
+                sigaction(EndingSignals[i], &ending, nullptr);
+        }
         termios silent = terminalBefore;
         silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
         tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
     }
     ~SilentTerminal() {
-        restoreTerminal();
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &terminalBefore);
         for (size_t i = 0; i < EndingSignals.size(); ++i)
             sigaction(EndingSignals[i], &before_[i], nullptr);
     }

@@ -55,7 +55,7 @@ struct ChannelState {
     double level = 0;        // peak of the last frame, 0 to 1; 0 when none came for three seconds
     int64_t lastFrame = 0;   // Unix time (ms) of its capture; 0: none came yet
     int clients = 0;         // clients that listen to the input or talk on the output
-    bool isKeptOff = false;  // disabled by `change`, so that listening does not enable it
+    bool isKeptOff = false;  // disabled by `change`, so that clients do not enable it
 };
 
 struct HubLogLine {

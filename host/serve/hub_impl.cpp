@@ -157,8 +157,9 @@ TalkAnswer HubImpl::beginTalk(int number) {
         if (!line->begin())
             return {nullptr, TalkRefusal::Busy};
     }
+    auto talk = std::make_unique<Talk>(shared_from_this(), number);
     adaptToClients(number);
-    return {std::make_unique<Talk>(shared_from_this(), number), TalkRefusal::None};
+    return {std::move(talk), TalkRefusal::None};
 }
 
 void HubImpl::endTalk(int number) {

@@ -18,7 +18,7 @@ void addCommonOptions(CLI::App& app, ServeCommandLine& line) {
         ->capture_default_str();
     app.add_option("--module", session.module, "the module's library")->capture_default_str();
     app.add_option("--log-level", session.logLevel, "show the module's log from this level on")
-        ->transform(CLI::CheckedTransformer(levels, CLI::ignore_case));
+        ->transform(CLI::Transformer(levels, CLI::ignore_case));
     app.add_flag("--quiet", line.console.quiet, "only results and errors");
     app.add_flag("--library-noise", line.showsLibraryNoise,
                  "show what the audio libraries write to stderr");

@@ -1,6 +1,7 @@
 #include "host/serve/state_json.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 namespace {
@@ -8,7 +9,8 @@ namespace {
 constexpr int64_t SilenceTime = 3500;  // ms without a frame, a little more than the watchdog waits
 
 bool isRecording(const ChannelState& channel, int64_t now) {
-    return channel.lastFrame > 0 && now < channel.lastFrame + SilenceTime;
+    // After the clock was set back the last frame may lie in the future.
+    return channel.lastFrame > 0 && std::abs(now - channel.lastFrame) < SilenceTime;
 }
 
 }  // namespace

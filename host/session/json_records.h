@@ -6,7 +6,7 @@
 
 #include "plugin/tamborin.h"
 
-// Returns the record as one line, and with it the host's answer when the record asks which log
-// lines are wanted. For sound the line has the number of samples and their peak. With `isAscii`
+// Returns the record as one line. A record that asks which log lines are wanted also gets the
+// host's answer. For sound the line has the number of samples and their peak. With `isAscii`
 // the line is ASCII with escapes, else UTF-8. Any thread.
 std::string jsonLine(const HostMessage& message, int32_t answer, bool isAscii);

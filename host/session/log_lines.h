@@ -10,7 +10,7 @@
 
 struct LogFact {
     enum class Kind {
-        StreamRestarted,   // the channel's stream had not called back for too long
+        StreamRestarted,   // the channel had no running stream for too long
         DeviceFound,       // the module uses the device for one direction
         DeviceNotAllowed,  // the module does not open devices of this name
         DeviceOfOtherApi,  // the device is not of PortAudio's default host API
@@ -27,7 +27,7 @@ struct LogFact {
     bool operator==(const LogFact&) const = default;
 };
 
-// The log level from which the module logs all of these facts.
+// The lowest level of the lines that tell these facts.
 constexpr int32_t LogFactLevel = LogDetail;
 
 // Returns the fact that a line tells, or nothing when it tells none of the above. Any thread.

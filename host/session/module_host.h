@@ -29,10 +29,10 @@ struct ModuleLoadError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Receives the module's records. Called on several threads at once, the caller's included.
-// Arguments are valid only during the call. Of the functions that change the ModuleHost it may call
-// only `configure` and `play`. While it gets a log line it may not call `play` either, nor wait for
-// a thread that does, for example by a mutex.
+// Receives the module's records. Called on several threads at once, also inside the
+// constructor and `stop`. Arguments are valid only during the call. Of the functions that change
+// the ModuleHost it may call only `configure` and `play`. While it gets a log line it may not call
+// `play` either, nor wait for a thread that does, for example by a mutex.
 struct ModuleListener {
     // Gets every record, unparsed, with the host's answer to it. The buffer of a
     // KindBufferRelease record is freed before the call.
@@ -52,9 +52,9 @@ struct BufferAccount {
 // functions that say so may be called on any thread, the others on one thread.
 class ModuleHost {
   public:
-    // Loads and opens the module, which announces itself. The dynamic linker searches for a path
-    // without a slash. `logThreshold` is the lowest level of the log lines that are wanted. Throws
-    // ModuleLoadError.
+    // Loads and opens the module, which announces itself. The dynamic linker finds a library
+    // whose path has no slash. `logThreshold` is the lowest level of the log lines that are wanted.
+    // Throws ModuleLoadError.
     ModuleHost(const std::filesystem::path& library, ModuleListener listener, int32_t logThreshold);
     // Stops and unloads the module.
     ~ModuleHost();
@@ -72,7 +72,7 @@ class ModuleHost {
     bool play(int32_t channelId, std::span<const uint8_t> codes);
     // Returns the account of all loans. Any thread.
     BufferAccount buffers() const;
-    // Returns the account of the loans for one channel; documents have channel 0. Only the account
+    // Returns the account of the loans for one channel; documents have the ID 0. Only the account
     // of all loans counts faults. Any thread.
     BufferAccount buffers(int32_t channelId) const;
     // Returns the samples lent for this output that have not come back. Any thread.

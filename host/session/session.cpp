@@ -62,20 +62,20 @@ Session::~Session() {
 ModuleListener Session::composed(const ModuleListener& listener) {
     ModuleListener all = listener;
     if (console_.wantsRecords())
-        all.onRecord = [this, heard = listener.onRecord](const HostMessage& message,
-                                                         int32_t answer) {
+        all.onRecord = [this, next = listener.onRecord](const HostMessage& message,
+                                                        int32_t answer) {
             // Only ASCII on a terminal, which would obey control characters beyond ASCII.
             console_.record(jsonLine(message, answer, isatty(STDOUT_FILENO) != 0));
-            heard(message, answer);
+            next(message, answer);
         };
-    all.onLog = [this, heard = listener.onLog](int32_t level, std::string_view text) {
+    all.onLog = [this, next = listener.onLog](int32_t level, std::string_view text) {
         if (level >= options_.logLevel)
             console_.logLine(level, text);
-        heard(level, text);
+        next(level, text);
     };
-    all.onDocument = [this, heard = listener.onDocument](std::string_view xml, int64_t kind) {
+    all.onDocument = [this, next = listener.onDocument](std::string_view xml, int64_t kind) {
         onDocument(xml);
-        heard(xml, kind);
+        next(xml, kind);
     };
     return all;
 }
@@ -97,9 +97,8 @@ bool Session::isDescribed(int times) {
     return described_.wait_for(held, LookInterval, [&] { return descriptions_ >= times; });
 }
 
-// Ends the process. The module's thread is in a library that waits for the sound server without a
-// limit, and destructors would wait for that thread. Recordings are complete files at any moment,
-// so that none is lost.
+// Ends the process, because the module's thread is blocked in the audio library. Recordings are
+// complete files at any moment, so none is lost.
 void Session::giveUp(const std::string& line) {
     endProcess_(console_, line);
     std::abort();

@@ -10,7 +10,7 @@
 
 struct ClipFound {
     double correlation = 0;  // 1: identical except for loudness
-    double seconds = 0;      // in the recording, where the clip begins; negative: before it
+    double seconds = 0;  // where the clip begins in the recording; negative: before the recording
     bool isFound() const { return correlation >= 0.7; }
 };
 

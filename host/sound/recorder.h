@@ -36,7 +36,7 @@ class Recorder {
              double secondsPerFile, int64_t beginMs);
 
     // Appends a frame that arrived at a steady time (ms). Ignores frames of other channels. The
-    // frame's own time only names files: the clock may be set. Module's thread.
+    // frame's own time only names files, because the clock may be set meanwhile. Module's thread.
     void onFrame(const CapturedFrame& frame, int64_t arrival);
     // Closes the files at a steady time (ms). Ignores all later frames. Any thread.
     void finish(int64_t endMs);

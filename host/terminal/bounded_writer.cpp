@@ -30,8 +30,8 @@ bool isWritable(int descriptor) {
 }  // namespace
 
 struct BoundedWriter::Shared {
-    Shared(int fd, size_t most, bool (*mayStop)(), std::function<void(int)> told)
-        : descriptor(fd), mostBytes(most), mayGiveUp(mayStop), onFailure(std::move(told)) {}
+    Shared(int fd, size_t most, bool (*giveUp)(), std::function<void(int)> told)
+        : descriptor(fd), mostBytes(most), mayGiveUp(giveUp), onFailure(std::move(told)) {}
 
     const int descriptor;
     const size_t mostBytes;
@@ -130,8 +130,10 @@ bool BoundedWriter::write(std::string text) {
 
 void BoundedWriter::settle() {
     std::unique_lock held(shared_->mutex);
+    // A write to a file on a disk that hangs blocks, although the file counts as writable.
     const auto isStalled = [&] {
-        return Clock::now() > shared_->progress + Patience && !isWritable(shared_->descriptor);
+        const auto waited = Clock::now() - shared_->progress;
+        return waited > (isWritable(shared_->descriptor) ? 10 * Patience : Patience);
     };
     while (!shared_->texts.empty() && !(shared_->mayGiveUp() && isStalled()))
         shared_->changed.wait_for(held, LookInterval);

@@ -12,7 +12,8 @@ class BoundedWriter {
   public:
     // At most `mostBytes` wait to be written; a longer text is taken only when nothing else waits.
     // `onFailure` gets the errno of a failed write, on the writing thread. Nothing is written after
-    // a failure. Leave the descriptor open: a blocked write may outlive this.
+    // a failure. Leave the descriptor open: a blocked write may outlive this. `mayGiveUp` is for
+    // settle; it must not wait.
     BoundedWriter(
         int descriptor, size_t mostBytes, bool (*mayGiveUp)(),
         std::function<void(int)> onFailure = [](int) {});
@@ -25,7 +26,7 @@ class BoundedWriter {
     // waits. Any thread.
     bool write(std::string text);
     // Waits until all is written or a write has failed. While `mayGiveUp` returns true, also
-    // gives up when the reader has taken nothing for a second.
+    // gives up when the reader has taken nothing for a second, or a file for ten.
     void settle();
     bool isSettled() const;
     // Returns the number of texts that are not written to their end, the waiting ones included.

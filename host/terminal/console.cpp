@@ -136,7 +136,8 @@ void Console::finishResults() {
                                  " records were left out, as stdout did not take them");
 }
 
-// A result on stdout waits for the messages before it, because both may go to one terminal.
+// A result on stdout waits for the messages before it, unless their reader stalls, because both may
+// go to one terminal.
 void Console::writeLine(FILE* file, const Line& line) {
     const bool isColoured = file == out_ ? outColours_ : errColours_;
     const std::string text = shown(line, isColoured) + "\n";

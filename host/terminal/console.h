@@ -3,7 +3,8 @@
 // Results and remarks go to stdout, or to stderr when stdout carries records or sound. Errors, log
 // lines and progress go to stderr. Results and remarks on stdout wait for their reader. Records,
 // sound, and all that goes to stderr are written by other threads, and dropped when their reader
-// stalls. The end waits for the readers of records and sound until the user stops the tool.
+// stalls. At its end the tool waits for the readers of records and sound, until the user
+// stops it.
 #pragma once
 
 #include <atomic>
@@ -61,7 +62,8 @@ class Console {
     // they are printed like other messages.
     void status(const std::vector<std::string>& lines);
     void clearStatus();
-    // Waits until all results or records are written. Throws std::runtime_error when some were not.
+    // Waits until all results or records are written. Throws std::runtime_error when some were not,
+    // unless their reader has left.
     void finishResults();
     // Waits until all records and messages are written, as BoundedWriter::settle does.
     void settle();

@@ -145,12 +145,12 @@ class Panel {
         const double low = waveY(wave, column.low / FullScale);
         canvas_.fillRectangle(Wave, x, high, 1, std::max(low - high, 1.0));
         const double peak = std::max(int{column.high}, -int{column.low}) / FullScale;
-        const double effective = std::sqrt(column.squares / column.samples) / FullScale;
+        const double rms = std::sqrt(column.squares / column.samples) / FullScale;
         const double bottom = level + LevelHeight;
         const double peakY = levelY(level, decibels(peak));
-        const double effectiveY = levelY(level, decibels(effective));
+        const double rmsY = levelY(level, decibels(rms));
         canvas_.fillRectangle(PeakLine, x, peakY, 1, bottom - peakY);
-        canvas_.fillRectangle(Wave, x, effectiveY, 1, bottom - effectiveY);
+        canvas_.fillRectangle(Wave, x, rmsY, 1, bottom - rmsY);
     }
 
     void drawGaps(double top) {

@@ -10,9 +10,12 @@ const find = (id) => document.getElementById(id);
 let clockAhead = null;  // how far the server's clock is ahead of ours, ms
 let listening = null;
 
-// Learns the difference of the clocks from the event with the least delay so far.
+// Learns the difference of the clocks from the event with the least delay so far. A difference that
+// is much smaller comes from a clock that was set.
 function hearTime(time) {
-  clockAhead = Math.max(clockAhead ?? -Infinity, time - Date.now());
+  const ahead = time - Date.now();
+  const wasSet = clockAhead === null || ahead < clockAhead - 5000;
+  clockAhead = wasSet ? ahead : Math.max(clockAhead, ahead);
 }
 const serverNow = () => Date.now() + (clockAhead ?? 0);
 
