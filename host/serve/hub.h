@@ -16,6 +16,7 @@
 // Ownership: all Listenings, Observings and Talks must be destroyed before the hub.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -121,6 +122,9 @@ class Observing {
     const std::shared_ptr<HubImpl> hub_;
     const uint64_t key_;
 };
+
+// A client that sends nothing for so long must give its Talk back.
+constexpr std::chrono::seconds TalkPatience{10};
 
 // The right to an output, until it is destroyed. Sound that was put before is still played then.
 // Used by one thread at a time.

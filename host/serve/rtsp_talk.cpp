@@ -1,6 +1,5 @@
 #include "host/serve/rtsp_talk.h"
 
-#include "host/serve/talk_beginning.h"
 #include "host/system/steady_time.h"
 
 // Returns true when the client has the output, or gets it now. The caller holds the mutex.
@@ -25,7 +24,7 @@ void RtspTalk::giveBack() {
 
 void RtspTalk::giveBackIfIdle() {
     const std::lock_guard held(mutex_);
-    if (steadyMilliseconds() > lastPut_ + 1000 * int64_t{TalkPatience})
+    if (steadyMilliseconds() > lastPut_ + std::chrono::milliseconds(TalkPatience).count())
         talk_.reset();
 }
 

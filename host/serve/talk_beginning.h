@@ -1,12 +1,10 @@
-// Gives a client an output to talk on, or a refusal to send.
+// Gives a client an output to talk on, or the HTTP status and sentence of a refusal.
 #pragma once
 
 #include <memory>
 #include <string>
 
 #include "host/serve/hub.h"
-
-constexpr int TalkPatience = 10;  // seconds that a talker may send nothing
 
 struct TalkBeginning {
     std::unique_ptr<Talk> talk;  // null: refused

@@ -42,7 +42,7 @@ class TalkSockets::Socket {
         }
         soup_websocket_connection_send_text(socket, "{\"talking\": true}");
         timer_ = g_timeout_add_seconds(
-            TalkPatience,
+            TalkPatience.count(),
             [](gpointer self) -> gboolean {
                 return static_cast<Socket*>(self)->look() ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
             },

@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr std::chrono::seconds Patience{TalkPatience};
 constexpr guint FlowInterval = 50;  // ms
 
 std::span<const uint8_t> bytesOf(GBytes* chunk) {
@@ -35,7 +34,7 @@ class TalkUploads::Upload {
                              static_cast<Upload*>(self)->take(bytesOf(chunk));
                          }),
                          this);
-        connection_->allow(Patience);
+        connection_->allow(TalkPatience);
     }
     ~Upload() {
         g_signal_handlers_disconnect_by_data(message_.get(), this);
@@ -59,7 +58,7 @@ class TalkUploads::Upload {
     void take(std::span<const uint8_t> bytes) {
         if (talk_ == nullptr)
             return;
-        connection_->allow(Patience);
+        connection_->allow(TalkPatience);
         try {
             decoder_.take(bytes, waiting_);
         } catch (const UploadError& error) {
@@ -84,7 +83,7 @@ class TalkUploads::Upload {
             return;
         waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<std::ptrdiff_t>(count));
         taken_ += count;
-        connection_->allow(Patience);
+        connection_->allow(TalkPatience);
     }
 
     // Returns true while sound waits. Meanwhile the request is not read.
