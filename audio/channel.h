@@ -54,9 +54,9 @@ class Channel {
     // Returns true once for each period of the watchdog in which the stream has not called back.
     // Cheap enough for every pass.
     bool isTimedOut() { return watchdog.isTimedOut(steadyTick()); }
-    // Opens or restarts an output's stream when max(bufferLengthMs / 256, 1) blocks, however short,
-    // are queued. Closes it when nothing is queued. Holds queueLock while PortAudio opens or closes
-    // the stream.
+    // Opens or restarts an output's stream when at least max(bufferLengthMs / 256, 1) blocks of any
+    // length are queued. Closes it when nothing is queued. Holds queueLock while PortAudio opens or
+    // closes the stream.
     void maintainOutput(int32_t bufferLengthMs) EXCLUDES(queueLock);
 
     // ---- queue
@@ -97,7 +97,7 @@ class Channel {
     const int32_t ID;
     bool Enabled = false;
     const bool isInput;
-    const uint32_t Standard = 0;  // mu-law
+    const uint32_t Standard = 0;  // only reported
     const int32_t SampleRate = ChannelSampleRate;
     const int32_t BufSizeSamples = FramesPerBuffer;
     std::unique_ptr<TiXmlElement> Schedule;

@@ -28,8 +28,7 @@ AudioBlock* Channel::oldestUndecoded() {
 
 // A block's data and count never change and only this thread removes blocks, so both are read
 // without the lock while the samples are made. Blocks that are written meanwhile wait for the next
-// pass: a host that writes faster than the worker decodes would otherwise keep the worker
-// here.
+// pass: otherwise a host that writes faster than the worker decodes would keep the worker here.
 void Channel::preparePlayback() {
     if (!undecodedHint.take())
         return;

@@ -28,7 +28,7 @@ const std::array<int16_t, 2048>& frame() {
     return samples;
 }
 
-// From the library's loading to its end.
+// Lives from the library's loading to its unloading.
 const struct Simulation {
     Simulation() {
         fakePortAudio.hostApis.push_back({1, paALSA, "ALSA", 0, 0, 0});

@@ -60,8 +60,7 @@ void bareLoop(Latencies& latencies, const std::atomic<bool>& done) {
     }
 }
 
-// Each channel calls back 5 to 20 ms after its last callback, and not 256 ms as in reality. That
-// makes no difference: the worker has drained the channel long before.
+// Each channel calls back 5 to 20 ms after its last callback (docs/performance.md says why).
 void callBackAll(std::array<Latencies*, 2> all) {
     struct Due {
         size_t channel;

@@ -13,7 +13,7 @@
 constexpr int32_t idOf(int number) { return ChannelIdBase + 16 + number; }
 
 // The module, loaded into an empty working directory with so many devices, the inputs' channels
-// before the outputs'. Unloaded and its folder gone at the end. One at a time.
+// before the outputs'. Its destructor unloads it and removes the folder. One at a time.
 class Module {
   public:
     Module(int inputs, int outputs);

@@ -67,7 +67,7 @@ class RtspClient(asyncio.Protocol):
     async def _keep_alive(self):
         while not self.is_closed:
             await asyncio.sleep(KEEP_ALIVE)
-            with contextlib.suppress(ConnectionError):  # is_closed tells it
+            with contextlib.suppress(ConnectionError):  # is_closed shows the loss
                 await self._ask("GET_PARAMETER", self.url)
 
     def _send(self, method, url, headers=""):

@@ -22,7 +22,7 @@ import time
 from process_cpu import cpu_and_wakeups
 from rtsp_client import RtspClient, UdpReceiver
 
-TURNS = 2              # their median counts
+TURNS = 2              # their mean is shown
 COUNTS = (1, 10, 100)  # clients of one input
 SETTLING = 1           # seconds, after everybody hears something
 SECONDS = 12 * 0.256   # whole frames

@@ -16,8 +16,8 @@ namespace {
 
 class TinyOneDoc : public TiXmlDocument {};
 
-// Reads ForceOsServices, which is passed to PortAudio's start, from the first Devices element,
-// whatever its ID.
+// Reads ForceOsServices, which the check of the audio service needs before PortAudio starts, from
+// the first Devices element, whatever its ID.
 void readForceOsServices(bool& forceOsServices) {
     TiXmlDocument document;
     if (!LoadXmlFile(document, SettingsPath) || document.RootElement() == nullptr)

@@ -2,8 +2,8 @@
 #pragma once
 
 // Walks all sound cards: switches on each capture switch that is off, sets each capture volume of
-// zero to half the width of its range plus 1, and logs what each capture source selector is
-// connected to. Returns false when a capture element could not be read or set; all others are set
+// zero to (maximum - minimum) / 2 + 1, and logs what each capture source selector is connected to.
+// Returns false when a capture switch or volume could not be read or set; all others are set
 // nevertheless. An element that runs out of memory is skipped and does not count as a failure.
 // Worker thread.
 bool configureCaptureMixers() noexcept;

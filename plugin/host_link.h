@@ -17,9 +17,8 @@ extern HostCallback g_hostCallback;
 
 // Asks the host for its threshold and, when `level` reaches it, formats the line and sends it.
 // Lines of 2048 characters and more are cut to 2047 characters and a zero byte. At level 0 only a
-// line of exactly 2048 characters is cut.
-// Returns the host's answer to the line, or 0 when nothing was sent. Sends nothing when `callback`
-// is null.
+// line of exactly 2048 characters is cut. Returns the host's answer to the line, or 0 when nothing
+// was sent. Sends nothing when `callback` is null.
 [[gnu::format(printf, 4, 5)]] int32_t logMessage(int64_t moduleId, HostCallback callback,
                                                  int32_t level, const char* format, ...) noexcept;
 

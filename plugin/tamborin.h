@@ -71,7 +71,7 @@ enum {
 };
 
 /* The only audio format: the rate in Hz, and the samples of a captured frame. Of a written block no
- * more are played. They are no enumerators in C++20, which deprecates arithmetic of
+ * more are played. In C++20 they are no enumerators, because it deprecates arithmetic of
  * enumerators with doubles. */
 #ifdef __cplusplus
 constexpr int32_t AudioSampleRate = 8000;

@@ -92,7 +92,7 @@ size_t __wrap_fwrite(const void* data, size_t size, size_t count, FILE* file) {
 int __wrap_ferror(FILE* file) { return disk.hasWriteError ? 1 : __real_ferror(file); }
 int __wrap_fflush(FILE* file) { return disk.fails() ? EOF : __real_fflush(file); }
 int __wrap_fsync(int descriptor) {
-    // The store ignores a failed sync, so here only a call that is missing loses text.
+    // The store ignores a failed sync, so a failing one counts as done. A missing one loses text.
     const bool fails = disk.fails();
     struct stat status {};
     if (disk.inUse && fstat(descriptor, &status) == 0)

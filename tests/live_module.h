@@ -76,7 +76,7 @@ class LiveModule : public testing::Test {
         for (size_t at = 0; at < sound.size(); at += 2048)
             EXPECT_TRUE(module_.play(channel, std::span(sound).subspan(at, 2048)));
     }
-    // Returns whether the clip was recorded since `begin`, with its end after the last search.
+    // Returns true when the clip was recorded since `begin` and ended since the last search.
     bool isHeardSince(size_t begin) {
         std::vector<uint8_t> heard;
         {

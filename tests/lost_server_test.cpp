@@ -60,7 +60,7 @@ TEST_F(LostServer, KilledAndRestarted) {
         if (cycle > 2) {
             EXPECT_LE(now.threads, first.threads);
             EXPECT_LE(now.descriptors, first.descriptors);
-            EXPECT_LT(now.heapBytes, first.heapBytes + 262'144);  // the recording is mapped memory
+            EXPECT_LT(now.heapBytes, first.heapBytes + 262'144);  // malloc maps the recording
         }
         // In every other cycle the server dies in the middle of a clip.
         const bool isPlaying = cycle % 2 == 0;

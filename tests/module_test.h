@@ -42,7 +42,7 @@ class ModuleTest : public testing::Test {
   public:
     // Loads the module into a working directory of its own, with no devices.
     ModuleTest();
-    // Unloads it and checks that each accepted buffer came back exactly once, each other never.
+    // Unloads it and checks that each accepted buffer came back exactly once, and no other did.
     ~ModuleTest() override;
 
     static int64_t load();

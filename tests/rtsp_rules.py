@@ -55,7 +55,7 @@ class Client:
 def rtp(number, sound=160 * b"\xff", kind=0, sender=b"talk"):
     return bytes([0x80, kind]) + number.to_bytes(2, "big") + (160 * number).to_bytes(4, "big") + sender + sound
 
-def silent():  # A silent talker makes room for others. His next sound takes the output again.
+def silent():  # An idle talker makes room for others. His next packet takes the output again.
     first = Client()
     assert first.set_up() == first.ask("PLAY") == 200
     await_that("the output is free", lambda: first.ask("GET_PARAMETER") == 200 and talkers() == 0)
@@ -99,7 +99,7 @@ def refused():  # A SETUP that fails leaves the output to others.
         answer = client.set_up(transport, header)
         assert (answer, talkers()) == (status, 0), (transport, header, answer, talkers())
     assert client.set_up() == 200 and talkers() == 1
-    # It keeps the output.
+    # A SETUP that fails later does not take the output away.
     assert client.set_up("none") == 461 and talkers() == 1
     client.leave()
     await_that("the output is free", lambda: talkers() == 0)
@@ -128,7 +128,7 @@ def backchannels():  # There are 32 at most. Other clients can listen.
         client.leave()
     await_that("there is room", lambda: Client().describe(ONVIF) == 200)
 
-def header():  # An endless request ends its connection, but no idle one. Bodies are limited.
+def header():  # An endless request ends its own connection and no other. Bodies are limited.
     idle, client = Client(), Client()
     assert Client().ask("OPTIONS", header="Content-Length: 5000\r\n") == 413
     client.connection.sendall(f"OPTIONS {url} RTSP/1.0\r\nCSeq: 1\r\n".encode())

@@ -1,5 +1,5 @@
-// The hub's state as server-sent events: "state" when something has changed, "levels" up to five
-// times a second when a level or count has, "log" for each line.
+// The hub's state as server-sent events: "state" when something has changed, "levels" when a
+// level or count has changed (at most five times a second), "log" for each line.
 //
 // All functions run on the main loop's thread.
 #pragma once

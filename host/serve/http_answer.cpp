@@ -89,7 +89,7 @@ void answerError(SoupServerMessage* message, unsigned status, const std::string&
 
 void refuse(SoupServerMessage* message, unsigned status, const std::string& sentence) {
     // libsoup never frees what it keeps of a connection that was taken away from it. So a client
-    // without a password gets libsoup's own answer.
+    // without a password is answered through libsoup.
     if (status == SOUP_STATUS_UNAUTHORIZED || !hasLongBody(message))
         return answerError(message, status, sentence);
     const std::string text =

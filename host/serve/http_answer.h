@@ -19,7 +19,7 @@ void answer(SoupServerMessage* message, unsigned status, const char* type, std::
 void answerJson(SoupServerMessage* message, unsigned status, const nlohmann::json& body);
 // Answers with {"error": sentence}.
 void answerError(SoupServerMessage* message, unsigned status, const std::string& sentence);
-// Answers with an error. Waits for the end of a long body only with status 401.
+// Answers with an error. Does not wait for the rest of a long body, except with status 401.
 void refuse(SoupServerMessage* message, unsigned status, const std::string& sentence);
 
 // Returns the JSON text. Bytes that are not UTF-8 become U+FFFD.

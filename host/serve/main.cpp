@@ -64,8 +64,8 @@ int serve(const ServeOptions& options, Console& console) {
     return Failed;
 }
 
-// Lets the process have as many descriptors as it may. Each of the RTSP clients that can talk needs
-// seven, and GStreamer ends the process when it gets none.
+// Lets the process have as many descriptors as it may. RTSP clients that can talk need several
+// each, and GStreamer ends the process when it gets none.
 void raiseDescriptorLimit() {
     rlimit limit{};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0)

@@ -28,7 +28,7 @@ struct Notes {
     bool isHungUp = false;
     // Since the client last had a session:
     int idleLooks = 0;
-    uint64_t bytesBefore = 0;  // that had come until then
+    uint64_t bytesBefore = 0;  // received when it last had one
 };
 
 Notes& notesOf(GstRTSPClient* client) {

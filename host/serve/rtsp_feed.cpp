@@ -195,8 +195,8 @@ void RtspFeed::setClients(int clients) {
 // time of capture again, and never go back. When the queue is full its oldest frame is dropped.
 //
 // The buffers' times must not go back either: GStreamer's queue of a client would end the process.
-// When frames come all at once, each therefore begins at the time of the last packet of the one
-// before, until the clock has caught up. Frames that would be too far ahead are dropped.
+// So when frames come all at once, each begins when the last packet of the previous frame does,
+// until the clock has caught up. Frames that would be too far ahead are dropped.
 void RtspFeed::give(const FramePointer& frame) {
     const ObjectPointer<GstClock> clock(gst_element_get_clock(source_.get()));
     if (clock == nullptr)

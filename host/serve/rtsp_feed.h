@@ -25,7 +25,7 @@ class RtspFeeds {
 
     // Returns false when the feed has a backchannel and MostBackchannels others have one already.
     bool add(RtspFeed& feed);
-    // Ends the feed, too. Waits when `end` is ending it.
+    // Removes the feed and ends it. Waits while RtspFeeds::end ends it.
     void remove(RtspFeed& feed);
     // Sets each feed's number of clients: 0 for a feed that is missing in the map.
     void setClients(const std::map<RtspFeed*, int>& clients);
@@ -85,7 +85,7 @@ class RtspFeed {
     const ObjectPointer<GstElement> source_;
     ObjectPointer<GstElement> sink_;  // null: without a backchannel
     int64_t soundEnd_ = 0;            // ns of the pipeline's time; used by the module's thread only
-    int64_t lastPacket_ = 0;          // when the last packet begins, in the same time and thread
+    int64_t lastPacket_ = 0;          // when the last packet begins; same time, same thread
     bool isAdmitted_ = false;         // set by the constructor
     RtspTalk talk_;
     const std::shared_ptr<TalkerFilter> filter_ = std::make_shared<TalkerFilter>();

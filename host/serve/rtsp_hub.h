@@ -6,7 +6,8 @@
 
 #include "host/serve/hub.h"
 
-// Owned in common by all that such threads use. All functions may be called on any thread.
+// Owned in common by the objects that clients' threads use. All functions may be called on any
+// thread.
 class RtspHub {
   public:
     explicit RtspHub(Hub& hub) : hub_(&hub) {}

@@ -103,8 +103,8 @@ void TalkLine::run() {
     }
 }
 
-// Writes blocks until the module has two seconds of sound. When it has none, its stream is closed
-// or closes now, so silence for a new start comes first. While the stream runs the module has at
+// Writes blocks until the module has two seconds of sound. When the module has none, its
+// stream closes, so FirstSilence comes before the sound. While the stream runs the module has at
 // least two blocks, counting the one that is being played. Returns false once enough silence has
 // followed the last talk for the device to have played all of the talk.
 bool TalkLine::writeSome() {

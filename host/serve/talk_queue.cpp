@@ -8,8 +8,8 @@ namespace {
 
 // The sound of `put` that may wait. A sender with a fast clock loses what is beyond it.
 constexpr size_t MostLiveAhead = size_t{3} * SampleRate;
-// A shorter gap is ignored, because the times of packets vary with the sender's clock. No packet is
-// that short.
+// A shorter gap is ignored, because the times of packets vary with the sender's clock. A lost
+// packet makes a longer one, unless packets are that short.
 constexpr int64_t LeastGap = SampleRate / 100;
 // A longer gap is a pause of the talker. Only this much of it is played as silence.
 constexpr int64_t MostGap = int64_t{2} * SampleRate;

@@ -19,7 +19,7 @@ class TalkQueue {
     // silence, and plays late sound at once. Returns false when it drops the sound, because too
     // much waits here and in the module, which has `lent` samples. Dropped sound leaves no gap.
     bool put(int64_t position, std::span<const uint8_t> codes, size_t lent);
-    // Drops such sound, which the output may not play now.
+    // Drops sound that begins at `position`, because the output may not play now.
     void drop(int64_t position, size_t samples);
     // Adds sound without a time. Returns false when there is no room for it.
     bool append(std::span<const uint8_t> codes);

@@ -1,7 +1,7 @@
 // Plays an input, and sends the microphone to an output. Both are mu-law at 8000 Hz.
 const RATE = 8000;
 const AHEAD = 0.15;  // seconds of sound that are scheduled ahead, to bridge late frames
-const MOST_AHEAD = 1;  // seconds; frames that come further ahead, after the page slept, are left out
+const MOST_AHEAD = 1;  // seconds; while more is scheduled, after the page slept, frames are left out
 
 const decoded = Float32Array.from({length: 256}, (_, i) => {
   const code = ~i & 0xff;
